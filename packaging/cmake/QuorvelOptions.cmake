@@ -1,0 +1,27 @@
+# How every target of the project is compiled: language, warnings, sanitizers, hardening, where programs go.
+
+set(CMAKE_CXX_STANDARD 23)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+set(CMAKE_CXX_FLAGS_RELEASE "-O2 -g1 -DNDEBUG")
+
+find_program(QUORVEL_CCACHE ccache)
+if(QUORVEL_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${QUORVEL_CCACHE}")
+endif()
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wold-style-cast -Wnon-virtual-dtor
+                    -Woverloaded-virtual -fno-omit-frame-pointer)
+if(QUORVEL_WERROR)
+    add_compile_options(-Werror)
+endif()
+
+if(QUORVEL_SANITIZE)
+    add_compile_options(-fsanitize=${QUORVEL_SANITIZE} -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${QUORVEL_SANITIZE})
+elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
+    add_compile_options(-fstack-protector-strong -D_FORTIFY_SOURCE=2 -D_GLIBCXX_ASSERTIONS)
+    add_link_options(-pie -Wl,-z,relro,-z,now -Wl,--as-needed)
+endif()

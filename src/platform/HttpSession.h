@@ -1,0 +1,72 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace quorvel {
+
+struct HttpHeader {
+    std::string name;
+    std::string value;
+};
+
+struct HttpRequest {
+    /// Whether the session may send the request again on a fresh connection when a reused one turns out dead
+    /// before any byte of an answer came. What the server must not see twice is `never`.
+    enum class Resend { never, onDeadConnection };
+
+    std::string url;
+    std::string method;
+    /// Sent in this order, and nothing beside them but Host, Accept-Encoding and Content-Length.
+    std::vector<HttpHeader> headers;
+    std::string body;
+    /// The longest silence: the time without a byte sent or received, from the start of the request to its
+    /// end.
+    std::chrono::milliseconds idleTimeout{60'000};
+    Resend resend = Resend::never;
+};
+
+/// What went wrong below HTTP. `description` is one sentence that names the host, for example
+/// "Could not connect to api.orbisto.example: connection refused."
+struct SessionError {
+    enum class Code {
+        badURL,
+        cannotFindHost,
+        cannotConnect,
+        secureConnectionFailed,
+        connectionLost,
+        timedOut,
+        badServerResponse,
+        dataLengthExceedsMaximum,
+        unknown,
+    };
+
+    Code code = Code::unknown;
+    std::string description;
+};
+
+/// How a request ended: as on the platform, any of the three may be missing. `statusCode` is there once a
+/// whole response head has arrived, `data` (decompressed, possibly empty) once the whole body has.
+struct HttpOutcome {
+    std::optional<std::string> data;
+    std::optional<int> statusCode;
+    std::optional<SessionError> error;
+};
+
+/// Sends HTTP requests side by side. Owned by an entry, shared by every client.
+class HttpSession {
+public:
+    using Completion = std::move_only_function<void(HttpOutcome)>;
+
+    virtual ~HttpSession() = default;
+
+    /// Starts `request` and returns at once. `completion` runs exactly once, on the session's own thread,
+    /// never inside this call. A session that is destroyed while requests run drops their completions. Any
+    /// thread.
+    virtual void dataTask(HttpRequest request, Completion completion) = 0;
+};
+
+}  // namespace quorvel

@@ -1,0 +1,29 @@
+# Sourced by ./run and ./test: installs the Debian packages that are missing, and nothing when none is.
+# Usage: install_missing PACKAGE...
+
+install_missing() {
+    local missing=() package
+    for package in "$@"; do
+        dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+
+    local as_root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        if command -v sudo >/dev/null && sudo -n true 2>/dev/null; then
+            as_root=(sudo)
+        else
+            echo "These Debian packages are missing and installing them needs root: ${missing[*]}" >&2
+            echo "Install them with: sudo apt-get install --no-install-recommends ${missing[*]}" >&2
+            return 1
+        fi
+    fi
+    echo "Installing ${#missing[@]} Debian packages: ${missing[*]}" >&2
+    "${as_root[@]}" apt-get update -qq >&2 || return 1
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -qq -y --no-install-recommends "${missing[@]}" >/dev/null || return 1
+}
+
+build_packages=(g++ cmake ninja-build pkg-config ccache libexpat1-dev libicu-dev libcurl4-openssl-dev
+    libssl-dev libsystemd-dev nlohmann-json3-dev libcpp-httplib-dev libbenchmark-dev ca-certificates)
+test_packages=(libgtest-dev clang-format-19 clang-19 libclang-rt-19-dev openssl iproute2)

@@ -7,6 +7,10 @@
 
 namespace quorvel {
 
+RegisterInstanceRequest registrationRequest(const Environment& environment) {
+    return {.version = environment.program.shortVersion.value_or("0"), .os = osVersionString(environment)};
+}
+
 InstanceRegistration::InstanceRegistration(OrbistoAPIServiceProtocol& api, InstanceStore instanceStore,
                                            FirstRunStore firstRunStore, ErrorLogger errorLogger,
                                            Environment environment)
@@ -21,10 +25,9 @@ void InstanceRegistration::prepareInstance(Task continuation) {
         continuation();
         return;
     }
-    const RegisterInstanceRequest request{.version = environment.program.shortVersion.value_or("0"),
-                                          .os = osVersionString(environment)};
     api.registerInstance(
-        request, [weakSelf = weak_from_this(), continuation = std::move(continuation)](auto answer) mutable {
+        registrationRequest(environment),
+        [weakSelf = weak_from_this(), continuation = std::move(continuation)](auto answer) mutable {
             if (const auto self = weakSelf.lock()) self->completeRegistration(answer);
             continuation();
         });

@@ -15,6 +15,9 @@
 
 namespace quorvel {
 
+/// What a registration says of this program; its version is "0" when it has none.
+RegisterInstanceRequest registrationRequest(const Environment& environment);
+
 /// Makes this installation known to the catalog, once, and reports its life afterwards. The instance id lives
 /// in its store alone; nothing here keeps it. Owned by the update check service, as a shared pointer; main
 /// thread.

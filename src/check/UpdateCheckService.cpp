@@ -1,22 +1,19 @@
 #include "check/UpdateCheckService.h"
 
 #include <algorithm>
+#include <iterator>
 #include <span>
 #include <utility>
 
 #include "check/CheckSummary.h"
+#include "check/Chunks.h"
 #include "platform/Text.h"
 
 namespace quorvel {
 
 /// Everything that one check carries from callback to callback.
 struct UpdateCheckService::Check {
-    std::size_t chunkCount() const { return (inventory.size() + chunkSize - 1) / chunkSize; }
-
-    std::span<const InstalledApp> chunk(std::size_t index) const {
-        const std::size_t start = index * chunkSize;
-        return std::span(inventory).subspan(start, std::min(chunkSize, inventory.size() - start));
-    }
+    std::size_t chunks() const { return chunkCount(inventory.size()); }
 
     std::vector<InstalledApp> inventory;
     ScanIssues scanIssues;
@@ -34,14 +31,6 @@ bool isBlocked(const RequestError& error) {
     const auto* http = httpError(error);
     return http != nullptr && http->statusCode == 403 &&
            text::lowerCased(http->body).find("blocked") != std::string::npos;
-}
-
-std::vector<std::string> texts(std::span<const InstalledApp> apps, std::string InstalledApp::* field) {
-    std::vector<std::string> list;
-    list.reserve(apps.size());
-    for (const auto& app : apps)
-        list.push_back(app.*field);
-    return list;
 }
 
 /// Calls an observer's member when somebody listens.
@@ -91,10 +80,10 @@ void UpdateCheckService::performCheck(const CheckState& state) {
 }
 
 void UpdateCheckService::sendChunk(const CheckState& state, std::size_t index) {
-    if (index < state->chunkCount()) {
-        tell(state->observer.onChunk, index, state->chunkCount());
-        const auto chunk = state->chunk(index);
-        parts.api->autoMatch(texts(chunk, &InstalledApp::name), texts(chunk, &InstalledApp::bundleID),
+    if (index < state->chunks()) {
+        tell(state->observer.onChunk, index, state->chunks());
+        const auto apps = chunk(state->inventory, index);
+        parts.api->autoMatch(texts(apps, &InstalledApp::name), texts(apps, &InstalledApp::bundleID),
                              [weakSelf = weak_from_this(), state, index](ChunkOutcome outcome) {
                                  if (const auto self = weakSelf.lock())
                                      self->handleChunkResult(state, index, std::move(outcome));
@@ -116,7 +105,7 @@ void UpdateCheckService::handleChunkResult(const CheckState& state, std::size_t 
         return;
     }
     const RequestError& error = outcome.error();
-    parts.errorLogger.log("Chunk " + std::to_string(index + 1) + "/" + std::to_string(state->chunkCount()) +
+    parts.errorLogger.log("Chunk " + std::to_string(index + 1) + "/" + std::to_string(state->chunks()) +
                           " failed: " + description(error));
     tell(state->observer.onChunkFailed, error);
     if (isBlocked(error)) {
@@ -130,7 +119,7 @@ void UpdateCheckService::handleChunkResult(const CheckState& state, std::size_t 
 
 void UpdateCheckService::sendNextChunk(const CheckState& state, std::size_t index) {
     // No pause after the last chunk: the end of the check follows its answer at once.
-    if (index == state->chunkCount() || parts.interChunkDelay <= std::chrono::nanoseconds::zero()) {
+    if (index == state->chunks() || parts.interChunkDelay <= std::chrono::nanoseconds::zero()) {
         sendChunk(state, index);
         return;
     }

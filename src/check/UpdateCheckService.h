@@ -1,7 +1,6 @@
 #pragma once
 
 #include <chrono>
-#include <cstddef>
 #include <expected>
 #include <functional>
 #include <memory>
@@ -36,9 +35,6 @@ public:
     using Completion = std::move_only_function<void(std::expected<Updates, UpdateCheckError>)>;
     /// Shared, because the caller's own list is the one that the summary reads at the end.
     using ScanIssues = std::shared_ptr<std::vector<ScanIssue>>;
-
-    /// Applications in one request.
-    static constexpr std::size_t chunkSize = 200;
 
     /// What the service works with; the parts held by reference outlive it.
     struct Parts {

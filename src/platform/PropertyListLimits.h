@@ -1,0 +1,25 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string_view>
+
+namespace quorvel {
+
+/// How deep dictionaries and arrays may stand in one another, the root counted.
+inline constexpr std::size_t propertyListDepthLimit = 64;
+
+/// How many values and keys are visited. A list can reach one value over many ways, so the walk is counted,
+/// not the content.
+inline constexpr std::size_t propertyListNodeLimit = 100'000;
+
+/// The place of `key` among the keys that were asked for.
+inline std::optional<std::size_t> askedIndex(std::span<const std::string_view> keys, std::string_view key) {
+    const auto found = std::ranges::find(keys, key);
+    if (found == keys.end()) return std::nullopt;
+    return static_cast<std::size_t>(found - keys.begin());
+}
+
+}  // namespace quorvel

@@ -5,6 +5,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "platform/Queue.h"
 
@@ -15,6 +16,7 @@ namespace quorvel {
 ///   run()         runs it on this thread until `finish`, at least
 ///   finish()      called by a test's last task
 ///   now()         the time that delays are measured in
+///   holdFor(d)    called by a task that keeps the thread busy for that time
 template <typename Host>
 class QueueContract : public testing::Test {
 protected:
@@ -49,22 +51,37 @@ TYPED_TEST_P(QueueContract, runsTasksInOrderOfPostingAndNeverInsideThePost) {
 
 TYPED_TEST_P(QueueContract, runsDelayedTasksInOrderOfDueTimeAndNeverEarly) {
     using std::chrono::milliseconds;
-    const auto start = this->host->now();
-    const auto delayed = [&](milliseconds delay, const char* name) {
-        this->queue.postAfter(delay, [this, start, delay, name] {
-            EXPECT_GE(this->host->now() - start, delay) << name;
-            this->ran += name;
-        });
+    using Duration = typename TestFixture::Duration;
+    struct Delayed {
+        int number;
+        /// Between which the due time lies: as long as the call took, however often it was interrupted.
+        Duration earliest, latest;
     };
-    delayed(milliseconds(3), "e");
-    delayed(milliseconds(2), "c");
-    delayed(milliseconds(1), "b");
-    delayed(milliseconds(2), "d");
-    delayed(milliseconds(0), "a");
-    this->queue.postAfter(milliseconds(3), this->finish());
-    EXPECT_EQ(this->ran, "");
-    this->host->run();
-    EXPECT_EQ(this->ran, "abcde");
+    // Falling due one by one, and all while the thread is busy.
+    for (const bool together : {false, true}) {
+        std::vector<Delayed> posted, ran;
+        this->queue.post([&] {
+            for (const int delay : {3, 2, 1, 2, 0}) {
+                const auto number = posted.size();
+                const Duration earliest = this->host->now() + milliseconds(delay);
+                this->queue.postAfter(milliseconds(delay), [this, &posted, &ran, number] {
+                    EXPECT_GE(this->host->now(), posted[number].earliest);
+                    ran.push_back(posted[number]);
+                });
+                posted.push_back(
+                    {static_cast<int>(number), earliest, this->host->now() + milliseconds(delay)});
+            }
+            this->queue.postAfter(milliseconds(3), this->finish());
+            EXPECT_TRUE(ran.empty());
+            if (together) this->host->holdFor(milliseconds(4));
+        });
+        this->host->run();
+        ASSERT_EQ(ran.size(), posted.size());
+        for (std::size_t place = 1; place < ran.size(); ++place) {
+            EXPECT_LE(ran[place - 1].earliest, ran[place].latest)
+                << ran[place - 1].number << " before " << ran[place].number << ", due together: " << together;
+        }
+    }
 }
 
 TYPED_TEST_P(QueueContract, keepsTheOtherTasksWhenOneThrows) {

@@ -12,8 +12,14 @@ if(QUORVEL_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
     set(CMAKE_CXX_COMPILER_LAUNCHER "${QUORVEL_CCACHE}")
 endif()
 
-add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wold-style-cast -Wnon-virtual-dtor
+add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wold-style-cast -Wnon-virtual-dtor
                     -Woverloaded-virtual -fno-omit-frame-pointer)
+# A constructor's parameter may carry the name of the field that it fills.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    add_compile_options(-Wshadow=local)
+else()
+    add_compile_options(-Wshadow)
+endif()
 if(QUORVEL_WERROR)
     add_compile_options(-Werror)
 endif()

@@ -1,9 +1,7 @@
 #pragma once
 
-#include <atomic>
 #include <functional>
 #include <memory>
-#include <mutex>
 
 #include "platform/PathMonitor.h"
 
@@ -17,6 +15,9 @@ public:
     /// Starts `monitor`, unless `skipMonitoring` is set or there is none: then it reports connected for its
     /// whole life.
     explicit ConnectivityService(std::unique_ptr<PathMonitor> monitor, bool skipMonitoring = false);
+
+    /// When it returns, the callback is not running and never runs again. From inside the callback it may be
+    /// called, too.
     ~ConnectivityService();
 
     /// Whether the last path report was satisfied; false before the first. Any thread.
@@ -24,6 +25,13 @@ public:
 
     /// Replaces the callback that the next return of a lost connection takes, clears and runs. Any thread.
     void setOnConnectivityRestored(std::function<void()> callback);
+
+private:
+    struct State;
+
+    /// Shared with a report that runs, because the callback may destroy the service.
+    std::shared_ptr<State> state;
+    std::unique_ptr<PathMonitor> monitor;
 };
 
 }  // namespace quorvel

@@ -11,22 +11,31 @@ namespace quorvel::files {
 
 /// The whole content of a regular file; none when it is missing, unreadable, no regular file or longer than
 /// `sizeLimit` bytes. A FIFO or device is never waited for.
-std::optional<std::string> read(const std::filesystem::path& path, std::size_t sizeLimit = 64 * 1024 * 1024);
+std::optional<std::string> read(const std::filesystem::path& path, std::size_t sizeLimit = 8 * 1024 * 1024);
 
 /// Replaces the file at `path` in one step: a reader sees the old or the new content, never a part, also
 /// after a crash or a loss of power. The file gets mode 0600. A symbolic link at `path` is replaced, not
-/// followed. False on any failure, with the old file in place and no temporary file left.
+/// followed. False on any failure, with the old file in place and no temporary file left. The caller holds
+/// the folder's `FolderLock`, since writers of one file share the name of their temporary file.
 bool writeAtomically(const std::filesystem::path& path, std::string_view bytes);
 
-/// Appends to an existing regular file with one write. False when there is none, when it cannot be opened (a
-/// symbolic link cannot), or when the write fails; a part that was written is taken back.
-bool append(const std::filesystem::path& path, std::string_view bytes);
+enum class AppendResult {
+    done,
+    /// There is no regular file that can be opened for writing; a symbolic link cannot.
+    notOpened,
+    /// The file could not take all the bytes; what had been written is taken back.
+    failed,
+};
+
+/// Appends to an existing regular file with one write.
+AppendResult append(const std::filesystem::path& path, std::string_view bytes);
 
 /// Makes the folder and its missing parents, each with mode 0700. True when it is there afterwards.
 bool makeFolder(const std::filesystem::path& path);
 
 /// Held while files of one folder are changed, so that two processes take turns. Waits for the other one to
-/// finish. When the folder cannot be opened, nothing is held.
+/// finish. When the folder cannot be opened, nothing is held. Not recursive: a second lock on the same folder
+/// waits for ever.
 class FolderLock {
 public:
     explicit FolderLock(const std::filesystem::path& folder);

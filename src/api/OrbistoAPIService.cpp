@@ -1,0 +1,187 @@
+#include "api/OrbistoAPIService.h"
+
+#include <utility>
+
+#include "platform/Text.h"
+
+namespace quorvel {
+
+namespace {
+
+constexpr std::string_view autoMatchPath = "/apps/auto-match-collection";
+constexpr std::string_view instancePath = "/qvl/instance";
+constexpr std::string_view trackingPath = "/qvl/tracking";
+constexpr std::string_view installEventPath = "/event/app/64734/install";
+
+/// Every path begins with a slash of its own.
+std::string_view withoutTrailingSlash(std::string_view url) {
+    if (url.ends_with('/')) url.remove_suffix(1);
+    return url;
+}
+
+/// The scheme's host, with its port when it names one.
+std::string_view hostOf(std::string_view url) {
+    const auto scheme = url.find("://");
+    if (scheme != std::string_view::npos) url.remove_prefix(scheme + 3);
+    return url.substr(0, url.find('/'));
+}
+
+std::expected<std::string, RequestError> validateResponse(HttpOutcome outcome, std::string_view url) {
+    if (outcome.error) return std::unexpected(std::move(*outcome.error));
+    if (!outcome.data || !outcome.statusCode) {
+        return std::unexpected(SessionError{SessionError::Code::badServerResponse,
+                                            std::string(hostOf(url)) + " gave no valid HTTP answer."});
+    }
+    if (*outcome.statusCode < 200 || *outcome.statusCode > 299) {
+        return std::unexpected(
+            OrbistoAPIError{OrbistoAPIError::HttpError{*outcome.statusCode, bodyPreview(*outcome.data)}});
+    }
+    return std::move(*outcome.data);
+}
+
+template <typename Data>
+std::expected<APIResponse<Data>, RequestError> decode(std::expected<std::string, RequestError> bytes) {
+    if (!bytes) return std::unexpected(std::move(bytes.error()));
+    auto response = decodeResponse<Data>(*bytes);
+    if (response) return std::move(*response);
+    return std::unexpected(
+        OrbistoAPIError{OrbistoAPIError::DecodingFailed{{std::move(response.error()), bodyPreview(*bytes)}}});
+}
+
+template <typename Data>
+std::string refusalMessage(const APIResponse<Data>& response) {
+    return response.error ? response.error->message : "Unknown error";
+}
+
+/// The catalog reports that it knows none of the applications as a failure; for this program it is an empty
+/// result.
+bool saysNoAppsFound(std::string_view message) {
+    return text::lowerCased(message).find("no apps were found") != std::string::npos;
+}
+
+std::expected<std::vector<AutoMatchResult>, RequestError> autoMatchResults(
+    std::expected<APIResponse<AutoMatchData>, RequestError> response) {
+    if (!response) {
+        const auto* http = httpError(response.error());
+        if (http != nullptr && http->statusCode == 404 && saysNoAppsFound(http->body)) return {};
+        return std::unexpected(std::move(response.error()));
+    }
+    if (!response->success || !response->data) {
+        auto message = refusalMessage(*response);
+        if (saysNoAppsFound(message)) return {};
+        return std::unexpected(OrbistoAPIError{OrbistoAPIError::ServerError{std::move(message)}});
+    }
+    std::vector<AutoMatchResult> results;
+    results.reserve(response->data->size());
+    for (auto& element : *response->data) {
+        if (element.value) results.push_back(std::move(*element.value));
+    }
+    return results;
+}
+
+std::expected<std::int64_t, RequestError> instanceId(
+    std::expected<APIResponse<InstanceData>, RequestError> response) {
+    if (!response) return std::unexpected(std::move(response.error()));
+    if (response->success && response->data) return response->data->id;
+    return std::unexpected(OrbistoAPIError{OrbistoAPIError::ServerError{refusalMessage(*response)}});
+}
+
+/// For requests whose answer only has to be an envelope, whatever it says.
+std::expected<void, RequestError> delivery(const std::expected<APIResponse<NoData>, RequestError>& response) {
+    if (!response) return std::unexpected(response.error());
+    return {};
+}
+
+}  // namespace
+
+OrbistoAPIService::OrbistoAPIService(HttpSession& session, Queue& mainQueue, Environment environment,
+                                     std::string_view baseURL)
+    : session(session),
+      mainQueue(mainQueue),
+      environment(std::move(environment)),
+      baseURL(withoutTrailingSlash(baseURL)) {}
+
+void OrbistoAPIService::autoMatch(std::vector<std::string> titles, std::vector<std::string> bundleIds,
+                                  Completion<std::vector<AutoMatchResult>> completion) {
+    const AutoMatchRequest request{std::string(autoMatchSecret), std::move(titles), std::move(bundleIds)};
+    // Asking twice changes nothing at the catalog, so a connection that died while it was idle costs no
+    // chunk.
+    postBody<AutoMatchData>(autoMatchPath, encode(request), HttpRequest::Resend::onDeadConnection,
+                            [completion = std::move(completion)](auto response) mutable {
+                                completion(autoMatchResults(std::move(response)));
+                            });
+}
+
+void OrbistoAPIService::registerInstance(const RegisterInstanceRequest& request,
+                                         Completion<std::int64_t> completion) {
+    postBody<InstanceData>(instancePath, encode(request), HttpRequest::Resend::never,
+                           [completion = std::move(completion)](auto response) mutable {
+                               completion(instanceId(std::move(response)));
+                           });
+}
+
+void OrbistoAPIService::sendInstallEvent(Completion<void> completion) {
+    HttpRequest install = request(installEventPath);
+    install.headers = {{"X-ClientId", std::string(installEventClientId)},
+                       {"User-Agent", userAgent(environment)}};
+    send<NoData>(std::move(install), [completion = std::move(completion)](auto response) mutable {
+        completion(delivery(response));
+    });
+}
+
+void OrbistoAPIService::post(std::string_view path, const TrackingRequest& record,
+                             Completion<APIResponse<NoData>> completion) {
+    postBody<NoData>(path, encode(record), HttpRequest::Resend::never, std::move(completion));
+}
+
+void OrbistoAPIService::reportError(std::string_view message, std::int64_t instanceId,
+                                    const std::optional<std::string>& details, Completion<void> completion) {
+    std::string backtrace = environmentSummary(environment);
+    if (details) backtrace += "\n---\n" + *details;
+    post(trackingPath,
+         {.instanceId = instanceId,
+          .source = "instance",
+          .status = "error",
+          .message = std::string(message),
+          .backtrace = std::move(backtrace)},
+         [completion = std::move(completion)](auto response) mutable { completion(delivery(response)); });
+}
+
+template <typename Data>
+void OrbistoAPIService::postBody(std::string_view path, EncodedBody body, HttpRequest::Resend resend,
+                                 Completion<APIResponse<Data>> completion) {
+    if (!body) {
+        mainQueue.post([completion = std::move(completion), error = std::move(body.error())]() mutable {
+            completion(std::unexpected(RequestError(std::move(error))));
+        });
+        return;
+    }
+    HttpRequest json = request(path);
+    json.headers = {{"Content-Type", "application/json"},
+                    {"X-ClientId", std::string(defaultClientId)},
+                    {"User-Agent", userAgent(environment)}};
+    json.body = std::move(*body);
+    json.resend = resend;
+    send<Data>(std::move(json), std::move(completion));
+}
+
+template <typename Data>
+void OrbistoAPIService::send(HttpRequest request, Completion<APIResponse<Data>> completion) {
+    auto url = request.url;
+    // Only what the request itself needs is held, so that the client may be gone when the answer comes.
+    session.dataTask(std::move(request), [&queue = mainQueue, url = std::move(url),
+                                          completion = std::move(completion)](HttpOutcome outcome) mutable {
+        queue.post(
+            [bytes = validateResponse(std::move(outcome), url),
+             completion = std::move(completion)]() mutable { completion(decode<Data>(std::move(bytes))); });
+    });
+}
+
+HttpRequest OrbistoAPIService::request(std::string_view path) const {
+    HttpRequest request;
+    request.url = baseURL + std::string(path);
+    request.method = "POST";
+    return request;
+}
+
+}  // namespace quorvel

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "api/Environment.h"
+#include "api/OrbistoAPIServiceProtocol.h"
+#include "platform/HttpSession.h"
+#include "platform/Queue.h"
+
+namespace quorvel {
+
+/// Sends requests to the catalog and turns every way in which they can end into a value or a described error.
+/// Holds no state between requests; may be destroyed while its requests run. Answers are validated on the
+/// session's thread, decoded and delivered on the main queue.
+class OrbistoAPIService final : public OrbistoAPIServiceProtocol {
+public:
+    static constexpr std::string_view defaultClientId = "linkcode48r7vt";
+    static constexpr std::string_view installEventClientId = "q8t2kzm5ravx7hwe";
+    static constexpr std::string_view autoMatchSecret = "Rk7vQm2XtLp9Wc4NbZs8Hy3JdGf6Ua5E";
+
+    /// The session and the queue outlive the client and its requests. `baseURL` ends in the API's path,
+    /// "/v1".
+    OrbistoAPIService(HttpSession& session, Queue& mainQueue, Environment environment,
+                      std::string_view baseURL = catalogURL);
+
+    void autoMatch(std::vector<std::string> titles, std::vector<std::string> bundleIds,
+                   Completion<std::vector<AutoMatchResult>> completion) override;
+    void registerInstance(const RegisterInstanceRequest& request,
+                          Completion<std::int64_t> completion) override;
+    void sendInstallEvent(Completion<void> completion) override;
+    void post(std::string_view path, const TrackingRequest& record,
+              Completion<APIResponse<NoData>> completion) override;
+    void reportError(std::string_view message, std::int64_t instanceId,
+                     const std::optional<std::string>& details, Completion<void> completion) override;
+
+private:
+    using EncodedBody = std::expected<std::string, EncodingError>;
+
+    template <typename Data>
+    void postBody(std::string_view path, EncodedBody body, HttpRequest::Resend resend,
+                  Completion<APIResponse<Data>> completion);
+    template <typename Data>
+    void send(HttpRequest request, Completion<APIResponse<Data>> completion);
+    HttpRequest request(std::string_view path) const;
+
+    HttpSession& session;
+    Queue& mainQueue;
+    const Environment environment;
+    const std::string baseURL;
+};
+
+}  // namespace quorvel

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <expected>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "api/OrbistoAPIError.h"
+#include "api/Records.h"
+
+namespace quorvel {
+
+/// The catalog's web API. Each operation returns at once; its completion runs later, exactly once, on the
+/// main queue.
+class OrbistoAPIServiceProtocol {
+public:
+    template <typename Value>
+    using Completion = std::move_only_function<void(std::expected<Value, RequestError>)>;
+
+    virtual ~OrbistoAPIServiceProtocol() = default;
+
+    /// Sends one chunk of installed applications; `titles` and `bundleIds` are of equal length.
+    virtual void autoMatch(std::vector<std::string> titles, std::vector<std::string> bundleIds,
+                           Completion<std::vector<AutoMatchResult>> completion) = 0;
+
+    /// Gives the new instance id.
+    virtual void registerInstance(const RegisterInstanceRequest& request,
+                                  Completion<std::int64_t> completion) = 0;
+
+    virtual void sendInstallEvent(Completion<void> completion) = 0;
+
+    /// Sends a tracking event to `path`.
+    virtual void post(std::string_view path, const TrackingRequest& record,
+                      Completion<APIResponse<NoData>> completion) = 0;
+
+    /// `details` follow the environment summary in the report's backtrace.
+    virtual void reportError(std::string_view message, std::int64_t instanceId,
+                             const std::optional<std::string>& details, Completion<void> completion) = 0;
+};
+
+}  // namespace quorvel

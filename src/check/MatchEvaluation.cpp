@@ -1,0 +1,129 @@
+#include "check/MatchEvaluation.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdint>
+#include <unordered_map>
+#include <utility>
+
+#include "platform/Text.h"
+
+namespace quorvel {
+
+namespace {
+
+using ResultIndex = std::unordered_map<std::string_view, const AutoMatchResult*>;
+
+/// By bundle identifier as exact text; a later result replaces an earlier one.
+ResultIndex indexResults(std::span<const AutoMatchResult> results) {
+    ResultIndex index;
+    for (const auto& result : results) {
+        for (const auto& bundleID : result.bundleIdentifiers)
+            index.insert_or_assign(bundleID, &result);
+    }
+    return index;
+}
+
+bool isUsableVersion(std::string_view version) {
+    const auto trimmed = text::trimmed(version);
+    return !trimmed.empty() && trimmed != "-" && text::containsNumericCharacter(trimmed);
+}
+
+std::string invalidVersion(std::string_view whose, std::string_view version) {
+    return std::string(whose) + ": \"" + std::string(version) + "\"";
+}
+
+/// Why the application yields no update; none when it does.
+std::optional<std::string> reasonToSkip(const InstalledApp& app, const AutoMatchResult* result,
+                                        const VersionComparatorProtocol& comparator,
+                                        const OSVersion& runningOS) {
+    if (result == nullptr) return std::string(skipReason::notRecognised);
+    if (!isUsableVersion(app.version)) return invalidVersion(skipReason::localVersionInvalid, app.version);
+    if (!isUsableVersion(result->version)) {
+        return invalidVersion(skipReason::remoteVersionInvalid, result->version);
+    }
+    if (!comparator.isNewer(result->version, app.version)) return std::string(skipReason::alreadyAtLatest);
+    const auto minimumOS = parseMinimumOS(result->minimumOSVersion);
+    if (minimumOS && runningOS < *minimumOS) {
+        return std::string(skipReason::requiresNewerOS) + *result->minimumOSVersion;
+    }
+    return std::nullopt;
+}
+
+bool isIgnored(const IgnoredVersions& ignored, std::string_view bundleID, std::string_view version) {
+    const auto entry = ignored.find(bundleID);
+    return entry != ignored.end() && entry->second.version == version;
+}
+
+/// The leading digits of one piece of a version. Digits of other scripts are numeric characters, but no
+/// 64-bit integer is written with them.
+std::optional<std::int64_t> leadingNumber(std::string_view piece) {
+    const auto digits = text::numericPrefix(piece);
+    std::int64_t number = 0;
+    const auto [rest, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+    if (error != std::errc{} || rest != digits.data() + digits.size()) return std::nullopt;
+    return number;
+}
+
+std::string_view nextPiece(std::string_view& rest) {
+    while (rest.starts_with('.'))
+        rest.remove_prefix(1);
+    const auto piece = rest.substr(0, rest.find('.'));
+    rest.remove_prefix(piece.size());
+    return piece;
+}
+
+}  // namespace
+
+MatchEvaluation evaluate(std::span<const InstalledApp> inventory, std::span<const AutoMatchResult> results,
+                         const VersionComparatorProtocol& comparator,
+                         const IgnoredVersionsStore& ignoredVersions, const OSVersion& runningOS) {
+    const ResultIndex index = indexResults(results);
+    MatchEvaluation evaluation;
+    for (const auto& app : inventory) {
+        const auto found = index.find(app.bundleID);
+        const auto* result = found == index.end() ? nullptr : found->second;
+        if (auto reason = reasonToSkip(app, result, comparator, runningOS)) {
+            evaluation.skipped.push_back({app.name, app.bundleID, app.version, std::move(*reason), app.path});
+            continue;
+        }
+        const bool ignored = isIgnored(ignoredVersions.load(), app.bundleID, result->version);
+        evaluation.updates.push_back({app, result->version, result->id, ignored});
+    }
+    return evaluation;
+}
+
+void sortByName(std::vector<AppUpdate>& updates) {
+    const text::NameCollator collator;
+    std::vector<std::pair<std::string, std::size_t>> order;
+    order.reserve(updates.size());
+    for (std::size_t index = 0; index < updates.size(); ++index) {
+        order.emplace_back(collator.sortKey(updates[index].app.name), index);
+    }
+    // The index in the pair keeps equal names in their order.
+    std::sort(order.begin(), order.end());
+    std::vector<AppUpdate> sorted;
+    sorted.reserve(updates.size());
+    for (const auto& [key, index] : order)
+        sorted.push_back(std::move(updates[index]));
+    updates = std::move(sorted);
+}
+
+std::optional<OSVersion> parseMinimumOS(const std::optional<std::string>& text) {
+    if (!text) return std::nullopt;
+    const auto firstDigit = text::findDecimalDigit(*text);
+    if (!firstDigit) return std::nullopt;
+    auto rest = std::string_view(*text).substr(*firstDigit);
+    std::array<std::int64_t, 3> numbers{};
+    for (auto& number : numbers) {
+        const auto piece = nextPiece(rest);
+        if (piece.empty()) break;
+        const auto value = leadingNumber(piece);
+        if (!value) return std::nullopt;
+        number = *value;
+    }
+    return OSVersion{numbers[0], numbers[1], numbers[2]};
+}
+
+}  // namespace quorvel

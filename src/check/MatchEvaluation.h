@@ -1,0 +1,58 @@
+#pragma once
+
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "api/Records.h"
+#include "check/AppUpdate.h"
+#include "persistence/IgnoredVersionsStore.h"
+#include "platform/OperatingSystem.h"
+#include "scanner/InstalledApp.h"
+#include "versions/VersionComparatorProtocol.h"
+
+namespace quorvel {
+
+/// An installed application that yields no update, and why.
+struct SkippedApp {
+    std::string name;
+    std::string bundleID;
+    std::string version;
+    /// One of the texts below.
+    std::string reason;
+    /// Where the bundle lies: two copies of one application differ in nothing else.
+    std::filesystem::path path;
+};
+
+/// What the reasons of skipped applications are, or how they begin.
+namespace skipReason {
+inline constexpr std::string_view notRecognised = "not recognised by Orbisto API";
+inline constexpr std::string_view localVersionInvalid = "local version invalid";
+inline constexpr std::string_view remoteVersionInvalid = "remote version invalid";
+inline constexpr std::string_view alreadyAtLatest = "already at latest";
+inline constexpr std::string_view requiresNewerOS = "requires ";
+}  // namespace skipReason
+
+/// Every application of the inventory is in exactly one of the two lists.
+struct MatchEvaluation {
+    /// In scan order; `sortByName` brings them into the menu's order.
+    std::vector<AppUpdate> updates;
+    /// In scan order.
+    std::vector<SkippedApp> skipped;
+};
+
+/// Ties catalog results to installed applications by bundle identifier and classifies each application. Reads
+/// the ignored versions afresh for every update that it finds. Main thread.
+MatchEvaluation evaluate(std::span<const InstalledApp> inventory, std::span<const AutoMatchResult> results,
+                         const VersionComparatorProtocol& comparator,
+                         const IgnoredVersionsStore& ignoredVersions, const OSVersion& runningOS);
+
+/// Orders by application name, case-insensitively, as the user's locale does. Equal names keep their order.
+void sortByName(std::vector<AppUpdate>& updates);
+
+/// The lowest system version in a catalog text such as "macOS 11" or "10.9+"; none when it names none.
+std::optional<OSVersion> parseMinimumOS(const std::optional<std::string>& text);
+
+}  // namespace quorvel

@@ -1,0 +1,146 @@
+#include "check/UpdateCheckService.h"
+
+#include <algorithm>
+#include <iterator>
+#include <span>
+#include <utility>
+
+#include "check/CheckSummary.h"
+#include "check/Chunks.h"
+#include "platform/Text.h"
+
+namespace quorvel {
+
+/// Everything that one check carries from callback to callback.
+struct UpdateCheckService::Check {
+    std::size_t chunks() const { return chunkCount(inventory.size()); }
+
+    std::vector<InstalledApp> inventory;
+    ScanIssues scanIssues;
+    std::string trigger;
+    Completion completion;
+    CheckObserver observer;
+    std::vector<AutoMatchResult> matches;
+    std::vector<RequestError> errors;
+};
+
+namespace {
+
+/// Whether the catalog refuses the user's network.
+bool isBlocked(const RequestError& error) {
+    const auto* http = httpError(error);
+    return http != nullptr && http->statusCode == 403 &&
+           text::lowerCased(http->body).find("blocked") != std::string::npos;
+}
+
+/// Calls an observer's member when somebody listens.
+template <typename Function, typename... Arguments>
+void tell(const Function& function, const Arguments&... arguments) {
+    if (function) function(arguments...);
+}
+
+}  // namespace
+
+UpdateCheckService::UpdateCheckService(Parts parts)
+    : parts(std::move(parts)),
+      registration(std::make_shared<InstanceRegistration>(*this->parts.api, this->parts.instanceStore,
+                                                          this->parts.firstRunStore, this->parts.errorLogger,
+                                                          this->parts.environment)) {}
+
+void UpdateCheckService::scanAndCheck(std::string_view trigger, Completion completion,
+                                      CheckObserver observer) {
+    auto scanIssues = std::make_shared<std::vector<ScanIssue>>();
+    auto inventory = parts.scanner->scan(*scanIssues);
+    tell(observer.onScanned, std::span<const InstalledApp>(inventory),
+         std::span<const ScanIssue>(*scanIssues));
+    if (inventory.empty()) {
+        parts.errorLogger.log("Scanner found 0 apps — skipping API call");
+        completion(Updates{});
+        return;
+    }
+    check(std::move(inventory), std::move(scanIssues), trigger, std::move(completion), std::move(observer));
+}
+
+void UpdateCheckService::check(std::vector<InstalledApp> inventory, ScanIssues scanIssues,
+                               std::string_view trigger, Completion completion, CheckObserver observer) {
+    auto state = std::make_shared<Check>(Check{.inventory = std::move(inventory),
+                                               .scanIssues = std::move(scanIssues),
+                                               .trigger = std::string(trigger),
+                                               .completion = std::move(completion),
+                                               .observer = std::move(observer),
+                                               .matches = {},
+                                               .errors = {}});
+    registration->prepareInstance([weakSelf = weak_from_this(), state = std::move(state)] {
+        if (const auto self = weakSelf.lock()) self->performCheck(state);
+    });
+}
+
+void UpdateCheckService::performCheck(const CheckState& state) {
+    sendChunk(state, 0);
+}
+
+void UpdateCheckService::sendChunk(const CheckState& state, std::size_t index) {
+    if (index < state->chunks()) {
+        tell(state->observer.onChunk, index, state->chunks());
+        const auto apps = chunk(state->inventory, index);
+        parts.api->autoMatch(texts(apps, &InstalledApp::name), texts(apps, &InstalledApp::bundleID),
+                             [weakSelf = weak_from_this(), state, index](ChunkOutcome outcome) {
+                                 if (const auto self = weakSelf.lock())
+                                     self->handleChunkResult(state, index, std::move(outcome));
+                             });
+        return;
+    }
+    if (state->matches.empty() && !state->errors.empty()) {
+        state->completion(std::unexpected(UpdateCheckError{
+            UpdateCheckError::ApiFailed{std::move(state->errors.front()), state->inventory.size()}}));
+        return;
+    }
+    finishCheck(state);
+}
+
+void UpdateCheckService::handleChunkResult(const CheckState& state, std::size_t index, ChunkOutcome outcome) {
+    if (outcome) {
+        std::ranges::move(*outcome, std::back_inserter(state->matches));
+        sendNextChunk(state, index + 1);
+        return;
+    }
+    const RequestError& error = outcome.error();
+    parts.errorLogger.log("Chunk " + std::to_string(index + 1) + "/" + std::to_string(state->chunks()) +
+                          " failed: " + description(error));
+    tell(state->observer.onChunkFailed, error);
+    if (isBlocked(error)) {
+        state->completion(
+            std::unexpected(UpdateCheckError{UpdateCheckError::IpBlocked{state->inventory.size()}}));
+        return;
+    }
+    state->errors.push_back(error);
+    sendNextChunk(state, index + 1);
+}
+
+void UpdateCheckService::sendNextChunk(const CheckState& state, std::size_t index) {
+    // No pause after the last chunk: the end of the check follows its answer at once.
+    if (index == state->chunks() || parts.interChunkDelay <= std::chrono::nanoseconds::zero()) {
+        sendChunk(state, index);
+        return;
+    }
+    parts.mainQueue.postAfter(parts.interChunkDelay, [weakSelf = weak_from_this(), state, index] {
+        if (const auto self = weakSelf.lock()) self->sendChunk(state, index);
+    });
+}
+
+void UpdateCheckService::finishCheck(const CheckState& state) {
+    Updates updates = evaluateMatches(*state);
+    registration->trackInstanceRunning(state->trigger, state->inventory.size(), updates.size());
+    state->completion(std::move(updates));
+}
+
+UpdateCheckService::Updates UpdateCheckService::evaluateMatches(const Check& check) const {
+    MatchEvaluation evaluation = evaluate(check.inventory, check.matches, *parts.versionComparator,
+                                          parts.ignoredVersionsStore, parts.environment.os);
+    parts.errorLogger.appendRaw(checkSummary(evaluation, *check.scanIssues, parts.errorLogger.timestamp()));
+    tell(check.observer.onEvaluated, evaluation);
+    sortByName(evaluation.updates);
+    return std::move(evaluation.updates);
+}
+
+}  // namespace quorvel

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <chrono>
+#include <expected>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "api/Environment.h"
+#include "api/OrbistoAPIServiceProtocol.h"
+#include "check/AppUpdate.h"
+#include "check/CheckObserver.h"
+#include "check/InstanceRegistration.h"
+#include "check/UpdateCheckError.h"
+#include "connectivity/ConnectivityService.h"
+#include "persistence/ErrorLogger.h"
+#include "persistence/FirstRunStore.h"
+#include "persistence/IgnoredVersionsStore.h"
+#include "persistence/InstanceStore.h"
+#include "platform/Queue.h"
+#include "scanner/AppScannerServiceProtocol.h"
+#include "versions/VersionComparatorProtocol.h"
+
+namespace quorvel {
+
+/// Turns a scanned inventory into the list of available updates: sends it to the catalog in chunks, one
+/// request at a time, and evaluates the matches. Keeps no state between checks; two checks may run side by
+/// side. Held by a shared pointer: a check that is under way when the service goes is never completed. Main
+/// thread.
+class UpdateCheckService : public std::enable_shared_from_this<UpdateCheckService> {
+public:
+    using Updates = std::vector<AppUpdate>;
+    using Completion = std::move_only_function<void(std::expected<Updates, UpdateCheckError>)>;
+    /// Shared, because the caller's own list is the one that the summary reads at the end.
+    using ScanIssues = std::shared_ptr<std::vector<ScanIssue>>;
+
+    /// What the service works with; the parts held by reference outlive it.
+    struct Parts {
+        std::unique_ptr<AppScannerServiceProtocol> scanner;
+        std::unique_ptr<OrbistoAPIServiceProtocol> api;
+        std::unique_ptr<VersionComparatorProtocol> versionComparator;
+        InstanceStore instanceStore;
+        FirstRunStore firstRunStore;
+        IgnoredVersionsStore ignoredVersionsStore;
+        ErrorLogger errorLogger;
+        std::unique_ptr<ConnectivityService> connectivity;
+        std::chrono::nanoseconds interChunkDelay{};
+        Environment environment;
+        Queue& mainQueue;
+    };
+
+    explicit UpdateCheckService(Parts parts);
+
+    /// Scans, then checks what was found. An empty inventory is a success without updates and without a
+    /// request; its completion runs inside this call.
+    void scanAndCheck(std::string_view trigger, Completion completion, CheckObserver observer = {});
+
+    /// Checks a non-empty inventory. `trigger` is "launch", "manual" or "background". The completion runs
+    /// later, once.
+    void check(std::vector<InstalledApp> inventory, ScanIssues scanIssues, std::string_view trigger,
+               Completion completion, CheckObserver observer = {});
+
+    ConnectivityService& connectivity() const { return *parts.connectivity; }
+
+private:
+    struct Check;
+    using CheckState = std::shared_ptr<Check>;
+    using ChunkOutcome = std::expected<std::vector<AutoMatchResult>, RequestError>;
+
+    void performCheck(const CheckState& state);
+    void sendChunk(const CheckState& state, std::size_t index);
+    void handleChunkResult(const CheckState& state, std::size_t index, ChunkOutcome outcome);
+    void sendNextChunk(const CheckState& state, std::size_t index);
+    void finishCheck(const CheckState& state);
+    Updates evaluateMatches(const Check& check) const;
+
+    const Parts parts;
+    const std::shared_ptr<InstanceRegistration> registration;
+};
+
+}  // namespace quorvel

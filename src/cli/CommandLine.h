@@ -1,0 +1,34 @@
+#pragma once
+
+#include <expected>
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "platform/OperatingSystem.h"
+
+namespace quorvel {
+
+/// What the user asked for on the command line of quorvel-check.
+struct CommandLine {
+    std::vector<std::filesystem::path> roots;
+    std::optional<std::filesystem::path> systemRoot;
+    std::string catalog;
+    std::optional<std::filesystem::path> dataFolder;
+    std::optional<OSVersion> osVersion;
+    bool all = false;
+    bool json = false;
+    bool showRequest = false;
+    bool exitZero = false;
+    bool version = false;
+    bool help = false;
+};
+
+/// The arguments without the program's name; a sentence that says what is wrong with them.
+std::expected<CommandLine, std::string> parseCommandLine(std::span<const char* const> arguments);
+
+extern const char* const usageText;
+
+}  // namespace quorvel

@@ -1,0 +1,30 @@
+#include "cli/Terminal.h"
+
+#include <cstdlib>
+#include <string_view>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace quorvel {
+
+namespace {
+
+/// By the convention of no-color.org, an empty value counts as not set.
+bool userWantsNoColour() {
+    const char* noColour = std::getenv("NO_COLOR");
+    const char* kind = std::getenv("TERM");
+    return (noColour != nullptr && noColour[0] != '\0') || kind == nullptr ||
+           std::string_view(kind) == "dumb";
+}
+
+}  // namespace
+
+Terminal describeTerminal(int descriptor) {
+    if (isatty(descriptor) == 0) return {};
+    Terminal terminal{.isTerminal = true, .colour = !userWantsNoColour(), .width = std::nullopt};
+    winsize size{};
+    if (ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) terminal.width = size.ws_col;
+    return terminal;
+}
+
+}  // namespace quorvel

@@ -1,0 +1,15 @@
+#include "persistence/FirstRunStore.h"
+
+#include "platform/Files.h"
+
+namespace quorvel {
+
+FirstRunStore::FirstRunStore(const PersistenceManager& persistence)
+    : url(persistence.appSupportURL / "isFirstRun.txt") {}
+
+void FirstRunStore::markFirstRun() const {
+    const files::FolderLock lock(url.parent_path());
+    files::writeAtomically(url, "");
+}
+
+}  // namespace quorvel

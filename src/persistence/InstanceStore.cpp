@@ -1,0 +1,36 @@
+#include "persistence/InstanceStore.h"
+
+#include "persistence/StoredJson.h"
+#include "platform/Files.h"
+#include "platform/JsonInteger.h"
+
+namespace quorvel {
+
+namespace {
+
+std::optional<InstanceStore::Payload> decode(const nlohmann::json& value) {
+    if (!value.is_object()) return std::nullopt;
+    const auto id = value.find("id");
+    if (id == value.end()) return std::nullopt;
+    const auto number = integerValue(*id);
+    if (!number) return std::nullopt;
+    return InstanceStore::Payload{*number};
+}
+
+}  // namespace
+
+InstanceStore::InstanceStore(const PersistenceManager& persistence)
+    : url(persistence.appSupportURL / "instance_id.json") {}
+
+std::optional<std::int64_t> InstanceStore::load() const {
+    const auto payload = decode(storedJson::load(url));
+    if (!payload) return std::nullopt;
+    return payload->id;
+}
+
+void InstanceStore::save(std::int64_t id) const {
+    const files::FolderLock lock(url.parent_path());
+    storedJson::save(url, {{"id", id}});
+}
+
+}  // namespace quorvel

@@ -1,0 +1,26 @@
+#include "persistence/SettingsStore.h"
+
+#include "persistence/StoredJson.h"
+#include "platform/Files.h"
+
+namespace quorvel {
+
+SettingsStore::SettingsStore(const PersistenceManager& persistence)
+    : url(persistence.appSupportURL / "settings.json") {}
+
+Settings SettingsStore::load() const {
+    const auto value = storedJson::load(url);
+    if (!value.is_object()) return {};
+    const auto openAtLogin = value.find("openAtLogin");
+    const auto colorIcon = value.find("colorIcon");
+    if (openAtLogin == value.end() || !openAtLogin->is_boolean()) return {};
+    if (colorIcon == value.end() || !colorIcon->is_boolean()) return {};
+    return {.openAtLogin = openAtLogin->get<bool>(), .colorIcon = colorIcon->get<bool>()};
+}
+
+void SettingsStore::save(const Settings& settings) const {
+    const files::FolderLock lock(url.parent_path());
+    storedJson::save(url, {{"openAtLogin", settings.openAtLogin}, {"colorIcon", settings.colorIcon}});
+}
+
+}  // namespace quorvel

@@ -1,0 +1,49 @@
+#include "platform/DisplayText.h"
+
+#include <cstddef>
+
+namespace quorvel {
+
+namespace {
+
+enum class Display { asItIs, space, nothing };
+
+struct Character {
+    std::size_t length;
+    Display display;
+};
+
+/// The character at the start of valid UTF-8, as far as it needs care.
+Character classify(std::string_view rest) {
+    const auto byte = [rest](std::size_t index) {
+        return index < rest.size() ? static_cast<unsigned char>(rest[index]) : 0U;
+    };
+    if (byte(0) < 0x20 || byte(0) == 0x7F) return {1, Display::space};
+    // U+0080 to U+009F, the other half of the control characters.
+    if (byte(0) == 0xC2 && byte(1) < 0xA0) return {2, Display::space};
+    if (byte(0) == 0xE2 && byte(1) == 0x80) {
+        // U+2028 and U+2029 separate lines and paragraphs; U+202A to U+202E embed and override directions.
+        if (byte(2) == 0xA8 || byte(2) == 0xA9) return {3, Display::space};
+        if (byte(2) >= 0xAA && byte(2) <= 0xAE) return {3, Display::nothing};
+    }
+    // U+2066 to U+2069 isolate directions.
+    if (byte(0) == 0xE2 && byte(1) == 0x81 && byte(2) >= 0xA6 && byte(2) <= 0xA9)
+        return {3, Display::nothing};
+    return {1, Display::asItIs};
+}
+
+}  // namespace
+
+std::string onOneLine(std::string_view text) {
+    std::string line;
+    line.reserve(text.size());
+    while (!text.empty()) {
+        const auto [length, display] = classify(text);
+        if (display == Display::asItIs) line += text.substr(0, length);
+        if (display == Display::space) line += ' ';
+        text.remove_prefix(length < text.size() ? length : text.size());
+    }
+    return line;
+}
+
+}  // namespace quorvel

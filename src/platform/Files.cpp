@@ -1,0 +1,153 @@
+#include "platform/Files.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace quorvel::files {
+
+namespace {
+
+constexpr mode_t ownerOnlyFile = 0600;
+constexpr mode_t ownerOnlyFolder = 0700;
+
+class Descriptor {
+public:
+    explicit Descriptor(int number) : number(number) {}
+    ~Descriptor() { close(); }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    bool isOpen() const { return number >= 0; }
+
+    /// False when the system reports, only now, that bytes written earlier were lost.
+    bool close() { return number < 0 || ::close(std::exchange(number, -1)) == 0; }
+
+    int number;
+};
+
+template <typename Call>
+auto uninterrupted(Call call) {
+    auto result = call();
+    while (result < 0 && errno == EINTR)
+        result = call();
+    return result;
+}
+
+bool writeAll(int descriptor, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const auto count = uninterrupted([&] { return ::write(descriptor, bytes.data(), bytes.size()); });
+        if (count <= 0) return false;
+        bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return true;
+}
+
+/// The size of an open regular file; none for anything else.
+std::optional<std::size_t> regularFileSize(int descriptor) {
+    struct stat status{};
+    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+    return static_cast<std::size_t>(status.st_size);
+}
+
+int openFolder(const std::filesystem::path& folder) {
+    return uninterrupted([&] { return open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
+}
+
+bool writeAndSync(Descriptor& file, std::string_view bytes) {
+    return file.isOpen() && writeAll(file.number, bytes) && fsync(file.number) == 0;
+}
+
+/// Writes the bytes to a file without a name and then gives it the name `temporary`, so that a process that
+/// is killed while it writes leaves nothing behind. False where the file system has no such files.
+bool writeNameless(int folder, const std::string& temporary, std::string_view bytes) {
+    Descriptor file(openat(folder, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, ownerOnlyFile));
+    if (!writeAndSync(file, bytes)) return false;
+    const std::string source = "/proc/self/fd/" + std::to_string(file.number);
+    const bool named = linkat(AT_FDCWD, source.c_str(), folder, temporary.c_str(), AT_SYMLINK_FOLLOW) == 0;
+    return file.close() && named;
+}
+
+bool writeNamed(int folder, const std::string& temporary, std::string_view bytes) {
+    unlinkat(folder, temporary.c_str(), 0);
+    // O_EXCL also refuses a symbolic link that somebody put there in the meantime.
+    Descriptor file(
+        openat(folder, temporary.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, ownerOnlyFile));
+    return writeAndSync(file, bytes) && file.close();
+}
+
+}  // namespace
+
+std::optional<std::string> read(const std::filesystem::path& path, std::size_t sizeLimit) {
+    // Without O_NONBLOCK, opening a FIFO waits for its writer.
+    const Descriptor file(
+        uninterrupted([&] { return open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }));
+    if (!file.isOpen()) return std::nullopt;
+    const auto size = regularFileSize(file.number);
+    if (!size || *size > sizeLimit) return std::nullopt;
+
+    std::string content(*size, '\0');
+    std::size_t length = 0;
+    while (length < content.size()) {
+        const auto count = uninterrupted(
+            [&] { return ::read(file.number, content.data() + length, content.size() - length); });
+        if (count < 0) return std::nullopt;
+        if (count == 0) break;
+        length += static_cast<std::size_t>(count);
+    }
+    content.resize(length);
+    return content;
+}
+
+bool writeAtomically(const std::filesystem::path& path, std::string_view bytes) {
+    const Descriptor folder(openFolder(path.parent_path()));
+    if (!folder.isOpen()) return false;
+    const std::string name = path.filename().string();
+    const std::string temporary = "." + name + ".tmp";
+
+    unlinkat(folder.number, temporary.c_str(), 0);
+    const bool written =
+        writeNameless(folder.number, temporary, bytes) || writeNamed(folder.number, temporary, bytes);
+    if (!written || renameat(folder.number, temporary.c_str(), folder.number, name.c_str()) != 0) {
+        unlinkat(folder.number, temporary.c_str(), 0);
+        return false;
+    }
+    // The new name survives a loss of power only once the folder is on the disk too.
+    return fsync(folder.number) == 0;
+}
+
+AppendResult append(const std::filesystem::path& path, std::string_view bytes) {
+    Descriptor file(uninterrupted(
+        [&] { return open(path.c_str(), O_WRONLY | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC); }));
+    if (!file.isOpen()) return AppendResult::notOpened;
+    const auto sizeBefore = regularFileSize(file.number);
+    if (!sizeBefore) return AppendResult::notOpened;
+    if (writeAll(file.number, bytes)) return file.close() ? AppendResult::done : AppendResult::failed;
+    // A full disk takes part of a line; the half must not stay.
+    [[maybe_unused]] const int outcome = ftruncate(file.number, static_cast<off_t>(*sizeBefore));
+    return AppendResult::failed;
+}
+
+bool makeFolder(const std::filesystem::path& path) {
+    if (path.empty()) return false;
+    if (mkdir(path.c_str(), ownerOnlyFolder) == 0) return true;
+    if (errno == ENOENT && path.has_parent_path() && path.parent_path() != path) {
+        return makeFolder(path.parent_path()) && mkdir(path.c_str(), ownerOnlyFolder) == 0;
+    }
+    struct stat status{};
+    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+FolderLock::FolderLock(const std::filesystem::path& folder) : descriptor(openFolder(folder)) {
+    if (descriptor >= 0) uninterrupted([this] { return flock(descriptor, LOCK_EX); });
+}
+
+FolderLock::~FolderLock() {
+    if (descriptor >= 0) ::close(descriptor);
+}
+
+}  // namespace quorvel::files

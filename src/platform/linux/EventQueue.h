@@ -1,0 +1,96 @@
+#pragma once
+
+#include <atomic>
+#include <deque>
+#include <exception>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "platform/Queue.h"
+#include "platform/linux/FileDescriptor.h"
+
+struct sd_event;
+struct sd_event_source;
+
+namespace quorvel {
+
+/// The main queue: an sd-event loop on the thread that calls `run`. Owned by an entry, which outlives all
+/// that posts to it. Sleeps until there is something to do; nothing in it ticks.
+class EventQueue final : public Queue {
+public:
+    EventQueue();
+    ~EventQueue() override;
+    EventQueue(const EventQueue&) = delete;
+    EventQueue& operator=(const EventQueue&) = delete;
+
+    void post(Task task) override;
+
+    /// Time that the machine spends suspended counts. A task may run late by a hundredth of its delay, 250 ms
+    /// at the most, so that wake-ups can be shared; those that fall due together run in the order of their
+    /// due times.
+    void postAfter(std::chrono::nanoseconds delay, Task task) override;
+
+    /// Runs `task` on the queue each time the process receives signal `number`. Blocks the signal in the
+    /// calling thread and so in the threads, and the programs, started from it later: call it before the
+    /// first thread starts, and give a child an empty signal mask. Only on the queue's own thread.
+    void onSignal(int number, std::function<void()> task);
+
+    /// Runs tasks until `quit`. What a task throws comes out of here; the tasks still waiting then run in the
+    /// next `run`.
+    void run();
+
+    /// Ends the `run` under way after the task at hand, or the next `run` before its first. Any thread.
+    void quit();
+
+    /// The loop itself, for sources that are more than tasks, such as a bus connection. Exceptions must not
+    /// leave the callbacks of such a source.
+    sd_event* event() const { return loop.get(); }
+
+private:
+    struct Release {
+        void operator()(sd_event* event) const;
+        void operator()(sd_event_source* source) const;
+    };
+    using Source = std::unique_ptr<sd_event_source, Release>;
+
+    struct DelayedTask {
+        std::chrono::nanoseconds slack;
+        Task task;
+    };
+
+    struct SignalHandler {
+        EventQueue& queue;
+        std::function<void()> task;
+        Source source;
+    };
+
+    void addWakeSource();
+    void addTimerSource();
+    void wake();
+    void runNext();
+    void postDue();
+    void armTimer();
+    template <typename Work>
+    int contain(Work work) noexcept;
+
+    std::unique_ptr<sd_event, Release> loop;
+    std::exception_ptr failure;
+    std::atomic<bool> quitting = false;
+
+    std::mutex mutex;
+    std::deque<Task> waiting;
+    bool isClosed = false;
+    /// An eventfd, readable as long as `waiting` holds something.
+    FileDescriptor wakeSignal;
+    Source wakeSource;
+
+    /// By due time on CLOCK_BOOTTIME; of two that are due together, the one posted first comes first.
+    std::multimap<std::chrono::nanoseconds, DelayedTask> delayed;
+    Source timerSource;
+
+    std::vector<std::unique_ptr<SignalHandler>> signalHandlers;
+};
+
+}  // namespace quorvel

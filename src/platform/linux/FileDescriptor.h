@@ -1,0 +1,29 @@
+#pragma once
+
+#include <unistd.h>
+#include <utility>
+
+namespace quorvel {
+
+/// Owns an open file descriptor and closes it; -1 is none.
+class FileDescriptor {
+public:
+    FileDescriptor() = default;
+    explicit FileDescriptor(int openNumber) : number(openNumber) {}
+    FileDescriptor(FileDescriptor&& other) noexcept : number(std::exchange(other.number, -1)) {}
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept {
+        std::swap(number, other.number);
+        return *this;
+    }
+    ~FileDescriptor() {
+        if (number >= 0) close(number);
+    }
+
+    int get() const { return number; }
+    explicit operator bool() const { return number >= 0; }
+
+private:
+    int number = -1;
+};
+
+}  // namespace quorvel

@@ -1,0 +1,155 @@
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <map>
+
+#include "check/CheckSummary.h"
+#include "check/MatchEvaluation.h"
+#include "support/TemporaryFolder.h"
+#include "versions/VersionComparator.h"
+
+namespace quorvel {
+namespace {
+
+InstalledApp app(std::string name, std::string bundleID, std::string version) {
+    return {std::move(name), std::move(bundleID), std::move(version), "/Applications/X.app", {}};
+}
+
+class MatchEvaluationTest : public testing::Test {
+protected:
+    MatchEvaluation evaluateAll(const std::vector<InstalledApp>& inventory,
+                                const std::vector<AutoMatchResult>& results) const {
+        auto evaluation = evaluate(inventory, results, comparator, ignoredVersions, runningOS);
+        EXPECT_EQ(evaluation.updates.size() + evaluation.skipped.size(), inventory.size())
+            << "every application counts exactly once";
+        return evaluation;
+    }
+
+    /// The reason why the one application is skipped, or "update to" its version.
+    std::string verdict(const std::string& installed, const AutoMatchResult& result) const {
+        const auto evaluation = evaluateAll({app("Editor", "com.example.editor", installed)}, {result});
+        return evaluation.updates.empty() ? evaluation.skipped.front().reason
+                                          : "update to " + evaluation.updates.front().latestVersion;
+    }
+
+    static AutoMatchResult result(std::string version, std::optional<std::string> minimumOS = {},
+                                  std::vector<std::string> identifiers = {"com.example.editor"}) {
+        return {12, "Editor", std::move(version), std::move(identifiers), std::move(minimumOS)};
+    }
+
+    TemporaryFolder folder;
+    IgnoredVersionsStore ignoredVersions{PersistenceManager::at(folder.path)};
+    VersionComparator comparator;
+    OSVersion runningOS{14, 6, 1};
+};
+
+TEST_F(MatchEvaluationTest, theFirstRuleThatAppliesDecides) {
+    struct Row {
+        std::string installed;
+        AutoMatchResult result;
+        std::string verdict;
+    };
+    const std::vector<Row> rows{
+        {"1.0", result("2.0"), "update to 2.0"},
+        {"1.0", result("2.0", {}, {"com.example.Editor"}), "not recognised by Orbisto API"},
+        {"1.0", result("2.0", {}, {}), "not recognised by Orbisto API"},
+        {"1.0", result("2.0", {}, {"x", "com.example.editor"}), "update to 2.0"},
+        {"beta", result("2.0"), "local version invalid: \"beta\""},
+        {" - ", result("2.0"), "local version invalid: \" - \""},
+        {"\t", result("2.0"), "local version invalid: \"\t\""},
+        {"-", result(""), "local version invalid: \"-\""},
+        {"1.0", result(""), "remote version invalid: \"\""},
+        {"1.0", result(" n/a "), "remote version invalid: \" n/a \""},
+        {" 1.2\t", result(" 1.2.1 "), "update to  1.2.1 "},
+        {"\u0663", result("4"), "update to 4"},
+        {"2.0", result("2.0"), "already at latest"},
+        {"2.0", result("1.9", "99"), "already at latest"},
+        {"1.0", result("2.0", "15.0"), "requires 15.0"},
+        {"1.0", result("2.0", "14.6.2 or later"), "requires 14.6.2 or later"},
+        {"1.0", result("2.0", "14.6.1"), "update to 2.0"},
+        {"1.0", result("2.0", "99.x"), "update to 2.0"},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(verdict(row.installed, row.result), row.verdict) << row.installed;
+}
+
+TEST_F(MatchEvaluationTest, readsMinimumSystemVersionsOrDisregardsThem) {
+    const std::map<std::string, std::string> rows{
+        {"10.15", "10.15.0"},
+        {"macOS 11", "11.0.0"},
+        {"12.0.1 or later", "12.0.1"},
+        {"10.9+", "10.9.0"},
+        {"11..2", "11.2.0"},
+        {"1.2.3.4", "1.2.3"},
+        {"1.2.3.x", "1.2.3"},
+        {"13.x", "none"},
+        {"", "none"},
+        {"Sequoia", "none"},
+        {"10.9.", "10.9.0"},
+        {"007.1", "7.1.0"},
+        {"macOS \u0661", "none"},
+        {"10.\u00BD", "none"},
+        {"99999999999999999999", "none"},
+        {"macOS 10.13 \u00BD", "10.13.0"},
+    };
+    for (const auto& [text, expected] : rows) {
+        const auto version = parseMinimumOS(text);
+        EXPECT_EQ(version ? toText(*version) : "none", expected) << text;
+    }
+    EXPECT_FALSE(parseMinimumOS(std::nullopt).has_value());
+}
+
+TEST_F(MatchEvaluationTest, theLaterResultForAnIdentifierWinsAndEveryCopyCounts) {
+    auto early = result("2.0"), late = result("3.0");
+    late.id = 99;
+    const auto evaluation =
+        evaluateAll({app("Editor", "com.example.editor", "1"), app("Editor 2", "com.example.editor", "2")},
+                    {early, late});
+    ASSERT_EQ(evaluation.updates.size(), 2U);
+    EXPECT_EQ(evaluation.updates[0].obAppId, 99);
+    EXPECT_EQ(evaluation.updates[1].latestVersion, "3.0");
+}
+
+TEST_F(MatchEvaluationTest, flagsExactlyTheVersionThatTheUserIgnores) {
+    for (const auto& [ignored, offered, expected] : std::vector<std::tuple<std::string, std::string, bool>>{
+             {"2.0", "2.0", true}, {"2.0", "2.0.1", false}, {"2.0", "V2.0", false}, {"2.0 ", "2.0", false}}) {
+        ignoredVersions.ignore(ignored, "Editor", "com.example.editor");
+        const auto evaluation = evaluateAll({app("Editor", "com.example.editor", "1.0")}, {result(offered)});
+        EXPECT_EQ(evaluation.updates.at(0).isIgnored, expected) << ignored << " against " << offered;
+    }
+}
+
+TEST_F(MatchEvaluationTest, sortsByNameAsPeopleDo) {
+    setenv("LC_ALL", "en_US.UTF-8", 1);
+    std::vector<AppUpdate> updates;
+    for (const std::string name : {"gamma", "Zed", "Beta", "\u00C9clair", "alpha", "beta", "ALPHA", "Edge"}) {
+        updates.push_back({app(name, "", "1"), "2", static_cast<std::int64_t>(updates.size()), false});
+    }
+    sortByName(updates);
+    unsetenv("LC_ALL");
+    std::string order;
+    for (const auto& update : updates)
+        order += update.app.name + " ";
+    EXPECT_EQ(order, "alpha ALPHA Beta beta \u00C9clair Edge gamma Zed ");
+}
+
+TEST_F(MatchEvaluationTest, summarisesCountsAndListsWhatNeedsAttention) {
+    const auto evaluation = evaluateAll(
+        {app("Fresh", "com.example.editor", "1"), app("Current", "com.example.editor", "2"),
+         app("alpha", "com.example.editor", "-"), app("Zed", "new.os", "1"), app("Stranger", "?", "1")},
+        {result("2"), result("2", "99", {"new.os"})});
+    const std::vector<ScanIssue> issues{{"alpha", "/a", "could not read bundle"},
+                                        {"Broken", "/b", "no version"}};
+    EXPECT_EQ(checkSummary(evaluation, issues, "NOW"),
+              "---\n[NOW] Check completed\nAll apps: 7\n"
+              "Matched: 4 (1 already latest, 1 require newer OS, 1 invalid version)\n"
+              "Unmatched: 1\nUpdates: 1\n---\nIssues (4):\n"
+              "  Broken — no version\n  Zed — requires 99\n"
+              "  alpha — could not read bundle\n  alpha — local version invalid: \"-\"");
+
+    ignoredVersions.ignore("2", "Editor", "com.example.editor");
+    EXPECT_EQ(checkSummary(evaluateAll({app("Fresh", "com.example.editor", "1")}, {result("2")}), {}, "NOW"),
+              "---\n[NOW] Check completed\nAll apps: 1\nMatched: 1\nUnmatched: 0\nUpdates: 0");
+}
+
+}  // namespace
+}  // namespace quorvel

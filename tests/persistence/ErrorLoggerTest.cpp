@@ -1,0 +1,129 @@
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <map>
+#include <sstream>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "persistence/ErrorLogger.h"
+#include "support/TemporaryFolder.h"
+
+namespace quorvel {
+namespace {
+
+class ErrorLoggerTest : public testing::Test {
+protected:
+    static std::string numberedLines(int first, int last) {
+        std::string lines;
+        for (int number = first; number <= last; ++number)
+            lines += "line " + std::to_string(number) + "\n";
+        return lines;
+    }
+
+    std::string logText() const { return folder.read("error.log"); }
+    void setLog(std::string_view text) const { folder.write("error.log", text); }
+
+    TemporaryFolder folder;
+    PersistenceManager persistence = PersistenceManager::at(folder.path);
+    std::chrono::system_clock::time_point time = std::chrono::sys_days(std::chrono::year(2025) / 3 / 4) +
+                                                 std::chrono::hours(5) + std::chrono::minutes(6) +
+                                                 std::chrono::milliseconds(7999);
+    ErrorLogger logger{persistence, 500, [this] { return time; }};
+};
+
+TEST_F(ErrorLoggerTest, writesEntriesHeadersAndRawLinesAsTheyStand) {
+    logger.log("first");
+    EXPECT_EQ(logText(), "[2025-03-04T05:06:07Z] first\n");
+    logger.appendRaw("---");
+    logger.log("two\nlines");
+    EXPECT_EQ(logText(), "[2025-03-04T05:06:07Z] first\n---\n[2025-03-04T05:06:07Z] two\nlines\n");
+    logger.resetWithEntry("alone");
+    EXPECT_EQ(logText(), "[2025-03-04T05:06:07Z] alone\n");
+    logger.resetWithHeader("A\nB");
+    EXPECT_EQ(logText(), "A\nB\n");
+    logger.resetWithHeader("A\nB\n");
+    EXPECT_EQ(logText(), "A\nB\n");
+}
+
+TEST_F(ErrorLoggerTest, tellsTheTimeInUTCWhateverTheTimeZone) {
+    setenv("TZ", "Asia/Kathmandu", 1);
+    tzset();
+    logger.log("x");
+    unsetenv("TZ");
+    tzset();
+    EXPECT_EQ(logText(), "[2025-03-04T05:06:07Z] x\n");
+}
+
+TEST_F(ErrorLoggerTest, keepsTheLastFiveHundredLines) {
+    struct Row {
+        const char* what;
+        std::string before, appended, after;
+    };
+    const std::vector<Row> rows{
+        {"499 lines take one more", numberedLines(1, 499), "new", numberedLines(1, 499) + "new\n"},
+        {"500 lines lose their first", numberedLines(1, 500), "new", numberedLines(2, 500) + "new\n"},
+        {"a block of ten onto 495 pushes out five", numberedLines(1, 495), "1\n2\n3\n4\n5\n6\n7\n8\n9\n10",
+         numberedLines(6, 495) + "1\n2\n3\n4\n5\n6\n7\n8\n9\n10\n"},
+        {"empty lines count", std::string(500, '\n'), "new", std::string(499, '\n') + "new\n"},
+        {"text without a line feed at its end joins the new line", "half", "new", "halfnew\n"},
+        {"malformed UTF-8 is never trimmed", "\xff\n" + numberedLines(1, 500), "new",
+         "\xff\n" + numberedLines(1, 500) + "new\n"},
+        {"what cannot be text is repaired", "", "a\xff", "a\xEF\xBF\xBD\n"},
+    };
+    for (const auto& row : rows) {
+        setLog(row.before);
+        logger.appendRaw(row.appended);
+        EXPECT_EQ(logText(), row.after) << row.what;
+    }
+}
+
+TEST_F(ErrorLoggerTest, boundsAnEntryOfItsOwnButNotAHeader) {
+    const std::string message = numberedLines(1, 600);
+    logger.resetWithEntry(message);
+    EXPECT_EQ(logText(), numberedLines(102, 600) + "\n");
+    logger.resetWithHeader(message);
+    EXPECT_EQ(logText(), message);
+}
+
+TEST_F(ErrorLoggerTest, replacesAFileThatCannotBeOpenedForAppending) {
+    const auto victim = folder.write("elsewhere/victim", "precious");
+    std::filesystem::create_symlink(victim, logger.url);
+    logger.appendRaw("new");
+    EXPECT_EQ(folder.read("elsewhere/victim"), "precious");
+    EXPECT_EQ(logText(), "new\n");
+}
+
+/// Two processes append and trim side by side; each line must come out whole, and those of one process in
+/// their order.
+TEST_F(ErrorLoggerTest, twoProcessesNeverMixTheirLines) {
+    constexpr int linesEach = 400;
+    std::vector<pid_t> children;
+    for (const char name : {'a', 'b'}) {
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            for (int line = 0; line < linesEach; ++line) {
+                logger.appendRaw(std::string(200, name) + " " + std::to_string(line));
+            }
+            _exit(0);
+        }
+        children.push_back(child);
+    }
+    for (const pid_t child : children)
+        ASSERT_EQ(waitpid(child, nullptr, 0), child);
+
+    std::istringstream lines(logText());
+    std::map<char, int> newest;
+    int count = 0;
+    for (std::string line; std::getline(lines, line); ++count) {
+        ASSERT_EQ(line.substr(0, 200), std::string(200, line[0])) << line;
+        const int number = std::stoi(line.substr(201));
+        const auto previous = newest.find(line[0]);
+        EXPECT_EQ(number, previous == newest.end() ? number : previous->second + 1) << line;
+        newest[line[0]] = number;
+    }
+    EXPECT_EQ(count, 500);
+}
+
+}  // namespace
+}  // namespace quorvel

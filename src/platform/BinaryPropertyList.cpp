@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/PropertyListLimits.h"
+#include "platform/Text.h"
 #include "platform/Utf16.h"
 
 namespace quorvel {
@@ -51,8 +52,8 @@ struct Collection {
 
 class Reader {
 public:
-    Reader(std::string_view bytes, std::span<const std::string_view> keys)
-        : bytes(bytes), keys(keys), texts(keys.size()), isSeen(keys.size()) {}
+    Reader(std::string_view list, std::span<const std::string_view> asked)
+        : bytes(list), keys(asked), texts(asked.size()), isSeen(asked.size()) {}
 
     std::optional<PropertyListTexts> read() {
         if (!readTrailer() || !areOffsetsInside()) return std::nullopt;
@@ -190,7 +191,7 @@ private:
             case Kind::data:
                 return isSoundContent(object, object.count);
             case Kind::asciiText:
-                return isSoundContent(object, object.count) && isAscii(contentOf(object));
+                return isSoundContent(object, object.count) && text::isAscii(contentOf(object));
             case Kind::utf16Text:
                 return fits(object.content, object.count, 2) && spend(1, object.count * 2) &&
                        utf16::isValid(contentOf(object), std::endian::big);
@@ -201,13 +202,6 @@ private:
 
     bool isSoundContent(const Object& object, std::uint64_t size) {
         return fits(object.content, size, 1) && spend(1, size);
-    }
-
-    static bool isAscii(std::string_view text) {
-        unsigned char all = 0;
-        for (const char byte : text)
-            all |= static_cast<unsigned char>(byte);
-        return all < 0x80;
     }
 
     /// Of a text whose content is inside.

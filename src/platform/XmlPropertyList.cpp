@@ -106,8 +106,8 @@ bool isDate(std::string_view text) {
 
 class Reader {
 public:
-    explicit Reader(std::span<const std::string_view> keys)
-        : parser(XML_ParserCreate(nullptr)), keys(keys), texts(keys.size()) {
+    explicit Reader(std::span<const std::string_view> askedKeys)
+        : parser(XML_ParserCreate(nullptr)), keys(askedKeys), texts(askedKeys.size()) {
         XML_SetUserData(parser.get(), this);
         XML_SetElementHandler(parser.get(), onStart, onEnd);
         XML_SetCharacterDataHandler(parser.get(), onText);

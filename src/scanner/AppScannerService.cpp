@@ -78,9 +78,9 @@ std::filesystem::path homeFolder() {
 
 }  // namespace
 
-AppScannerService::AppScannerService(std::vector<std::filesystem::path> roots,
-                                     std::optional<std::string> ownBundleIdentifier)
-    : roots(std::move(roots)), ownBundleIdentifier(std::move(ownBundleIdentifier)) {}
+AppScannerService::AppScannerService(std::vector<std::filesystem::path> folders,
+                                     std::optional<std::string> ownIdentifier)
+    : roots(std::move(folders)), ownBundleIdentifier(std::move(ownIdentifier)) {}
 
 std::vector<std::filesystem::path> AppScannerService::standardRoots() {
     std::vector<std::filesystem::path> roots{"/Applications"};

@@ -1,0 +1,227 @@
+#include <algorithm>
+#include <future>
+#include <sys/resource.h>
+
+#include "connectivity/ConnectivityService.h"
+#include "linux/NetworkNamespace.h"
+#include "platform/linux/NetlinkPathMonitor.h"
+#include "support/PathMonitorContract.h"
+#include "support/StatusLog.h"
+
+namespace quorvel {
+namespace {
+
+using std::chrono::hours;
+using std::chrono::milliseconds;
+using enum PathStatus;
+
+/// Two ends of a cable, both in this network; switching off v1 takes the carrier from v0.
+constexpr const char* cable =
+    "link add v0 type veth peer name v1\n"
+    "link set v0 up\n"
+    "link set v1 up\n"
+    "addr add 192.0.2.2/24 dev v0\n";
+
+class NetworkHost {
+public:
+    NetworkHost() {
+        if (reasonToSkip().empty()) NetworkNamespace::ip(cable);
+    }
+
+    std::unique_ptr<PathMonitor> makeMonitor() {
+        return std::make_unique<NetlinkPathMonitor>(milliseconds(1));
+    }
+    void started() {}
+    void setSatisfied(bool satisfied) {
+        NetworkNamespace::ip(satisfied ? "route add default via 192.0.2.1\n" : "route del default\n");
+    }
+    const std::string& reasonToSkip() const { return network.reasonToSkip(); }
+
+private:
+    NetworkNamespace network;
+};
+
+INSTANTIATE_TYPED_TEST_SUITE_P(Netlink, PathMonitorContract, NetworkHost);
+
+class NetlinkPathMonitorTest : public testing::Test {
+protected:
+    void SetUp() override {
+        if (!network.reasonToSkip().empty()) GTEST_SKIP() << network.reasonToSkip();
+    }
+
+    void ip(const std::string& commands) { NetworkNamespace::ip(commands); }
+
+    void start(PathMonitor& monitor) {
+        monitor.start("com.ob.quorvel.test", [this](PathStatus status) { log.add(status); });
+    }
+
+    bool waitFor(PathStatus status) {
+        return log.waitUntil([status](const auto& all) { return !all.empty() && all.back() == status; });
+    }
+
+    /// The first report on the network as it is now. It does not wait for quiet, however long that takes.
+    PathStatus presentStatus() {
+        StatusLog first;
+        NetlinkPathMonitor monitor(hours(1), hours(1));
+        monitor.start("com.ob.quorvel.test", [&](PathStatus status) { first.add(status); });
+        EXPECT_TRUE(first.waitForCount(1));
+        monitor.cancel();
+        return first.all().at(0);
+    }
+
+    NetworkNamespace network;
+    StatusLog log;
+};
+
+TEST_F(NetlinkPathMonitorTest, reportsAtOnceWhatTheRoutesAndLinksSay) {
+    struct Row {
+        const char* change;
+        PathStatus expected;
+    };
+    const Row rows[] = {
+        {"", unsatisfied},
+        {"link set lo up\n", unsatisfied},
+        {"route add default dev lo\n", unsatisfied},
+        {"route del default\n", unsatisfied},
+        {cable, unsatisfied},
+        {"route add unreachable default\n", unsatisfied},
+        {"route del unreachable default\n", unsatisfied},
+        {"route add default via 192.0.2.1\n", satisfied},
+        {"route add unreachable default metric 9\n", satisfied},
+        {"route del default via 192.0.2.1\n", unsatisfied},
+        {"route add ::/0 via fe80::1 dev v0\n", satisfied},
+        {"route del ::/0 dev v0\n", unsatisfied},
+        {"route add default via 192.0.2.1 table 100\n", unsatisfied},
+        {"link add w0 type veth peer name w1\nlink set w0 up\naddr add 198.51.100.2/24 dev w0\n"
+         "route add default nexthop dev w0 via 198.51.100.1 onlink nexthop via 192.0.2.1\n",
+         satisfied},
+        {"link set v0 down\n", unsatisfied},
+    };
+    for (const auto& [change, expected] : rows) {
+        ip(change);
+        EXPECT_EQ(presentStatus(), expected) << "after: " << change;
+    }
+}
+
+TEST_F(NetlinkPathMonitorTest, reportsALostCarrierAlthoughTheRouteStays) {
+    ip(cable);
+    ip("route add default via 192.0.2.1\n");
+    NetlinkPathMonitor monitor;
+    start(monitor);
+    ASSERT_TRUE(waitFor(satisfied));
+    ip("link set v1 down\n");
+    EXPECT_TRUE(waitFor(unsatisfied));
+    ip("link set v1 up\n");
+    EXPECT_TRUE(waitFor(satisfied));
+    monitor.cancel();
+    EXPECT_EQ(log.all(), (std::vector{satisfied, unsatisfied, satisfied}));
+}
+
+TEST_F(NetlinkPathMonitorTest, doesNotWaitForEverForAStormToEnd) {
+    ip(cable);
+    // It is never quiet for an hour.
+    NetlinkPathMonitor monitor(hours(1), milliseconds(1));
+    start(monitor);
+    ASSERT_TRUE(waitFor(unsatisfied));
+    ip("route add default via 192.0.2.1\n");
+    EXPECT_TRUE(waitFor(satisfied));
+}
+
+std::string flaps(int count) {
+    std::string commands;
+    for (int flap = 0; flap < count; ++flap)
+        commands += "route del default\nroute add default via 192.0.2.1\n";
+    return commands;
+}
+
+TEST_F(NetlinkPathMonitorTest, findsTheChangeBehindMessagesThatNoLongerFitted) {
+    ip(cable);
+    ip("route add default via 192.0.2.1\n");
+    std::promise<void> release;
+    NetlinkPathMonitor monitor(milliseconds(1));
+    monitor.start("com.ob.quorvel.test", [&, wait = release.get_future().share()](PathStatus status) {
+        log.add(status);
+        wait.wait();
+    });
+    ASSERT_TRUE(waitFor(satisfied));
+    // The socket's buffer holds a few hundred messages, the last of which is not among them.
+    ip(flaps(1000) + "route del default\n");
+    release.set_value();
+    EXPECT_TRUE(waitFor(unsatisfied));
+}
+
+/// Writes down what passes between a monitor and its user.
+class LoggingMonitor final : public PathMonitor {
+public:
+    LoggingMonitor(std::unique_ptr<PathMonitor> watchingMonitor, StatusLog& statusLog)
+        : inner(std::move(watchingMonitor)), log(statusLog) {}
+    void start(std::string_view label, UpdateHandler handler) override {
+        inner->start(label, [this, handler = std::move(handler)](PathStatus status) {
+            handler(status);
+            log.add(status);
+        });
+    }
+    void cancel() override { inner->cancel(); }
+
+private:
+    std::unique_ptr<PathMonitor> inner;
+    StatusLog& log;
+};
+
+TEST_F(NetlinkPathMonitorTest, aThousandFlapsRunOneCallbackForEachOutageReported) {
+    ip(cable);
+    ip("route add default via 192.0.2.1\n");
+    int restores = 0;
+    auto monitor = std::make_unique<NetlinkPathMonitor>(milliseconds(0), milliseconds(0));
+    auto service =
+        std::make_unique<ConnectivityService>(std::make_unique<LoggingMonitor>(std::move(monitor), log));
+    const std::function<void()> countAndStay = [&] {
+        ++restores;
+        service->setOnConnectivityRestored(countAndStay);
+    };
+    service->setOnConnectivityRestored(countAndStay);
+    ASSERT_TRUE(waitFor(satisfied));
+    ip(flaps(1000) + "route del default\n");
+    ASSERT_TRUE(waitFor(unsatisfied));
+    ip("route add default via 192.0.2.1\n");
+    ASSERT_TRUE(waitFor(satisfied));
+    service.reset();
+
+    const auto all = log.all();
+    EXPECT_EQ(std::adjacent_find(all.begin(), all.end()), all.end()) << "a status was reported twice";
+    const auto outages = std::count(all.begin(), all.end(), unsatisfied);
+    EXPECT_GE(outages, 1);
+    EXPECT_LE(outages, 1001);
+    // Every outage has ended but one that a last glance at the flapping may have shown.
+    EXPECT_EQ(restores, all.back() == satisfied ? outages : outages - 1);
+    RecordProperty("outagesReported", std::to_string(outages));
+}
+
+TEST_F(NetlinkPathMonitorTest, reportsSatisfiedOnceWhereItMayNotWatch) {
+    NetlinkPathMonitor monitor;
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    rlimit none = before;
+    none.rlim_cur = 0;
+    setrlimit(RLIMIT_NOFILE, &none);
+    start(monitor);
+    EXPECT_TRUE(waitFor(satisfied));
+    setrlimit(RLIMIT_NOFILE, &before);
+    monitor.cancel();
+    EXPECT_EQ(log.all().size(), 1U);
+}
+
+TEST_F(NetlinkPathMonitorTest, leavesNoFileOpen) {
+    const auto nextFree = [] {
+        const int lowest = dup(STDIN_FILENO);
+        close(lowest);
+        return lowest;
+    };
+    const int before = nextFree();
+    for (int turn = 0; turn < 20; ++turn)
+        presentStatus();
+    EXPECT_EQ(nextFree(), before);
+}
+
+}  // namespace
+}  // namespace quorvel

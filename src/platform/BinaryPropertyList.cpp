@@ -159,8 +159,7 @@ private:
             return spend(1, 0) && enter(*value);
         }
         if (!isSoundLeaf(*value)) return false;
-        if (asked && isText(*value)) texts[*asked] = textOf(*value);
-        return true;
+        return !asked || !isText(*value) || keep(*asked, *value);
     }
 
     static bool isText(const Object& object) {
@@ -210,10 +209,15 @@ private:
         return bytes.substr(object.content, static_cast<std::size_t>(object.count) * width);
     }
 
+    bool keep(std::size_t asked, const Object& object) {
+        if (contentOf(object).size() > propertyListTextLimit) return false;
+        texts[asked] = textOf(object);
+        return true;
+    }
+
     std::string textOf(const Object& object) const {
         if (object.kind == Kind::asciiText) return std::string(contentOf(object));
         std::string text;
-        text.reserve(contentOf(object).size());
         utf16::appendAsUtf8(contentOf(object), std::endian::big, text);
         return text;
     }

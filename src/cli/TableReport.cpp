@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <filesystem>
 
 #include "cli/Table.h"
 #include "platform/DisplayText.h"
@@ -19,6 +20,13 @@ std::string section(const std::string& title, const Table& table, const Terminal
     const std::string heading = title + " (" + std::to_string(table.rows.size()) + ")";
     return (terminal.colour ? "\x1b[1;32m" + heading + "\x1b[0m" : heading) + "\n" + render(table, terminal) +
            "\n";
+}
+
+/// A path below the folder that the user stands in is shown from there.
+std::string displayPath(const std::string& path) {
+    std::error_code ignored;
+    const std::string here = std::filesystem::current_path(ignored).string() + "/";
+    return onOneLine(path.starts_with(here) ? path.substr(here.size()) : path);
 }
 
 std::string updateSection(const CheckReport& report, bool all, const Terminal& terminal) {
@@ -39,7 +47,7 @@ std::string otherSections(const CheckReport& report, const Terminal& terminal) {
     }
     Table issues{{"APPLICATION", "REASON", "PATH"}, {}};
     for (const auto& issue : report.issues) {
-        issues.rows.push_back({onOneLine(issue.appName), issue.reason, onOneLine(issue.path)});
+        issues.rows.push_back({onOneLine(issue.appName), issue.reason, displayPath(issue.path)});
     }
     return section("No newer version", skipped, terminal) + section("Not listed", issues, terminal);
 }
@@ -49,10 +57,12 @@ std::string summary(const CheckReport& report) {
         static_cast<std::size_t>(std::ranges::count(report.updates, true, &AppUpdate::isIgnored));
     const std::size_t shown = report.updates.size() - ignored;
     std::string text = shown == 0 ? "Nothing newer" : counted(shown, "newer version", "newer versions");
-    if (ignored > 0) text += ", " + counted(ignored, "ignored version", "ignored versions");
-    text += "; " + counted(report.apps, "application", "applications") + " checked";
-    if (!report.issues.empty()) text += ", " + std::to_string(report.issues.size()) + " not listed";
-    return text + " on macOS " + toText(report.os) + ".\n";
+    if (ignored > 0) text += " (and " + std::to_string(ignored) + " ignored)";
+    text += " for " + counted(report.apps, "application", "applications") + " on macOS " + toText(report.os);
+    if (!report.issues.empty()) {
+        text += "; " + counted(report.issues.size(), "bundle", "bundles") + " could not be listed";
+    }
+    return text + ".\n";
 }
 
 }  // namespace

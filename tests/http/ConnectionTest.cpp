@@ -1,3 +1,5 @@
+#include <optional>
+
 #include "http/SessionFixture.h"
 
 namespace quorvel {
@@ -54,7 +56,8 @@ struct ReuseCase {
     Reply second;
     std::string outcome;
     std::size_t requests;
-    std::size_t connections;
+    /// Missing where the last connection carried no request: the server may not have accepted it yet.
+    std::optional<std::size_t> connections;
 };
 
 TEST(Connection, carriesARequestTwiceOnlyWhenAllowedAndNoByteOfAnAnswerCame) {
@@ -68,8 +71,8 @@ TEST(Connection, carriesARequestTwiceOnlyWhenAllowedAndNoByteOfAnAnswerCame) {
         {"fresh when nothing may be repeated", Resend::never, lively, "200 2", 2, 2},
         {"sent again after an end", Resend::onDeadConnection, dies, "200 3", 3, 2},
         {"sent again after a reset", Resend::onDeadConnection, resets, "200 3", 3, 2},
-        {"not after the first byte", Resend::onDeadConnection, begins, "connectionLost", 2, 2},
-        {"not after half a status line", Resend::onDeadConnection, beginsAndResets, "connectionLost", 2, 2},
+        {"not after the first byte", Resend::onDeadConnection, begins, "connectionLost", 2, {}},
+        {"not after half a status line", Resend::onDeadConnection, beginsAndResets, "connectionLost", 2, {}},
         {"never, after an end", Resend::never, dies, "connectionLost", 2, 2},
         {"never, after a reset", Resend::never, resets, "connectionLost", 2, 2},
     };
@@ -80,7 +83,9 @@ TEST(Connection, carriesARequestTwiceOnlyWhenAllowedAndNoByteOfAnAnswerCame) {
         const std::string outcome = text(exchange(session, post(server.url("/"), "{}", row.resend)));
         EXPECT_EQ(outcome.substr(0, outcome.find(':')), row.outcome) << row.name;
         EXPECT_EQ(server.requests().size(), row.requests) << row.name;
-        EXPECT_EQ(server.connections(), row.connections) << row.name;
+        if (row.connections) {
+            EXPECT_EQ(server.connections(), *row.connections) << row.name;
+        }
     }
 }
 

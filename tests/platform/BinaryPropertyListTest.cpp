@@ -246,20 +246,16 @@ std::string longTextUnderEachKey() {
 
 TEST(BinaryPropertyList, spendsLittleOnHostileLists) {
     const auto utf16Text = Writer::marker(0x6, 2'000'000) + std::string(4'000'000, '\x30');
-    const std::vector<std::pair<std::string, std::string>> lists{
-        {"each level twice the last", doublings(60, 2)},
-        {"each level 200 times the last", doublings(60, 200)},
-        {"many references to nothing much", manyReferencesTo("\x09", 4'000'000)},
-        {"many references to empty arrays", manyReferencesTo("\xA0", 4'000'000)},
-        {"many references to a long text", manyReferencesTo(utf16Text, 1'000'000)},
-        {"one long text under each key", longTextUnderEachKey()},
-        {"longest UTF-16 text", withValue([](Writer& writer) {
-             return writer.text(std::u16string(propertyListSizeLimit / 2 - 1000, u'\u8A9E'));
-         })},
-        {"longest ASCII text", sizedList(propertyListSizeLimit)},
-    };
-    for (const auto& [name, list] : lists)
-        expectLittleSpent(name, list);
+    expectLittleSpent("each level twice the last", doublings(60, 2));
+    expectLittleSpent("each level 200 times the last", doublings(60, 200));
+    expectLittleSpent("many references to nothing much", manyReferencesTo("\x09", 4'000'000));
+    expectLittleSpent("many references to empty arrays", manyReferencesTo("\xA0", 4'000'000));
+    expectLittleSpent("many references to a long text", manyReferencesTo(utf16Text, 1'000'000));
+    expectLittleSpent("one long text under each key", longTextUnderEachKey());
+    expectLittleSpent("longest UTF-16 text", withValue([](Writer& writer) {
+                          return writer.text(std::u16string(propertyListSizeLimit / 2 - 1000, u'\u8A9E'));
+                      }));
+    expectLittleSpent("longest ASCII text", sizedList(propertyListSizeLimit));
 }
 
 }  // namespace

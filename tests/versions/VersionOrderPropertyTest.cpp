@@ -82,21 +82,21 @@ std::string printed(std::string_view candidate, std::string_view baseline) {
 TEST(VersionOrder, bothFormsAgreeOnAscii) {
     RandomTexts texts(asciiPieces);
     std::size_t newer = 0;
-    for (int round = 0; round < 20000; ++round) {
+    for (int round = 0; round < 10000; ++round) {
         const std::string candidate = texts.next();
         const std::string baseline = texts.next();
         const bool expected = versionOrder::isNewerUnicode(candidate, baseline);
         ASSERT_EQ(versionOrder::isNewerAscii(candidate, baseline), expected) << printed(candidate, baseline);
         newer += expected ? 1 : 0;
     }
-    EXPECT_GT(newer, 2000U) << "too few texts differ for the comparison to say much";
+    EXPECT_GT(newer, 1000U) << "too few texts differ for the comparison to say much";
 }
 
 TEST(VersionOrder, neverPutsATextBeforeItselfNorTwoBeforeEachOther) {
     const VersionComparator comparator;
     for (const Pieces pieces : {Pieces(asciiPieces), Pieces(unicodePieces)}) {
         RandomTexts texts(pieces);
-        for (int round = 0; round < 10000; ++round) {
+        for (int round = 0; round < 4000; ++round) {
             const std::string one = texts.next();
             const std::string other = texts.next();
             ASSERT_FALSE(comparator.isNewer(one, one)) << testing::PrintToString(one);
@@ -111,7 +111,7 @@ TEST(VersionOrder, neverPutsATextBeforeItselfNorTwoBeforeEachOther) {
 TEST(VersionOrder, isAWeakOrderWhileNumbersFitInto64Bits) {
     RandomTexts texts(plainPieces);
     std::vector<std::string> sample;
-    while (sample.size() < 80)
+    while (sample.size() < 60)
         sample.push_back(texts.next(6));
     const auto isNewer = [](const std::string& one, const std::string& other) {
         return versionOrder::isNewerAscii(one, other);
@@ -161,7 +161,7 @@ TEST(VersionOrder, findsBuildNumbersWhereTheRegularExpressionDoes) {
                                            "𝟗",   "½",  "\u0301", "\0"sv,   "x",      "\u001C"};
     RandomTexts texts(pieces);
     int replaced = 0;
-    for (int round = 0; round < 40000; ++round) {
+    for (int round = 0; round < 15000; ++round) {
         const std::string text = texts.next(8);
         const std::string expected = replacedByExpression(text::trimmed(text));
         ASSERT_EQ(versionOrder::normalizeVersion(text), expected) << testing::PrintToString(text);

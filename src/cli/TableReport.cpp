@@ -6,6 +6,7 @@
 
 #include "cli/Table.h"
 #include "platform/DisplayText.h"
+#include "platform/Text.h"
 
 namespace quorvel {
 
@@ -40,6 +41,12 @@ std::string updateSection(const CheckReport& report, bool all, const Terminal& t
            (all ? section("Ignored versions", ignored, terminal) : "");
 }
 
+/// People look for a name; the order of the folders on the disk tells them nothing. The name is a row's first cell.
+void sortRowsByName(Table& table) {
+    const text::NameCollator collator;
+    std::ranges::stable_sort(table.rows, {}, [&](const auto& row) { return collator.sortKey(row.front()); });
+}
+
 std::string otherSections(const CheckReport& report, const Terminal& terminal) {
     Table skipped{{"APPLICATION", "INSTALLED", "REASON"}, {}};
     for (const auto& app : report.skipped) {
@@ -49,6 +56,8 @@ std::string otherSections(const CheckReport& report, const Terminal& terminal) {
     for (const auto& issue : report.issues) {
         issues.rows.push_back({onOneLine(issue.appName), issue.reason, displayPath(issue.path)});
     }
+    sortRowsByName(skipped);
+    sortRowsByName(issues);
     return section("No newer version", skipped, terminal) + section("Not listed", issues, terminal);
 }
 

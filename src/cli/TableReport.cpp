@@ -23,19 +23,22 @@ std::string section(const std::string& title, const Table& table, const Terminal
            "\n";
 }
 
+std::string cell(const std::string& text) {
+    return isolated(onOneLine(text));
+}
+
 /// A path below the folder that the user stands in is shown from there.
 std::string displayPath(const std::string& path) {
     std::error_code ignored;
     const std::string here = std::filesystem::current_path(ignored).string() + "/";
-    return onOneLine(path.starts_with(here) ? path.substr(here.size()) : path);
+    return cell(path.starts_with(here) ? path.substr(here.size()) : path);
 }
 
 std::string updateSection(const CheckReport& report, bool all, const Terminal& terminal) {
     Table shown{{"APPLICATION", "INSTALLED", "AVAILABLE"}, {}}, ignored = shown;
     for (const auto& update : report.updates) {
         Table& table = update.isIgnored ? ignored : shown;
-        table.rows.push_back(
-            {onOneLine(update.app.name), onOneLine(update.app.version), onOneLine(update.latestVersion)});
+        table.rows.push_back({cell(update.app.name), cell(update.app.version), cell(update.latestVersion)});
     }
     return section("New versions available", shown, terminal) +
            (all ? section("Ignored versions", ignored, terminal) : "");
@@ -51,11 +54,11 @@ void sortRowsByName(Table& table) {
 std::string otherSections(const CheckReport& report, const Terminal& terminal) {
     Table skipped{{"APPLICATION", "INSTALLED", "REASON"}, {}};
     for (const auto& app : report.skipped) {
-        skipped.rows.push_back({onOneLine(app.name), onOneLine(app.version), onOneLine(app.reason)});
+        skipped.rows.push_back({cell(app.name), cell(app.version), cell(app.reason)});
     }
     Table issues{{"APPLICATION", "REASON", "PATH"}, {}};
     for (const auto& issue : report.issues) {
-        issues.rows.push_back({onOneLine(issue.appName), issue.reason, displayPath(issue.path)});
+        issues.rows.push_back({cell(issue.appName), issue.reason, displayPath(issue.path)});
     }
     sortRowsByName(skipped);
     sortRowsByName(issues);

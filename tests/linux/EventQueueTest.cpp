@@ -154,22 +154,25 @@ TEST(EventQueue, runsASignalsTaskThatThrowsLikeAnyOther) {
     queue.run();
 }
 
-/// Posts once more when it is destroyed, as an owner that reports its end does.
+/// Posts when it is destroyed, as an owner that reports its end does: a task that holds another last word.
 struct LastWord {
-    explicit LastWord(Queue& target) : queue(target) {}
+    LastWord(Queue& target, int wordsToCome) : queue(target), left(wordsToCome) {}
     LastWord(const LastWord&) = delete;
     LastWord& operator=(const LastWord&) = delete;
     ~LastWord() {
-        queue.post([] { FAIL() << "ran after the queue's end"; });
-        queue.postAfter(milliseconds(0), [] { FAIL() << "ran after the queue's end"; });
+        if (left == 0) return;
+        queue.post([word = std::make_unique<LastWord>(queue, left - 1)] { FAIL() << "ran"; });
+        queue.postAfter(milliseconds(0),
+                        [word = std::make_unique<LastWord>(queue, left - 1)] { FAIL() << "ran"; });
     }
     Queue& queue;
+    int left;
 };
 
 TEST(EventQueue, droppedTasksMayPostWhileTheQueueIsDestroyed) {
     auto queue = std::make_unique<EventQueue>();
-    queue->post([word = std::make_unique<LastWord>(*queue)] { FAIL() << "never run"; });
-    queue->postAfter(milliseconds(1), [word = std::make_unique<LastWord>(*queue)] { FAIL() << "never run"; });
+    queue->post([word = std::make_unique<LastWord>(*queue, 3)] { FAIL() << "ran"; });
+    queue->postAfter(milliseconds(1), [word = std::make_unique<LastWord>(*queue, 3)] { FAIL() << "ran"; });
     queue.reset();
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/PropertyListLimits.h"
+#include "platform/Text.h"
 #include "platform/Utf16.h"
 
 namespace quorvel {
@@ -51,8 +52,8 @@ struct Collection {
 
 class Reader {
 public:
-    Reader(std::string_view bytes, std::span<const std::string_view> keys)
-        : bytes(bytes), keys(keys), texts(keys.size()), isSeen(keys.size()) {}
+    Reader(std::string_view list, std::span<const std::string_view> asked)
+        : bytes(list), keys(asked), texts(asked.size()), isSeen(asked.size()) {}
 
     std::optional<PropertyListTexts> read() {
         if (!readTrailer() || !areOffsetsInside()) return std::nullopt;
@@ -158,8 +159,7 @@ private:
             return spend(1, 0) && enter(*value);
         }
         if (!isSoundLeaf(*value)) return false;
-        if (asked && isText(*value)) texts[*asked] = textOf(*value);
-        return true;
+        return !asked || !isText(*value) || keep(*asked, *value);
     }
 
     static bool isText(const Object& object) {
@@ -190,7 +190,7 @@ private:
             case Kind::data:
                 return isSoundContent(object, object.count);
             case Kind::asciiText:
-                return isSoundContent(object, object.count) && isAscii(contentOf(object));
+                return isSoundContent(object, object.count) && text::isAscii(contentOf(object));
             case Kind::utf16Text:
                 return fits(object.content, object.count, 2) && spend(1, object.count * 2) &&
                        utf16::isValid(contentOf(object), std::endian::big);
@@ -203,23 +203,21 @@ private:
         return fits(object.content, size, 1) && spend(1, size);
     }
 
-    static bool isAscii(std::string_view text) {
-        unsigned char all = 0;
-        for (const char byte : text)
-            all |= static_cast<unsigned char>(byte);
-        return all < 0x80;
-    }
-
     /// Of a text whose content is inside.
     std::string_view contentOf(const Object& object) const {
         const std::size_t width = object.kind == Kind::utf16Text ? 2 : 1;
         return bytes.substr(object.content, static_cast<std::size_t>(object.count) * width);
     }
 
+    bool keep(std::size_t asked, const Object& object) {
+        if (contentOf(object).size() > propertyListTextLimit) return false;
+        texts[asked] = textOf(object);
+        return true;
+    }
+
     std::string textOf(const Object& object) const {
         if (object.kind == Kind::asciiText) return std::string(contentOf(object));
         std::string text;
-        text.reserve(contentOf(object).size());
         utf16::appendAsUtf8(contentOf(object), std::endian::big, text);
         return text;
     }

@@ -15,6 +15,10 @@ inline constexpr std::size_t propertyListDepthLimit = 64;
 /// not the content.
 inline constexpr std::size_t propertyListNodeLimit = 100'000;
 
+/// The longest text that is kept, in bytes as the list has it. One that is asked for and is longer makes the
+/// list a hostile one: no name, version or identifier needs a page.
+inline constexpr std::size_t propertyListTextLimit = 64 * 1024;
+
 /// The place of `key` among the keys that were asked for.
 inline std::optional<std::size_t> askedIndex(std::span<const std::string_view> keys, std::string_view key) {
     const auto found = std::ranges::find(keys, key);

@@ -21,21 +21,26 @@ bool isTrailSurrogate(std::uint32_t unit) {
     return (unit & 0xFC00) == 0xDC00;
 }
 
-void appendCharacter(std::uint32_t character, std::string& text) {
-    const auto put = [&text](std::uint32_t byte) { text.push_back(static_cast<char>(byte)); };
-    if (character < 0x80) return put(character);
-    if (character < 0x800) {
-        put(0xC0 | character >> 6);
+/// Writes the character's UTF-8 and returns the place behind it.
+char* put(std::uint32_t character, char* place) {
+    const auto lead = [&](std::uint32_t byte) { *place++ = static_cast<char>(byte); };
+    const auto trail = [&](std::uint32_t bits) { *place++ = static_cast<char>(0x80 | (bits & 0x3F)); };
+    if (character < 0x80) {
+        lead(character);
+    } else if (character < 0x800) {
+        lead(0xC0 | character >> 6);
+        trail(character);
+    } else if (character < 0x10000) {
+        lead(0xE0 | character >> 12);
+        trail(character >> 6);
+        trail(character);
     } else {
-        if (character < 0x10000) {
-            put(0xE0 | character >> 12);
-        } else {
-            put(0xF0 | character >> 18);
-            put(0x80 | (character >> 12 & 0x3F));
-        }
-        put(0x80 | (character >> 6 & 0x3F));
+        lead(0xF0 | character >> 18);
+        trail(character >> 12);
+        trail(character >> 6);
+        trail(character);
     }
-    put(0x80 | (character & 0x3F));
+    return place;
 }
 
 }  // namespace
@@ -53,15 +58,25 @@ bool isValid(std::string_view bytes, std::endian order) {
     return true;
 }
 
+bool endsInsidePair(std::string_view bytes, std::endian order) {
+    return bytes.size() >= 2 && isLeadSurrogate(unitAt(bytes, bytes.size() - 2, order));
+}
+
 void appendAsUtf8(std::string_view bytes, std::endian order, std::string& text) {
-    for (std::size_t offset = 0; offset + 1 < bytes.size(); offset += 2) {
-        std::uint32_t character = unitAt(bytes, offset, order);
-        if (isLeadSurrogate(character)) {
-            offset += 2;
-            character = 0x10000 + ((character & 0x3FF) << 10 | (unitAt(bytes, offset, order) & 0x3FF));
+    const std::size_t lengthBefore = text.size();
+    // A unit takes three bytes at most; a pair of surrogates takes four.
+    text.resize_and_overwrite(lengthBefore + bytes.size() / 2 * 3, [&](char* characters, std::size_t) {
+        char* place = characters + lengthBefore;
+        for (std::size_t offset = 0; offset + 1 < bytes.size(); offset += 2) {
+            std::uint32_t character = unitAt(bytes, offset, order);
+            if (isLeadSurrogate(character)) {
+                offset += 2;
+                character = 0x10000 + ((character & 0x3FF) << 10 | (unitAt(bytes, offset, order) & 0x3FF));
+            }
+            place = put(character, place);
         }
-        appendCharacter(character, text);
-    }
+        return static_cast<std::size_t>(place - characters);
+    });
 }
 
 }  // namespace quorvel::utf16

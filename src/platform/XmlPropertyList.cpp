@@ -1,5 +1,6 @@
 #include "platform/XmlPropertyList.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstdint>
@@ -10,21 +11,21 @@
 
 #include "platform/PropertyListLimits.h"
 #include "platform/Utf16.h"
-#include "platform/XmlCost.h"
 
 namespace quorvel {
 
 namespace {
 
-/// Up to this size the dearest document costs expat under 10 ms, so that only longer ones are looked through
-/// beforehand.
-constexpr std::size_t uncheckedSize = 64 * 1024;
+/// How much is handed to expat at a time. Expat tells of a tag, a comment or a declaration only when it has
+/// all of it: none may be longer than this.
+constexpr std::size_t pieceSize = 64 * 1024;
 
-/// Expat calls back for each line break and entity of a text, at about 15 ns; 70 base64 digits a line make
-/// 120,000 line breaks of the longest list.
-constexpr std::size_t eventLimit = 250'000;
-/// What looking up and keeping an attribute costs, in events.
+/// Expat calls back for each start and end, and for each line break and each entity of a text, at 10 to 30
+/// ns.
+constexpr std::size_t eventLimit = 280'000;
+/// What expat does for an attribute beside its value, and for two bytes of a value, is about as dear.
 constexpr std::size_t eventsPerAttribute = 8;
+constexpr std::size_t valueBytesPerEvent = 2;
 
 enum class Element : std::uint8_t { plist, dict, array, key, string, data, date, integer, real, boolean };
 
@@ -106,8 +107,9 @@ bool isDate(std::string_view text) {
 
 class Reader {
 public:
-    explicit Reader(std::span<const std::string_view> keys)
-        : parser(XML_ParserCreate(nullptr)), keys(keys), texts(keys.size()) {
+    /// `encoding`: over what the document says of itself; null leaves it to the document.
+    Reader(std::span<const std::string_view> askedKeys, const char* encoding)
+        : parser(XML_ParserCreate(encoding)), keys(askedKeys), texts(askedKeys.size()) {
         XML_SetUserData(parser.get(), this);
         XML_SetElementHandler(parser.get(), onStart, onEnd);
         XML_SetCharacterDataHandler(parser.get(), onText);
@@ -117,13 +119,15 @@ public:
         XML_SetSkippedEntityHandler(parser.get(), onSkippedEntity);
     }
 
-    /// `encoding`: over what the document says of itself; null leaves it to the document.
-    std::optional<PropertyListTexts> read(std::string_view document, const char* encoding) {
-        if (encoding != nullptr) XML_SetEncoding(parser.get(), encoding);
-        const auto status = XML_Parse(parser.get(), document.data(), static_cast<int>(document.size()), 1);
-        if (status != XML_STATUS_OK) return std::nullopt;
-        return std::move(texts);
+    /// The next piece of the document, of `pieceSize` bytes at most; false when it is refused.
+    bool feed(std::string_view piece, bool isLast) {
+        fedBytes += piece.size();
+        const auto status = XML_Parse(parser.get(), piece.data(), static_cast<int>(piece.size()), isLast);
+        return status == XML_STATUS_OK && fedBytes - parsedBytes() <= pieceSize;
     }
+
+    /// After the last piece.
+    PropertyListTexts takeTexts() { return std::move(texts); }
 
 private:
     struct ParserDeleter {
@@ -149,6 +153,11 @@ private:
     /// With a document type that names an external part, expat passes over entities that it does not know.
     static void onSkippedEntity(void* reader, const char*, int) { self(reader).refuse(); }
 
+    /// Where the token begins that expat has not yet seen the end of.
+    std::size_t parsedBytes() const {
+        return static_cast<std::size_t>(std::max(XML_GetCurrentByteIndex(parser.get()), XML_Index{0}));
+    }
+
     /// Expat may still report what belongs to the same token, such as the end of an empty element.
     void refuse() {
         isRefused = true;
@@ -162,8 +171,9 @@ private:
 
     void start(const char* name, const char** attributes) {
         spend(1);
-        for (; *attributes != nullptr; attributes += 2)
-            spend(eventsPerAttribute);
+        for (; *attributes != nullptr; attributes += 2) {
+            spend(eventsPerAttribute + std::strlen(attributes[1]) / valueBytesPerEvent);
+        }
         const auto element = elementNamed(name);
         if (!element || !isAdmissible(*element) || ++nodes > propertyListNodeLimit) return refuse();
         if (!isContainer(*element)) {
@@ -252,6 +262,7 @@ private:
             refuse();
         } else if (keepsLeafText) {
             leafText.append(run);
+            if (leafText.size() > propertyListTextLimit) refuse();
         }
     }
 
@@ -278,25 +289,38 @@ private:
     /// What the root's last key asks for.
     std::optional<std::size_t> asked;
     bool isRefused = false;
+    std::size_t fedBytes = 0;
     std::size_t nodes = 0;
     std::size_t spentEvents = 0;
 };
 
-std::optional<PropertyListTexts> readUtf8(std::string_view document, const char* encoding,
-                                          std::span<const std::string_view> keys) {
-    if (document.size() > uncheckedSize && !isCheapXml(document)) return std::nullopt;
-    return Reader(keys).read(document, encoding);
+std::optional<PropertyListTexts> readBytes(std::string_view bytes, const char* encoding,
+                                           std::span<const std::string_view> keys) {
+    Reader reader(keys, encoding);
+    while (bytes.size() > pieceSize) {
+        if (!reader.feed(bytes.substr(0, pieceSize), false)) return std::nullopt;
+        bytes.remove_prefix(pieceSize);
+    }
+    if (!reader.feed(bytes, true)) return std::nullopt;
+    return reader.takeTexts();
 }
 
+/// Expat reads UTF-16 itself, but takes any unit for the partner of a leading surrogate.
 std::optional<PropertyListTexts> readUtf16(std::string_view units, std::endian order,
                                            std::span<const std::string_view> keys) {
-    // Expat takes any unit for the partner of a leading surrogate.
     if (!utf16::isValid(units, order)) return std::nullopt;
-    std::string document;
-    document.reserve(units.size());
-    utf16::appendAsUtf8(units, order, document);
-    if (document.size() > propertyListSizeLimit) return std::nullopt;
-    return readUtf8(document, "UTF-8", keys);
+    Reader reader(keys, "UTF-8");
+    std::string piece;
+    do {
+        // Two bytes of UTF-16 become three of UTF-8 at most.
+        std::size_t size = std::min(units.size(), pieceSize / 2);
+        if (size < units.size() && utf16::endsInsidePair(units.substr(0, size), order)) size -= 2;
+        piece.clear();
+        utf16::appendAsUtf8(units.substr(0, size), order, piece);
+        units.remove_prefix(size);
+        if (!reader.feed(piece, units.empty())) return std::nullopt;
+    } while (!units.empty());
+    return reader.takeTexts();
 }
 
 }  // namespace
@@ -312,7 +336,7 @@ std::optional<PropertyListTexts> readXmlPropertyList(std::string_view bytes,
     if (hasMark) bytes.remove_prefix(3);
     // A Mac lets white space stand before the XML declaration, XML does not.
     skipWhiteSpace(bytes);
-    return readUtf8(bytes, hasMark ? "UTF-8" : nullptr, keys);
+    return readBytes(bytes, hasMark ? "UTF-8" : nullptr, keys);
 }
 
 }  // namespace quorvel

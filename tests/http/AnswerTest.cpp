@@ -99,7 +99,7 @@ std::vector<AnswerCase> answerCases() {
         {"as long as allowed", ScriptedServer::answer(std::string(1000, 'x')),
          "200 " + std::string(1000, 'x')},
         {"announced too long", ScriptedServer::answer(std::string(1001, 'x')),
-         "200 dataLengthExceedsMaximum: HOST sent an answer longer than 1000 bytes."},
+         "dataLengthExceedsMaximum: HOST sent an answer longer than 1000 bytes."},
         {"too long in chunks",
          bytesThenClose(ok + "Transfer-Encoding: chunked\r\n\r\n3e9\r\n" + std::string(1001, 'x') +
                         "\r\n0\r\n\r\n"),

@@ -1,3 +1,5 @@
+#include <optional>
+
 #include "http/SessionFixture.h"
 
 namespace quorvel {
@@ -54,7 +56,8 @@ struct ReuseCase {
     Reply second;
     std::string outcome;
     std::size_t requests;
-    std::size_t connections;
+    /// Missing where the last connection carried no request: the server may not have accepted it yet.
+    std::optional<std::size_t> connections;
 };
 
 TEST(Connection, carriesARequestTwiceOnlyWhenAllowedAndNoByteOfAnAnswerCame) {
@@ -68,8 +71,8 @@ TEST(Connection, carriesARequestTwiceOnlyWhenAllowedAndNoByteOfAnAnswerCame) {
         {"fresh when nothing may be repeated", Resend::never, lively, "200 2", 2, 2},
         {"sent again after an end", Resend::onDeadConnection, dies, "200 3", 3, 2},
         {"sent again after a reset", Resend::onDeadConnection, resets, "200 3", 3, 2},
-        {"not after the first byte", Resend::onDeadConnection, begins, "connectionLost", 2, 2},
-        {"not after half a status line", Resend::onDeadConnection, beginsAndResets, "connectionLost", 2, 2},
+        {"not after the first byte", Resend::onDeadConnection, begins, "connectionLost", 2, {}},
+        {"not after half a status line", Resend::onDeadConnection, beginsAndResets, "connectionLost", 2, {}},
         {"never, after an end", Resend::never, dies, "connectionLost", 2, 2},
         {"never, after a reset", Resend::never, resets, "connectionLost", 2, 2},
     };
@@ -80,7 +83,9 @@ TEST(Connection, carriesARequestTwiceOnlyWhenAllowedAndNoByteOfAnAnswerCame) {
         const std::string outcome = text(exchange(session, post(server.url("/"), "{}", row.resend)));
         EXPECT_EQ(outcome.substr(0, outcome.find(':')), row.outcome) << row.name;
         EXPECT_EQ(server.requests().size(), row.requests) << row.name;
-        EXPECT_EQ(server.connections(), row.connections) << row.name;
+        if (row.connections) {
+            EXPECT_EQ(server.connections(), *row.connections) << row.name;
+        }
     }
 }
 
@@ -132,17 +137,17 @@ TEST(Connection, timesOutWhereverTheServerFallsSilent) {
 }
 
 TEST(Connection, toleratesASlowAnswerThatKeepsMoving) {
-    // Every pause is far below the longest silence, their sum far above it. The first pieces are the letters
-    // of one header line, the later ones those of a body that cannot be decoded before its end.
-    std::vector<std::string> pieces{"HTTP/1.1 200 OK\r\nContent-Length: 6\r\nX: "};
-    for (const char* piece : {"a", "b", "c", "d", "e", "\r\n\r\n", "1", "2", "3", "4", "5", "6"})
+    // Every pause is far below the longest silence, the sum of those inside one header line above it.
+    std::vector<std::string> pieces{"HTTP/1.1 200 OK\r\nContent-Length: 3\r\nX: "};
+    pieces.insert(pieces.end(), 10, "x");
+    for (const char* piece : {"\r\n\r\n", "1", "2", "3"})
         pieces.emplace_back(piece);
     ScriptedServer server(
-        {{.pieces = pieces, .then = Then::keepOpen, .pause = std::chrono::milliseconds(80)}});
+        {{.pieces = pieces, .then = Then::keepOpen, .pause = std::chrono::milliseconds(60)}});
     CurlSession session;
     HttpRequest request = post(server.url("/"));
-    request.idleTimeout = shortIdle;
-    EXPECT_EQ(text(exchange(session, std::move(request))), "200 123456");
+    request.idleTimeout = std::chrono::milliseconds(500);
+    EXPECT_EQ(text(exchange(session, std::move(request))), "200 123");
 }
 
 TEST(Connection, thatCannotBeMadeIsExplained) {

@@ -59,7 +59,7 @@ TEST(Session, finishGivesUpAfterItsBound) {
 }
 
 TEST(Session, destroyedWithRequestsUnderWayDropsTheirCompletions) {
-    ScriptedServer server({silent});
+    ScriptedServer server({silent, silent});
     const auto owned = std::make_shared<bool>(false);
     {
         CurlSession session;

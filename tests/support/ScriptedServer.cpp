@@ -4,6 +4,7 @@
 #include <arpa/inet.h>
 #include <array>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <optional>
 #include <signal.h>
 #include <stdexcept>
@@ -124,6 +125,8 @@ void ScriptedServer::acceptAll() {
             close(socket);
             return;
         }
+        const int on = 1;  // each piece leaves at once, as a packet of its own
+        setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
         ++accepted;
         open.push_back(socket);
         workers.emplace_back([this, socket] { serve(socket); });

@@ -247,6 +247,8 @@ std::optional<SessionError> CurlTransfer::errorFor(CURLcode code) const {
     // libcurl calls an answer a success whose head, or whose gzip stream, stops half way.
     if (code == CURLE_OK) return connectionLost(host);
     if (code == CURLE_FILESIZE_EXCEEDED) return faultError(Fault::longAnswer);
+    // What libcurl says when a single header line outgrows its buffer.
+    if (code == CURLE_OUT_OF_MEMORY && !statusCode) return faultError(Fault::longHead);
     const std::string proxy = proxyFromEnvironment(scheme);
     long systemError = 0;
     long proxyStatus = 0;

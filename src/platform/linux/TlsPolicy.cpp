@@ -1,8 +1,9 @@
 #include "platform/linux/TlsPolicy.h"
 
+#include <cstdlib>
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
-#include <string_view>
+#include <system_error>
 
 namespace quorvel {
 
@@ -27,6 +28,28 @@ std::string issuerOf(const X509* certificate) {
     const X509_NAME* name = X509_get_issuer_name(certificate);
     std::string common = nameEntry(name, NID_commonName);
     return common.empty() ? nameEntry(name, NID_organizationName) : common;
+}
+
+/// Whether OpenSSL can look up authorities in `folder` one by one, by file names made of their hash.
+bool isIndexed(const char* folder) {
+    std::error_code ignored;
+    for (std::filesystem::directory_iterator entry(folder, ignored), end; entry != end;
+         entry.increment(ignored)) {
+        if (entry->path().extension() == ".0") return true;
+    }
+    return false;
+}
+
+/// Trusts the system's authorities, or those that SSL_CERT_FILE and SSL_CERT_DIR name. OpenSSL's default also
+/// reads the bundle of them all, for each connection anew, which takes far longer than the handshake.
+void trustSystem(SSL_CTX* tls) {
+    const bool isNamed = std::getenv(X509_get_default_cert_file_env()) != nullptr ||
+                         std::getenv(X509_get_default_cert_dir_env()) != nullptr;
+    if (!isNamed && isIndexed(X509_get_default_cert_dir())) {
+        SSL_CTX_set_default_verify_dir(tls);
+    } else {
+        SSL_CTX_set_default_verify_paths(tls);
+    }
 }
 
 /// OpenSSL's own verification, and a note of what it stumbled over.
@@ -55,8 +78,7 @@ void TlsPolicy::apply(CURL* easy) {
     curl_easy_setopt(easy, CURLOPT_SSLVERSION, long{CURL_SSLVERSION_TLSv1_2});
     curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 1L);
     curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 2L);
-    // libcurl would read the whole bundle of authorities for every connection; OpenSSL's own default looks
-    // up the one it needs, and follows SSL_CERT_FILE and SSL_CERT_DIR.
+    // Both are built into libcurl and would be read beside what onContext() chooses.
     curl_easy_setopt(easy, CURLOPT_CAINFO, nullptr);
     curl_easy_setopt(easy, CURLOPT_CAPATH, nullptr);
     curl_easy_setopt(easy, CURLOPT_SSL_CTX_FUNCTION, &TlsPolicy::onContext);
@@ -68,7 +90,7 @@ CURLcode TlsPolicy::onContext(CURL* /*easy*/, void* context, void* self) {
     auto* const tls = static_cast<SSL_CTX*>(context);
     policy.verdict = {};
     SSL_CTX_set_options(tls, SSL_OP_NO_RENEGOTIATION);  // a second handshake could outlive the verdict
-    SSL_CTX_set_default_verify_paths(tls);
+    trustSystem(tls);
     if (!policy.authorities.empty() && SSL_CTX_load_verify_file(tls, policy.authorities.c_str()) != 1) {
         return CURLE_SSL_CACERT_BADFILE;
     }

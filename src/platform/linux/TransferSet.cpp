@@ -9,6 +9,8 @@ namespace quorvel {
 TransferSet::TransferSet(const CurlSessionOptions& how)
     : options(how), multi(curl_multi_init(), curl_multi_cleanup) {
     if (!multi) throw std::bad_alloc();
+    // Requests that must have a fresh connection leave it behind; libcurl would keep many more.
+    curl_multi_setopt(multi.get(), CURLMOPT_MAXCONNECTS, 4L);
 }
 
 TransferSet::~TransferSet() {

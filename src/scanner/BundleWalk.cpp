@@ -116,9 +116,9 @@ void BundleWalk::leave() {
 /// moved meanwhile, the way down from the root tells where the innermost is, or that its rest is lost.
 void BundleWalk::reopenInnermost(int leftFolder) {
     Level& level = levels.back();
-    level.folder.reset(openFolder(leftFolder, ".."));
-    if (level.folder && isSame(level.folder.get(), level.device, level.inode)) return;
-    level.folder = openByNames(levels.size() - 1);
+    Folder outer(openFolder(leftFolder, ".."));
+    const bool isFound = outer && isSame(outer.get(), level.device, level.inode);
+    level.folder = isFound ? std::move(outer) : openByNames(levels.size() - 1);
     if (!level.folder) level.position = level.entries.size();
 }
 

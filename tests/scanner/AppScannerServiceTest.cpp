@@ -11,6 +11,7 @@
 
 #include "platform/PropertyList.h"
 #include "scanner/AppScannerService.h"
+#include "support/FilesInMemory.h"
 #include "support/TemporaryFolder.h"
 
 namespace quorvel {
@@ -257,20 +258,6 @@ TEST(AppScannerService, losesOnlyTheFoldersThatItMayNotRead) {
     EXPECT_EQ(actual, (Lines{"a/A.app: A||1", "z/D.app: D||1", "Closed.app: Closed, could not read bundle",
                              "noentry/C.app: C, could not read bundle"}));
 }
-
-/// Where a temporary folder is made in memory, for tests that make thousands of files.
-class FilesInMemory {
-public:
-    FilesInMemory() : before(getenv("TMPDIR") != nullptr ? getenv("TMPDIR") : "") {
-        if (access("/dev/shm", W_OK) == 0) setenv("TMPDIR", "/dev/shm", 1);
-    }
-    ~FilesInMemory() { before.empty() ? unsetenv("TMPDIR") : setenv("TMPDIR", before.c_str(), 1); }
-    FilesInMemory(const FilesInMemory&) = delete;
-    FilesInMemory& operator=(const FilesInMemory&) = delete;
-
-private:
-    const std::string before;
-};
 
 /// A chain of folders deeper than any path may be long, built and taken away without one.
 class DeepChain {

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "platform/Desktop.h"
+
+namespace quorvel {
+
+/// Opens this program at login through an autostart entry of the XDG rules. Like a login item that its user switched off in
+/// the system's settings, an entry that the desktop has switched off stays as it is. Main thread.
+class AutostartEntry final : public LoginItem {
+public:
+    /// `folder`: where the user's autostart entries lie; `program`: the program's absolute path.
+    AutostartEntry(std::filesystem::path folder, std::filesystem::path program);
+
+    /// "autostart" below $XDG_CONFIG_HOME, or below ~/.config.
+    static std::filesystem::path standardFolder();
+
+    bool isOffered() const override { return true; }
+    bool registerItem() override;
+    bool unregisterItem() override;
+
+    const std::filesystem::path file;
+
+private:
+    const std::filesystem::path program;
+};
+
+}  // namespace quorvel

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "platform/Desktop.h"
+#include "platform/linux/SessionBus.h"
+
+namespace quorvel {
+
+/// Opens addresses through the desktop portal and shows files through the file manager's interface on the session bus; where
+/// either does not answer, through xdg-open. Main thread.
+class DesktopWorkspace final : public Workspace {
+public:
+    /// Starts a program that lives on by itself; the first argument is its name.
+    using Start = std::function<void(const std::vector<std::string>&)>;
+
+    DesktopWorkspace(SessionBus& bus, Start start);
+
+    void openURL(const std::string& url) override;
+    void selectFile(const std::filesystem::path& path) override;
+
+private:
+    SessionBus& bus;
+    const Start start;
+};
+
+/// A path as a "file:" address, each byte beyond the unreserved ones of RFC 3986 escaped.
+std::string fileURL(const std::filesystem::path& path);
+
+}  // namespace quorvel

@@ -291,4 +291,24 @@ std::string NameCollator::sortKey(std::string_view name) const {
     return key;
 }
 
+std::size_t graphemeCount(std::string_view text) {
+    std::size_t count = 0;
+    visitCharacters(text, [&](std::string_view) {
+        ++count;
+        return true;
+    });
+    return count;
+}
+
+std::string_view firstGraphemes(std::string_view text, std::size_t count) {
+    std::size_t length = 0;
+    visitCharacters(text, [&](std::string_view character) {
+        if (count == 0) return false;
+        --count;
+        length += character.size();
+        return true;
+    });
+    return text.substr(0, length);
+}
+
 }  // namespace quorvel::text

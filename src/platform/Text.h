@@ -50,4 +50,10 @@ private:
     std::unique_ptr<Implementation> implementation;
 };
 
+/// How many user-perceived characters (extended grapheme clusters) `text` has.
+std::size_t graphemeCount(std::string_view text);
+
+/// The first `count` user-perceived characters of `text`; all of it when it has no more.
+std::string_view firstGraphemes(std::string_view text, std::size_t count);
+
 }  // namespace quorvel::text

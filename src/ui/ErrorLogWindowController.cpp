@@ -1,0 +1,46 @@
+#include "ui/ErrorLogWindowController.h"
+
+#include <utility>
+
+#include "ui/LogText.h"
+
+namespace quorvel {
+
+namespace {
+
+constexpr const char* refreshTitle = "Refresh";
+constexpr const char* copyTitle = "Copy";
+
+}  // namespace
+
+ErrorLogWindowController::ErrorLogWindowController(ErrorLogger logger, Pasteboard& pasteboard)
+    : logger(std::move(logger)), pasteboard(pasteboard) {}
+
+WindowContent ErrorLogWindowController::makeContentView() const {
+    return {.title = "Error Log",
+            .width = 600,
+            .height = 400,
+            .isResizable = true,
+            .views = {TextView{.frame = {0, 40, 600, 360},
+                               .font = {FontRole::monospaced, 11},
+                               .inset = 8,
+                               .text = shownLogText(logger.url)},
+                      Button{{8, 8, 80, 24}, refreshTitle, Button::Style::rounded},
+                      Button{{96, 8, 80, 24}, copyTitle, Button::Style::rounded}}};
+}
+
+void ErrorLogWindowController::buttonPressed(const std::string& title) {
+    if (title == refreshTitle) loadLog();
+    if (title == copyTitle) copyLog();
+}
+
+void ErrorLogWindowController::loadLog() const {
+    window->setText(shownLogText(logger.url));
+}
+
+void ErrorLogWindowController::copyLog() const {
+    // The file's present text, also where the window shows an older one.
+    pasteboard.setText(shownLogText(logger.url));
+}
+
+}  // namespace quorvel

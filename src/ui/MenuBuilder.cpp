@@ -1,0 +1,241 @@
+#include "ui/MenuBuilder.h"
+
+#include <algorithm>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+#include "persistence/ErrorLogger.h"
+#include "platform/ProgramInfo.h"
+#include "platform/Text.h"
+#include "ui/ActionTarget.h"
+#include "ui/LogText.h"
+#include "ui/PercentEncoding.h"
+#include "ui/StatusItemController.h"
+
+namespace quorvel {
+
+namespace {
+
+using Action = MenuBuilder::Action;
+using UpdateAction = MenuBuilder::UpdateAction;
+
+/// All in user-perceived characters.
+constexpr std::size_t longestNameOnOneLine = 20;
+constexpr std::size_t longestTitleOnOneLine = 40;
+constexpr std::size_t longestReportedName = 15;
+
+std::shared_ptr<const Menu> menuOf(std::vector<MenuItem> items) {
+    return std::make_shared<const Menu>(Menu{std::move(items)});
+}
+
+MenuItem disabledItem(std::string title) {
+    MenuItem item;
+    item.title = std::move(title);
+    item.isEnabled = false;
+    return item;
+}
+
+MenuItem submenuItem(std::string title, std::shared_ptr<const Menu> submenu) {
+    MenuItem item;
+    item.title = std::move(title);
+    item.submenu = std::move(submenu);
+    return item;
+}
+
+MenuItem checkedItem(std::string title, bool isOn, Action action) {
+    MenuItem item = makeActionItem(std::move(title), std::move(action));
+    item.state = isOn ? MenuItem::State::on : MenuItem::State::off;
+    return item;
+}
+
+MenuItem linkItem(const MenuContext& context, std::string title, std::string url) {
+    return makeActionItem(std::move(title), [&workspace = context.workspace, url = std::move(url)] {
+        MenuBuilder::openLink(workspace, url);
+    });
+}
+
+/// An item that asks something of the application's delegate, as long as there is one.
+MenuItem delegateItem(const MenuContext& context, std::string title, void (ApplicationActions::*action)()) {
+    return makeActionItem(std::move(title), [delegate = context.delegate, action] {
+        if (const auto alive = delegate.lock()) (alive.get()->*action)();
+    });
+}
+
+std::string appPageURL(const AppUpdate& update) {
+    return std::string(siteURL) + "/app/mac/" + std::to_string(update.obAppId);
+}
+
+std::string submitURL(const AppUpdate& update) {
+    return std::string(siteURL) + "/content/submit/" + std::to_string(update.obAppId);
+}
+
+std::string mailURL(std::string_view query) {
+    return "mailto:" + std::string(supportMailbox) + "?subject=" + std::string(query);
+}
+
+MenuItem checkItem(const MenuContext& context, bool isFetching, Action onCheck) {
+    return makeActionItem("Check for Updates",
+                          [&alerts = context.alerts, isFetching, onCheck = std::move(onCheck)] {
+                              if (isFetching) {
+                                  alerts.runAlert("Update check is already running.", "", [] {});
+                              } else {
+                                  onCheck();
+                              }
+                          });
+}
+
+MenuItem hubItem(const MenuContext& context, Action onTryDesktop) {
+    return makeActionItem("Try Orbisto Hub app",
+                          [&workspace = context.workspace, onTryDesktop = std::move(onTryDesktop)] {
+                              onTryDesktop();
+                              MenuBuilder::openLink(workspace, std::string(hubURL));
+                          });
+}
+
+MenuItem quitItem(const MenuContext& context) {
+    MenuItem item = makeActionItem("Quit", [&application = context.application] { application.terminate(); });
+    item.keyEquivalent = "q";
+    return item;
+}
+
+MenuItem updateItem(const MenuContext& context, const AppUpdate& update, const UpdateAction& onIgnore) {
+    const std::string& name = update.app.name;
+    const std::string versions = update.app.version + " → " + update.latestVersion;
+    std::string plainTitle = name + " (" + versions + ")";
+    const bool fits = text::graphemeCount(name) <= longestNameOnOneLine &&
+                      text::graphemeCount(plainTitle) <= longestTitleOnOneLine;
+
+    MenuItem item = submenuItem(fits ? std::move(plainTitle) : name,
+                                MenuBuilder::buildUpdateSubmenu(context, update, onIgnore));
+    if (!fits) item.attributedTitle = MenuItem::AttributedTitle{.name = name, .detail = versions};
+    item.image = update.app.icon;
+    return item;
+}
+
+std::shared_ptr<const Menu> failureSubmenu(const std::optional<std::string>& error) {
+    std::vector<MenuItem> items{disabledItem("Last check failed")};
+    if (error) items.push_back(disabledItem(*error));
+    return menuOf(std::move(items));
+}
+
+std::shared_ptr<const Menu> updatesSubmenu(const MenuContext& context, const std::vector<AppUpdate>& updates,
+                                           const UpdateAction& onIgnore) {
+    std::vector<MenuItem> items;
+    for (const auto& update : updates) {
+        if (!update.isIgnored) items.push_back(updateItem(context, update, onIgnore));
+    }
+    if (items.empty()) items.push_back(disabledItem("No Updates Available"));
+    return menuOf(std::move(items));
+}
+
+/// Flips the setting and shows the icon accordingly.
+void toggleColorIcon(const ApplicationActions& delegate) {
+    Settings settings = delegate.settingsStore().load();
+    settings.colorIcon = !settings.colorIcon;
+    delegate.settingsStore().save(settings);
+    if (auto* const controller = delegate.statusItemController()) controller->updateIcon(settings.colorIcon);
+}
+
+MenuItem openAtLoginItem(const MenuContext& context, bool isOn, const Action& onSettingsChanged) {
+    return checkedItem("Open at Login", isOn, [delegate = context.delegate, onSettingsChanged] {
+        if (const auto alive = delegate.lock()) alive->toggleOpenAtLogin();
+        onSettingsChanged();
+    });
+}
+
+MenuItem colorIconItem(const MenuContext& context, bool isOn, const Action& onSettingsChanged) {
+    return checkedItem("Color Icon", isOn, [delegate = context.delegate, onSettingsChanged] {
+        if (const auto alive = delegate.lock()) toggleColorIcon(*alive);
+        onSettingsChanged();
+    });
+}
+
+std::string shortName(const std::string& name) {
+    if (text::graphemeCount(name) <= longestReportedName) return name;
+    return std::string(text::trimmed(text::firstGraphemes(name, longestReportedName))) + "…";
+}
+
+std::filesystem::path logFile(const MenuContext& context) {
+    return ErrorLogger(context.persistence).url;
+}
+
+void composeMail(Workspace& workspace, std::string_view subject, std::string_view body) {
+    const auto encodedSubject = percentEncodedQuery(subject);
+    const auto encodedBody = percentEncodedQuery(body);
+    if (!encodedSubject || !encodedBody) return;
+    MenuBuilder::openLink(workspace, mailURL(*encodedSubject + "&body=" + *encodedBody));
+}
+
+}  // namespace
+
+std::shared_ptr<const Menu> MenuBuilder::buildMenu(
+    const MenuContext& context, const std::vector<AppUpdate>& updates, const Settings& settings,
+    bool isFetching, bool lastCheckFailed, const std::optional<std::string>& lastCheckError, Action onCheck,
+    const UpdateAction& onIgnore, const Action& onSettingsChanged, Action onTryDesktop) {
+    // After a failed check, too, the header counts the updates of the last one that succeeded.
+    const auto visible = std::ranges::count(updates, false, &AppUpdate::isIgnored);
+    const std::string header = "New Versions Available (" + std::to_string(visible) + ")";
+    auto list = lastCheckFailed ? failureSubmenu(lastCheckError) : updatesSubmenu(context, updates, onIgnore);
+
+    return menuOf({checkItem(context, isFetching, std::move(onCheck)), submenuItem(header, std::move(list)),
+                   MenuItem::separator(),
+                   submenuItem("Settings", buildSettingsSubmenu(context, settings, onSettingsChanged)),
+                   hubItem(context, std::move(onTryDesktop)),
+                   linkItem(context, "Go to Orbisto Website", std::string(siteURL)),
+                   linkItem(context, "Feedback", mailURL("Quorvel%20Feedback")),
+                   delegateItem(context, "About", &ApplicationActions::showAbout), MenuItem::separator(),
+                   quitItem(context)});
+}
+
+std::shared_ptr<const Menu> MenuBuilder::buildUpdateSubmenu(const MenuContext& context,
+                                                            const AppUpdate& update,
+                                                            const UpdateAction& onIgnore) {
+    return menuOf({linkItem(context, "Open App Page", appPageURL(update)),
+                   makeActionItem("Show in Finder", [&workspace = context.workspace,
+                                                     path = update.app.path] { workspace.selectFile(path); }),
+                   linkItem(context, "Submit Changes", submitURL(update)), makeReportItem(context, update),
+                   MenuItem::separator(),
+                   makeActionItem("Ignore This Version", [onIgnore, update] { onIgnore(update); })});
+}
+
+std::shared_ptr<const Menu> MenuBuilder::buildSettingsSubmenu(const MenuContext& context,
+                                                              const Settings& settings,
+                                                              const Action& onSettingsChanged) {
+    std::vector<MenuItem> items;
+    if (context.loginItem.isOffered()) {
+        items.push_back(openAtLoginItem(context, settings.openAtLogin, onSettingsChanged));
+    }
+    items.push_back(colorIconItem(context, settings.colorIcon, onSettingsChanged));
+    items.push_back(MenuItem::separator());
+    items.push_back(delegateItem(context, "Show Error Log", &ApplicationActions::showErrorLog));
+    items.push_back(delegateItem(context, "Ignored Versions", &ApplicationActions::showIgnoredVersions));
+    items.push_back(MenuItem::separator());
+    items.push_back(makeActionItem("Report Quorvel Issue", [context] { composeGeneralReport(context); }));
+    return menuOf(std::move(items));
+}
+
+MenuItem MenuBuilder::makeReportItem(const MenuContext& context, const AppUpdate& update) {
+    return makeActionItem("Report " + shortName(update.app.name) + " Issue",
+                          [context, update] { composeUpdateReport(context, update); });
+}
+
+void MenuBuilder::composeUpdateReport(const MenuContext& context, const AppUpdate& update) {
+    const auto& [name, bundleID, version, path, icon] = update.app;
+    std::string body = "App: " + name + "\nLocal version: " + version +
+                       "\nLatest version on Orbisto: " + update.latestVersion +
+                       "\nOrbisto page: " + appPageURL(update);
+    const std::string log = logText(logFile(context));
+    if (!log.empty()) body += "\n\nError Log:\n---\n" + log;
+    composeMail(context.workspace, "Issue with " + name + " in Quorvel", body);
+}
+
+void MenuBuilder::composeGeneralReport(const MenuContext& context) {
+    composeMail(context.workspace, "Quorvel Issue Report", shownLogText(logFile(context)));
+}
+
+void MenuBuilder::openLink(Workspace& workspace, const std::string& url) {
+    if (isOpenableURL(url)) workspace.openURL(url);
+}
+
+}  // namespace quorvel

@@ -1,0 +1,368 @@
+#include <gtest/gtest.h>
+
+#include "persistence/ErrorLogger.h"
+#include "support/FakeDesktop.h"
+#include "support/FakeStatusBar.h"
+#include "support/MenuOutline.h"
+#include "support/TemporaryFolder.h"
+#include "ui/MenuBuilder.h"
+#include "ui/StatusItemController.h"
+
+namespace quorvel {
+namespace {
+
+/// The application's delegate as the menu sees it.
+class RecordingDelegate final : public ApplicationActions {
+public:
+    RecordingDelegate(SettingsStore store, std::string& calls) : store(std::move(store)), calls(calls) {}
+
+    void showAbout() override { calls += "about "; }
+    void showErrorLog() override { calls += "log "; }
+    void showIgnoredVersions() override { calls += "ignored "; }
+    void toggleOpenAtLogin() override { calls += "login "; }
+    const SettingsStore& settingsStore() const override { return store; }
+    StatusItemController* statusItemController() const override { return statusItem.get(); }
+
+    std::unique_ptr<StatusItemController> statusItem;
+
+private:
+    const SettingsStore store;
+    std::string& calls;
+};
+
+AppUpdate update(std::string name, std::string local = "1.0", std::string latest = "2.0") {
+    const std::filesystem::path path = "/Applications/" + name + ".app";
+    return {.app = {std::move(name), "com.example.app", std::move(local), path, {path}},
+            .latestVersion = std::move(latest),
+            .obAppId = 5123,
+            .isIgnored = false};
+}
+
+AppUpdate ignored(AppUpdate update) {
+    update.isIgnored = true;
+    return update;
+}
+
+std::string repeated(const char* text, int count) {
+    std::string result;
+    for (int turn = 0; turn < count; ++turn)
+        result += text;
+    return result;
+}
+
+class MenuBuilderTest : public testing::Test {
+protected:
+    std::shared_ptr<const Menu> build() {
+        return MenuBuilder::buildMenu(
+            context(), updates, settings, isFetching, failed, error, [this] { calls += "check "; },
+            [this](const AppUpdate& chosen) { calls += "ignore " + chosen.app.name + " "; },
+            [this] { calls += "changed "; }, [this] { calls += "try "; });
+    }
+
+    MenuContext context() {
+        return {.delegate = delegate,
+                .workspace = workspace,
+                .alerts = alerts,
+                .application = application,
+                .loginItem = loginItem,
+                .persistence = persistence};
+    }
+
+    /// The addresses opened by choosing an item of a fresh menu.
+    std::vector<std::string> opened(MenuPath path) {
+        workspace.opened.clear();
+        choose(*build(), path);
+        return workspace.opened;
+    }
+
+    TemporaryFolder folder;
+    PersistenceManager persistence = PersistenceManager::at(folder.path);
+    FakeWorkspace workspace;
+    FakeAlerts alerts;
+    FakeApplication application;
+    FakeLoginItem loginItem;
+    std::string calls;
+    std::shared_ptr<RecordingDelegate> delegate =
+        std::make_shared<RecordingDelegate>(SettingsStore(persistence), calls);
+
+    std::vector<AppUpdate> updates;
+    Settings settings;
+    bool isFetching = false;
+    bool failed = false;
+    std::optional<std::string> error;
+};
+
+using Opened = std::vector<std::string>;
+
+TEST_F(MenuBuilderTest, laysOutTheWholeMenu) {
+    updates = {update("Amberleaf"), ignored(update("Brindle"))};
+    settings = {.openAtLogin = true, .colorIcon = false};
+    EXPECT_EQ(outline(*build()),
+              "Check for Updates\n"
+              "New Versions Available (1)\n"
+              "  Amberleaf (1.0 → 2.0)\n"
+              "    Open App Page\n"
+              "    Show in Finder\n"
+              "    Submit Changes\n"
+              "    Report Amberleaf Issue\n"
+              "    ---\n"
+              "    Ignore This Version\n"
+              "---\n"
+              "Settings\n"
+              "  (on) Open at Login\n"
+              "  (off) Color Icon\n"
+              "  ---\n"
+              "  Show Error Log\n"
+              "  Ignored Versions\n"
+              "  ---\n"
+              "  Report Quorvel Issue\n"
+              "Try Orbisto Hub app\n"
+              "Go to Orbisto Website\n"
+              "Feedback\n"
+              "About\n"
+              "---\n"
+              "Quit ^q\n");
+    EXPECT_EQ(itemAt(*build(), {"New Versions…", "Amberleaf…"}).image, updates[0].app.icon);
+
+    loginItem.offered = false;
+    settings.colorIcon = true;
+    EXPECT_EQ(itemAt(*build(), {"Settings"}).submenu->items.front().title, "Color Icon");
+    EXPECT_EQ(itemAt(*build(), {"Settings", "Color Icon"}).state, MenuItem::State::on);
+}
+
+TEST_F(MenuBuilderTest, listsUpdatesOrSaysWhyItDoesNot) {
+    const auto a = update("A"), b = update("B", "1", "3");
+    struct Row {
+        std::vector<AppUpdate> updates;
+        bool failed;
+        std::optional<std::string> error;
+        const char* expected;
+    };
+    const Row rows[] = {
+        {{}, false, {}, "(0)\n!No Updates Available\n"},
+        {{ignored(a), ignored(b)}, false, {}, "(0)\n!No Updates Available\n"},
+        {{b, ignored(a), a}, false, {}, "(2)\nB (1 → 3)\nA (1.0 → 2.0)\n"},
+        {{a, b, ignored(a)}, true, "Off\nline & _on_.", "(2)\n!Last check failed\n!Off\nline & _on_.\n"},
+        {{a}, true, {}, "(1)\n!Last check failed\n"},
+        {{}, true, "", "(0)\n!Last check failed\n!\n"},
+        {{a}, false, "an error that is over", "(1)\nA (1.0 → 2.0)\n"},
+    };
+    for (const auto& row : rows) {
+        updates = row.updates;
+        failed = row.failed;
+        error = row.error;
+        const auto menu = build();
+        const auto& header = itemAt(*menu, {"New Versions…"});
+        std::string shown = header.title + "\n";
+        for (const auto& item : header.submenu->items) {
+            shown += (item.isEnabled ? "" : "!") + item.title + "\n";
+        }
+        EXPECT_EQ(shown, "New Versions Available " + std::string(row.expected));
+    }
+}
+
+TEST_F(MenuBuilderTest, breaksTitlesByUserPerceivedCharacters) {
+    const std::string family = "👨‍👩‍👧‍👦", accented = "e\u0301", flag = "🇫🇷";
+    struct Row {
+        std::string name, local, latest;
+        bool onOneLine;
+    };
+    // Around the versions, a plain title has six characters of its own.
+    const Row rows[] = {
+        {repeated("n", 20), repeated("1", 7), repeated("2", 7), true},
+        {repeated("n", 20), repeated("1", 7), repeated("2", 8), false},
+        {repeated("n", 21), "1", "2", false},
+        {"n", repeated("1", 17), repeated("2", 16), true},
+        {"n", repeated("1", 17), repeated("2", 17), false},
+        {repeated(family.c_str(), 20), "1", "2", true},
+        {repeated(family.c_str(), 21), "1", "2", false},
+        {repeated(accented.c_str(), 20), repeated(accented.c_str(), 7), repeated(flag.c_str(), 7), true},
+        {repeated(accented.c_str(), 20), repeated(accented.c_str(), 7), repeated(flag.c_str(), 8), false},
+        {repeated("藍", 20), "1", "2", true},
+        {"", "", "", true},
+    };
+    for (const auto& [name, local, latest, onOneLine] : rows) {
+        updates = {update(name, local, latest)};
+        const std::string versions = local + " → " + latest;
+        const std::string expected =
+            onOneLine ? name + " (" + versions + ")\n" : name + " | " + versions + "\n";
+        const auto menu = build();
+        MenuItem item = itemAt(*menu, {"New Versions…"}).submenu->items.at(0);
+        item.submenu = std::make_shared<Menu>();
+        EXPECT_EQ(outline(Menu{{item}}), expected);
+    }
+}
+
+TEST_F(MenuBuilderTest, shortensNamesInReportTitles) {
+    const struct {
+        std::string name, expected;
+    } rows[] = {
+        {repeated("n", 15), repeated("n", 15)},
+        {repeated("n", 16), repeated("n", 15) + "…"},
+        {"Fourteen chars  and more", "Fourteen chars…"},
+        {"\t Indented much and on", "Indented much…"},
+        {" short ", " short "},
+        {"Thirteen    \nx\u00A0and more", "Thirteen    \nx…"},
+        {repeated("🇫🇷", 16), repeated("🇫🇷", 15) + "…"},
+        {repeated("e\u0301", 15), repeated("e\u0301", 15)},
+        {repeated(" ", 16), "…"},
+    };
+    for (const auto& [name, expected] : rows)
+        EXPECT_EQ(MenuBuilder::makeReportItem(context(), update(name)).title,
+                  "Report " + expected + " Issue");
+}
+
+TEST_F(MenuBuilderTest, opensTheCatalogsPages) {
+    updates = {update("Amberleaf")};
+    updates[0].obAppId = -9007199254740993;
+    EXPECT_EQ(opened({"New Versions…", "Amberleaf…", "Open App Page"}),
+              Opened{"https://www.orbisto.example/app/mac/-9007199254740993"});
+    EXPECT_EQ(opened({"New Versions…", "Amberleaf…", "Submit Changes"}),
+              Opened{"https://www.orbisto.example/content/submit/-9007199254740993"});
+    EXPECT_EQ(opened({"Go to Orbisto Website"}), Opened{"https://www.orbisto.example"});
+    EXPECT_EQ(opened({"Feedback"}), Opened{"mailto:support@orbisto.example?subject=Quorvel%20Feedback"});
+    EXPECT_EQ(opened({"Try Orbisto Hub app"}), Opened{"https://hub.orbisto.example/"});
+    EXPECT_EQ(calls, "try ");
+}
+
+TEST_F(MenuBuilderTest, runsWhatEachItemStandsFor) {
+    updates = {update("Amberleaf"), update("Brindle")};
+    const auto menu = build();
+    choose(*menu, {"Check for Updates"});
+    choose(*menu, {"New Versions…", "Brindle…", "Ignore This Version"});
+    choose(*menu, {"New Versions…", "Brindle…", "Show in Finder"});
+    choose(*menu, {"Settings", "Open at Login"});
+    choose(*menu, {"Settings", "Show Error Log"});
+    choose(*menu, {"Settings", "Ignored Versions"});
+    choose(*menu, {"About"});
+    choose(*menu, {"Quit"});
+    EXPECT_EQ(calls, "check ignore Brindle login changed log ignored about ");
+    EXPECT_EQ(workspace.selected, std::vector<std::filesystem::path>{"/Applications/Brindle.app"});
+    EXPECT_EQ(application.terminations, 1);
+    EXPECT_TRUE(alerts.shown.empty());
+    EXPECT_TRUE(workspace.opened.empty());
+}
+
+TEST_F(MenuBuilderTest, keepsWhatItSaidOfARunningCheck) {
+    isFetching = true;
+    const auto menu = build();
+    isFetching = false;
+    choose(*menu, {"Check for Updates"});
+    EXPECT_EQ(alerts.shown, std::vector<std::string>{"Update check is already running.|"});
+    EXPECT_EQ(calls, "");
+    alerts.dismiss();
+    EXPECT_EQ(calls, "");
+}
+
+TEST_F(MenuBuilderTest, doesNothingForADelegateThatIsGone) {
+    const auto menu = build();
+    delegate.reset();
+    choose(*menu, {"About"});
+    choose(*menu, {"Settings", "Show Error Log"});
+    choose(*menu, {"Settings", "Ignored Versions"});
+    EXPECT_EQ(calls, "");
+    choose(*menu, {"Settings", "Open at Login"});
+    choose(*menu, {"Settings", "Color Icon"});
+    EXPECT_EQ(calls, "changed changed ");
+    EXPECT_FALSE(std::filesystem::exists(folder.path / "settings.json"));
+}
+
+TEST_F(MenuBuilderTest, flipsTheStoredColorIconWhateverTheMenuShows) {
+    FakeStatusBar statusBar;
+    const FakeImageCatalog images;
+    const SettingsStore store(persistence);
+    store.save({.openAtLogin = true, .colorIcon = true});
+    choose(*build(), {"Settings", "Color Icon"});
+    EXPECT_EQ(store.load(), (Settings{.openAtLogin = true, .colorIcon = false}));
+
+    delegate->statusItem = std::make_unique<StatusItemController>(statusBar, images);
+    ASSERT_TRUE(statusBar.image.isTemplate);
+    folder.write("settings.json", "damaged");
+    choose(*build(), {"Settings", "Color Icon"});
+    EXPECT_EQ(store.load(), (Settings{.openAtLogin = false, .colorIcon = true}));
+    EXPECT_FALSE(statusBar.image.isTemplate);
+    EXPECT_EQ(calls, "changed changed ");
+}
+
+TEST_F(MenuBuilderTest, itemsMayReplaceTheirOwnMenu) {
+    std::shared_ptr<const Menu> menu;
+    std::string seen;
+    std::weak_ptr<MenuTarget> target;
+    menu = MenuBuilder::buildSettingsSubmenu(context(), {}, [&, kept = std::string(64, 'k')] {
+        target = itemAt(*menu, {"Color Icon"}).target;
+        menu.reset();
+        EXPECT_TRUE(target.expired());
+        seen = kept;
+    });
+    choose(*menu, {"Color Icon"});
+    EXPECT_EQ(seen, std::string(64, 'k'));
+}
+
+TEST_F(MenuBuilderTest, composesReportsWithTheLogsText) {
+    const std::string subjectOf = "mailto:support@orbisto.example?subject=";
+    const std::string updateStart =
+        subjectOf +
+        "Issue%20with%20T&C=%20%E8%97%8D%25%20in%20Quorvel&body="
+        "App:%20T&C=%20%E8%97%8D%25%0ALocal%20version:%201.0%0ALatest%20version%20on%20Orbisto:%202.0+%23"
+        "%0AOrbisto%20page:%20https://www.orbisto.example/app/mac/5123";
+    const std::string generalStart = subjectOf + "Quorvel%20Issue%20Report&body=";
+    const std::string none = generalStart + "(No%20log%20entries)";
+    const struct {
+        std::optional<std::string> log;
+        std::string updateEnd, general;
+    } rows[] = {
+        {std::nullopt, "", none},
+        {"", "", none},
+        {"a \xFF b\n", "", none},
+        {"[x] \"é\"\n", "%0A%0AError%20Log:%0A---%0A%5Bx%5D%20%22%C3%A9%22%0A",
+         generalStart + "%5Bx%5D%20%22%C3%A9%22%0A"},
+    };
+    updates = {update("T&C= 藍%", "1.0", "2.0+#")};
+    for (const auto& [log, updateEnd, general] : rows) {
+        if (log) folder.write("error.log", *log);
+        EXPECT_EQ(opened({"New Versions…", "T&C…", "Report T&C= 藍% Issue"}),
+                  Opened{updateStart + updateEnd});
+        EXPECT_EQ(opened({"Settings", "Report Quorvel Issue"}), Opened{general});
+    }
+}
+
+TEST_F(MenuBuilderTest, composesNoReportOfANameThatIsNoUnicode) {
+    MenuBuilder::composeUpdateReport(context(), update("bad \xC3 name"));
+    EXPECT_EQ(workspace.opened, Opened{});
+}
+
+TEST_F(MenuBuilderTest, opensNothingButHttpsAndMailAddresses) {
+    const struct {
+        const char* url;
+        bool opens;
+    } rows[] = {
+        {"https://www.orbisto.example", true},
+        {"https://www.orbisto.example/privacy#quorvel", true},
+        {"mailto:a@b.example?subject=x%20y&body=%F0%9F", true},
+        {"http://www.orbisto.example", false},
+        {"file:///etc/passwd", false},
+        {"javascript:alert(1)", false},
+        {"https:www.orbisto.example", false},
+        {"https://", false},
+        {"https:///path", false},
+        {"mailto:", false},
+        {"mailto:?subject=x", false},
+        {"https://a b.example", false},
+        {"https://a.example/\n", false},
+        {"https://a.example/é", false},
+        {"https://a.example/%", false},
+        {"https://a.example/%4", false},
+        {"https://a.example/%4g", false},
+        {"https://a.example/#a#b", false},
+        {"--help", false},
+        {"", false},
+    };
+    for (const auto& [url, opens] : rows) {
+        workspace.opened.clear();
+        MenuBuilder::openLink(workspace, url);
+        EXPECT_EQ(workspace.opened, opens ? Opened{url} : Opened{}) << url;
+    }
+}
+
+}  // namespace
+}  // namespace quorvel

@@ -1,5 +1,6 @@
 #include "platform/DisplayText.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <unicode/uchar.h>
@@ -15,6 +16,15 @@ struct Character {
     std::size_t length;
     Display display;
 };
+
+/// U+FDD0 to U+FDEF and the last two of each plane, given the four bytes at the start of valid UTF-8.
+bool isNoncharacter(const std::array<unsigned, 4>& byte) {
+    if (byte[0] == 0xEF) {
+        if (byte[1] == 0xB7) return byte[2] >= 0x90 && byte[2] <= 0xAF;
+        return byte[1] == 0xBF && byte[2] >= 0xBE;
+    }
+    return byte[0] >= 0xF0 && (byte[1] & 0x0F) == 0x0F && byte[2] == 0xBF && byte[3] >= 0xBE;
+}
 
 /// The character at the start of valid UTF-8, as far as it needs care.
 Character classify(std::string_view rest) {
@@ -32,6 +42,8 @@ Character classify(std::string_view rest) {
     // U+2066 to U+2069 isolate directions.
     if (byte(0) == 0xE2 && byte(1) == 0x81 && byte(2) >= 0xA6 && byte(2) <= 0xA9)
         return {3, Display::nothing};
+    if (isNoncharacter({byte(0), byte(1), byte(2), byte(3)}))
+        return {byte(0) == 0xEF ? 3U : 4U, Display::nothing};
     return {1, Display::asItIs};
 }
 

@@ -6,7 +6,8 @@
 namespace quorvel {
 
 /// A text from outside as it may be shown within a line: control characters and line separators become
-/// spaces, and the characters that would turn the direction of what follows are left out.
+/// spaces; the characters that would turn the direction of what follows, and those that Unicode keeps for no
+/// character at all, which a bus refuses to carry, are left out. `text` is valid UTF-8.
 std::string onOneLine(std::string_view text);
 
 /// A text that stands beside others on a line: one with right-to-left characters is isolated (U+2068,

@@ -39,6 +39,11 @@ struct MenuItem {
     std::string title;
     /// Shown in place of the title when there is one.
     std::optional<AttributedTitle> attributedTitle;
+    /// The title, or name, line feed and detail, cut where text from outside begins and ends: outside text
+    /// and our own by turns, outside text first ("" when our own begins). What shows the item needs it to
+    /// keep a right-to-left name from turning the versions round, and to shorten no more than what is too
+    /// long. Empty for a title without such parts.
+    std::vector<std::string> titleParts;
     /// A key that chooses the item together with the platform's command modifier; empty for most items.
     std::string keyEquivalent;
     bool isEnabled = true;

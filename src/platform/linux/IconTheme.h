@@ -1,0 +1,25 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace quorvel {
+
+/// The icon theme that every other falls back on (hicolor), in the folders where programs install theirs.
+class IconTheme {
+public:
+    /// Folders of shared data, each with `icons/hicolor` in it.
+    explicit IconTheme(std::vector<std::filesystem::path> dataFolders);
+
+    /// Those of XDG_DATA_HOME and XDG_DATA_DIRS, or what stands for them when they are not set.
+    static IconTheme ofEnvironment();
+
+    /// Whether a status item's host finds an icon of that name.
+    bool contains(const std::string& name) const;
+
+private:
+    std::vector<std::filesystem::path> themeFolders;
+};
+
+}  // namespace quorvel

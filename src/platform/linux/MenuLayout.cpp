@@ -1,0 +1,118 @@
+#include "platform/linux/MenuLayout.h"
+
+#include <limits>
+#include <utility>
+
+#include "platform/MenuTitle.h"
+
+namespace quorvel {
+
+namespace {
+
+/// What stands for an application whose own picture is not there.
+constexpr const char* genericIconName = "application-x-executable";
+
+/// A single underscore would vanish and underline the character behind it.
+std::string withDoubledUnderscores(std::string_view title) {
+    std::string label;
+    label.reserve(title.size());
+    for (const char byte : title) {
+        if (byte == '_') label += '_';
+        label += byte;
+    }
+    return label;
+}
+
+void addImage(MenuProperties& properties, const BundleIcon& image, IconProvider* icons) {
+    auto png = icons ? icons->pngFor(image) : std::nullopt;
+    if (png)
+        properties.push_back({"icon-data", *std::move(png)});
+    else
+        properties.push_back({"icon-name", std::string(genericIconName)});
+}
+
+MenuProperties propertiesOf(const MenuItem& item, IconProvider* icons) {
+    if (item.isSeparator) return {{"type", std::string("separator")}};
+    MenuProperties properties{{"label", withDoubledUnderscores(displayTitle(item))}};
+    if (!item.isEnabled) properties.push_back({"enabled", false});
+    if (item.state != MenuItem::State::none) {
+        properties.push_back({"toggle-type", std::string("checkmark")});
+        properties.push_back({"toggle-state", item.state == MenuItem::State::on ? 1 : 0});
+    }
+    if (item.submenu) properties.push_back({"children-display", std::string("submenu")});
+    if (!item.keyEquivalent.empty())
+        properties.push_back({"shortcut", MenuProperty::Shortcut{{"Control", item.keyEquivalent}}});
+    if (item.image) addImage(properties, *item.image, icons);
+    return properties;
+}
+
+}  // namespace
+
+MenuLayout::MenuLayout(IconProvider* iconProvider) : icons(iconProvider) {}
+
+void MenuLayout::setMenu(std::shared_ptr<const Menu> newMenu) {
+    const auto oldCount = static_cast<Id>(nodes.size() - 1);
+    nodes.assign(1, {});
+    menu = std::move(newMenu);
+    ++currentRevision;
+    if (menu) add(*menu, 0);
+    for (std::size_t index = 1; index < nodes.size(); ++index) {
+        if (const auto& submenu = nodes[index].item->submenu) add(*submenu, index);
+    }
+    nodes.shrink_to_fit();
+    firstId += oldCount;
+    // After two thousand million items the ids start again.
+    if (std::cmp_greater(nodes.size(), std::numeric_limits<Id>::max() - firstId)) firstId = 1;
+}
+
+void MenuLayout::add(const Menu& submenu, std::size_t parent) {
+    nodes[parent].firstChild = nodes.size();
+    nodes[parent].childCount = submenu.items.size();
+    for (const auto& item : submenu.items)
+        nodes.push_back({.item = &item});
+}
+
+MenuLayout::Id MenuLayout::idAt(std::size_t index) const {
+    return index == 0 ? root : firstId + static_cast<Id>(index - 1);
+}
+
+const MenuLayout::Node* MenuLayout::find(Id id) const {
+    if (id == root) return &nodes.front();
+    if (id < firstId) return nullptr;
+    const auto index = static_cast<std::size_t>(id - firstId) + 1;
+    return index < nodes.size() ? &nodes[index] : nullptr;
+}
+
+bool MenuLayout::contains(Id id) const {
+    return find(id) != nullptr;
+}
+
+std::vector<MenuLayout::Id> MenuLayout::all() const {
+    std::vector<Id> ids;
+    for (std::size_t index = 0; index < nodes.size(); ++index)
+        ids.push_back(idAt(index));
+    return ids;
+}
+
+std::vector<MenuLayout::Id> MenuLayout::children(Id id) const {
+    std::vector<Id> ids;
+    const auto* const node = find(id);
+    for (std::size_t offset = 0; node && offset < node->childCount; ++offset)
+        ids.push_back(idAt(node->firstChild + offset));
+    return ids;
+}
+
+MenuProperties MenuLayout::properties(Id id) const {
+    const auto* const node = find(id);
+    if (!node) return {};
+    if (!node->item) return {{"children-display", std::string("submenu")}};
+    return propertiesOf(*node->item, icons);
+}
+
+std::shared_ptr<MenuTarget> MenuLayout::target(Id id) const {
+    const auto* const node = find(id);
+    const bool canBeChosen = node && node->item && node->item->isEnabled && !node->item->isSeparator;
+    return canBeChosen ? node->item->target.lock() : nullptr;
+}
+
+}  // namespace quorvel

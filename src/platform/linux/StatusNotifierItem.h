@@ -1,0 +1,69 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/StatusBar.h"
+#include "platform/linux/BusSlot.h"
+#include "platform/linux/DBusMenu.h"
+#include "platform/linux/IconTheme.h"
+#include "platform/linux/SessionBus.h"
+
+struct sd_bus_vtable;
+
+namespace quorvel {
+
+/// The status item on the session bus, for the panels that host such items (`org.kde.StatusNotifierItem`). It
+/// asks for its place whenever a panel's watcher comes: at the start, late at login, after a panel's restart.
+/// Without a bus it is there and nobody sees it. Main thread.
+class StatusNotifierItem final : public StatusItem {
+public:
+    static constexpr const char* path = "/StatusNotifierItem";
+
+    /// `number` tells apart the items of this process.
+    StatusNotifierItem(SessionBus& sessionBus, IconTheme iconTheme, IconProvider* menuIcons, int number);
+    ~StatusNotifierItem() override;
+    StatusNotifierItem(const StatusNotifierItem&) = delete;
+    StatusNotifierItem& operator=(const StatusNotifierItem&) = delete;
+
+    void setImage(const Image& newImage) override;
+    void setToolTip(const std::string& text) override;
+    void setMenu(std::shared_ptr<const Menu> newMenu) override;
+
+private:
+    static const sd_bus_vtable* vtable();
+
+    int category(sd_bus_message* reply);
+    int identifier(sd_bus_message* reply);
+    int title(sd_bus_message* reply);
+    int status(sd_bus_message* reply);
+    int windowId(sd_bus_message* reply);
+    int iconThemePath(sd_bus_message* reply);
+    int iconName(sd_bus_message* reply);
+    int iconPixmap(sd_bus_message* reply);
+    int toolTip(sd_bus_message* reply);
+    int itemIsMenu(sd_bus_message* reply);
+    int menuPath(sd_bus_message* reply);
+
+    void publish();
+    int nameAnswered(sd_bus_message* reply);
+    int watcherChanged(sd_bus_message* signal);
+    void registerItem();
+    void emit(const char* signal);
+
+    SessionBus& bus;
+    IconTheme theme;
+    DBusMenu menu;
+    Image image;
+    /// Empty when only the pixels may be used.
+    std::string themeName;
+    bool needsPixels = true;
+    std::string toolTipText;
+    /// org.kde.StatusNotifierItem-PID-NUMBER, by which hosts know an item.
+    std::string wishedName;
+    /// The name to register; empty until the bus has answered the wish.
+    std::string busName;
+    BusSlot objectSlot, watcherSlot, nameSlot;
+};
+
+}  // namespace quorvel

@@ -1,0 +1,150 @@
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <map>
+#include <set>
+
+#include "platform/linux/MenuLayout.h"
+#include "statusitem/MenuSamples.h"
+
+namespace quorvel {
+namespace {
+
+using Id = MenuLayout::Id;
+
+std::string textOf(const MenuProperty::Value& value) {
+    if (const auto* truth = std::get_if<bool>(&value)) return *truth ? "true" : "false";
+    if (const auto* number = std::get_if<std::int32_t>(&value)) return std::to_string(*number);
+    if (const auto* text = std::get_if<std::string>(&value)) return *text;
+    if (const auto* bytes = std::get_if<std::vector<std::uint8_t>>(&value))
+        return std::to_string(bytes->size()) + " bytes";
+    std::string strokes;
+    for (const auto& keys : std::get<MenuProperty::Shortcut>(value)) {
+        for (const auto& key : keys)
+            strokes += '<' + key + '>';
+    }
+    return strokes;
+}
+
+std::string textOf(const MenuProperties& properties) {
+    std::string text;
+    for (const auto& [name, value] : properties)
+        text += (text.empty() ? "" : "; ") + std::string(name) + '=' + textOf(value);
+    return text;
+}
+
+struct OneIcon final : IconProvider {
+    std::optional<std::vector<std::uint8_t>> pngFor(const BundleIcon& icon) override {
+        if (icon.bundle != "/Known.app") return std::nullopt;
+        return std::vector<std::uint8_t>(7);
+    }
+};
+
+TEST(MenuLayout, tellsOfAnItemExactlyWhatDiffersFromTheDefaults) {
+    const auto changed = [](void (*change)(MenuItem&)) {
+        MenuItem item;
+        item.title = "T";
+        change(item);
+        return item;
+    };
+    struct Row {
+        MenuItem item;
+        std::string expected;
+    };
+    const Row rows[] = {
+        {changed([](MenuItem&) {}), "label=T"},
+        {changed([](MenuItem& item) { item.title = "_a__b & c"; }), "label=__a____b & c"},
+        {changed([](MenuItem& item) { item.isEnabled = false; }), "label=T; enabled=false"},
+        {changed([](MenuItem& item) { item.state = MenuItem::State::on; }),
+         "label=T; toggle-type=checkmark; toggle-state=1"},
+        {changed([](MenuItem& item) { item.state = MenuItem::State::off; }),
+         "label=T; toggle-type=checkmark; toggle-state=0"},
+        {changed([](MenuItem& item) { item.submenu = menuOf({}); }), "label=T; children-display=submenu"},
+        {changed([](MenuItem& item) { item.keyEquivalent = "q"; }), "label=T; shortcut=<Control><q>"},
+        {changed([](MenuItem& item) { item.image = BundleIcon{"/Known.app"}; }),
+         "label=T; icon-data=7 bytes"},
+        {changed([](MenuItem& item) { item.image = BundleIcon{"/Other.app"}; }),
+         "label=T; icon-name=application-x-executable"},
+        {changed([](MenuItem& item) { item = MenuItem::separator(); }), "type=separator"},
+        {changed([](MenuItem& item) { item.attributedTitle = {.name = "N_N", .detail = "1 → 2"}; }),
+         "label=N__N\n1 → 2"},
+    };
+    OneIcon icons;
+    MenuLayout layout(&icons);
+    for (const auto& [item, expected] : rows) {
+        layout.setMenu(menuOf({item}));
+        EXPECT_EQ(textOf(layout.properties(layout.children(MenuLayout::root).at(0))), expected);
+    }
+}
+
+/// The labels below `id`, those of a submenu in brackets.
+std::string outline(const MenuLayout& layout, Id id) {
+    std::string text;
+    for (const Id child : layout.children(id)) {
+        text += textOf(layout.properties(child).at(0).value);
+        if (!layout.children(child).empty()) text += '[' + outline(layout, child) + ']';
+    }
+    return text;
+}
+
+std::shared_ptr<const Menu> nestedMenu() {
+    return menuOf({actionItem("a"),
+                   submenuItem("b", {actionItem("c"), submenuItem("d", {actionItem("e")}), actionItem("f")}),
+                   submenuItem("g", {actionItem("h")}), actionItem("i")});
+}
+
+TEST(MenuLayout, keepsTheOrderAndTheNestingOfTheItems) {
+    MenuLayout layout;
+    EXPECT_EQ(layout.all(), std::vector<Id>{MenuLayout::root}) << "before the first menu";
+    layout.setMenu(nestedMenu());
+    EXPECT_EQ(outline(layout, MenuLayout::root), "ab[cd[e]f]g[h]i");
+    EXPECT_EQ(layout.all().size(), 10U);
+    layout.setMenu(nullptr);
+    EXPECT_EQ(layout.all(), std::vector<Id>{MenuLayout::root}) << "after the last";
+}
+
+TEST(MenuLayout, givesNoIdTwiceAndForgetsThoseOfTheMenuBefore) {
+    MenuLayout layout;
+    std::set<Id> used;
+    std::vector<Id> before;
+    for (std::uint32_t count = 1; count <= 50; ++count) {
+        layout.setMenu(count % 3 == 0 ? menuOf({actionItem("a")}) : nestedMenu());
+        EXPECT_EQ(layout.revision(), count);
+        for (const Id id : before) {
+            EXPECT_FALSE(layout.contains(id) || layout.target(id) || !layout.children(id).empty() ||
+                         !layout.properties(id).empty())
+                << "stale id " << id;
+        }
+        before = layout.all();
+        std::erase(before, MenuLayout::root);
+        for (const Id id : before)
+            EXPECT_TRUE(used.insert(id).second && id > 0) << "id " << id << " in menu " << count;
+    }
+    EXPECT_FALSE(layout.contains(-1) || layout.contains(before.back() + 1));
+}
+
+TEST(MenuLayout, offersATargetOnlyForWhatCanBeChosen) {
+    struct Row {
+        const char* item;
+        bool isChosen;
+        void (*change)(MenuItem&);
+    };
+    const Row rows[] = {
+        {"action", true, [](MenuItem&) {}},
+        {"disabled", false, [](MenuItem& item) { item.isEnabled = false; }},
+        {"separator", false, [](MenuItem& item) { item.isSeparator = true; }},
+        {"without a target", false, [](MenuItem& item) { item.target.reset(); }},
+        {"with a target that is gone", false, [](MenuItem& item) { item.representedObject.reset(); }},
+    };
+    MenuLayout layout;
+    for (const auto& [name, isChosen, change] : rows) {
+        auto item = actionItem(name);
+        change(item);
+        layout.setMenu(menuOf({item}));
+        item = {};
+        EXPECT_EQ(layout.target(layout.all().back()) != nullptr, isChosen) << name;
+    }
+    EXPECT_EQ(layout.target(MenuLayout::root), nullptr);
+}
+
+}  // namespace
+}  // namespace quorvel

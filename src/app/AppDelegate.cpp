@@ -90,15 +90,15 @@ void AppDelegate::applicationDidFinishLaunching() {
 
 void AppDelegate::installUncaughtExceptionHandler() const {
     const auto handler = std::make_shared<const UncaughtExceptionHandler>(
-        UncaughtExceptionHandler::Parts{.mainQueue = platform.mainQueue,
-                                        .session = platform.session,
-                                        .alerts = platform.alerts,
+        UncaughtExceptionHandler::Parts{.mainQueue = platform.lastResort.queue,
+                                        .session = platform.lastResort.session,
+                                        .alerts = platform.lastResort.alerts,
                                         .persistence = platform.persistence,
                                         .environment = platform.environment,
                                         .wallClock = platform.wallClock,
                                         .catalogURL = platform.catalogURL,
-                                        .exit = platform.exit});
-    platform.setUncaughtExceptionHandler(
+                                        .exit = platform.lastResort.exit});
+    platform.lastResort.setHandler(
         [handler](const UncaughtException& exception) { handler->handle(exception); });
 }
 

@@ -59,11 +59,18 @@ public:
         /// The network counts as connected then, whatever the path monitor would say.
         bool skipMonitoring = false;
         std::string catalogURL;
-        /// Called once, during the launch, with what the process is to do with an exception that nobody
-        /// catches; it may be called when the controller is gone.
-        std::function<void(std::function<void(const UncaughtException&)>)> setUncaughtExceptionHandler;
-        /// Ends the process with a status, after such an exception.
-        std::function<void(int)> exit;
+        /// For the end of a process in which an exception went uncaught: objects that nothing else uses.
+        struct LastResort {
+            Queue& queue;
+            HttpSession& session;
+            Alerts& alerts;
+            /// Called once, during the launch, with what the process is to do with such an exception; that
+            /// may be called when the controller is gone.
+            std::function<void(std::function<void(const UncaughtException&)>)> setHandler;
+            /// Ends the process with a status.
+            std::function<void(int)> exit;
+        };
+        LastResort lastResort;
     };
 
     explicit AppDelegate(Platform platform);

@@ -23,31 +23,34 @@ AppDelegateFixture::AppDelegateFixture() {
 }
 
 AppDelegate::Platform AppDelegateFixture::platform() {
-    return {.mainQueue = queue,
-            .session = session,
-            .pathMonitor = std::make_unique<FakePathMonitor>(path),
-            .statusBar = statusBar,
-            .imageCatalog = images,
-            .windowServer = windowServer,
-            .alerts = alerts,
-            .pasteboard = pasteboard,
-            .workspace = workspace,
-            .loginItem = loginItem,
-            .application = application,
-            .persistence = persistence,
-            .environment = {{"com.ob.quorvel", "1.4.2"}, {14, 5, 0}},
-            .steadyClock = [this] { return std::chrono::steady_clock::time_point(queue.now); },
-            .wallClock =
-                [this] {
-                    const auto sinceStart = std::chrono::duration_cast<std::chrono::seconds>(queue.now);
-                    return std::chrono::sys_days{} + sinceStart;
-                },
-            .scanRoots = {folder.path / "Applications"},
-            .skipMonitoring = skipMonitoring,
-            .catalogURL = baseURL,
-            .setUncaughtExceptionHandler =
-                [this](auto handler) { uncaughtExceptionHandler = std::move(handler); },
-            .exit = [this](int status) { exits.push_back(status); }};
+    return {
+        .mainQueue = queue,
+        .session = session,
+        .pathMonitor = std::make_unique<FakePathMonitor>(path),
+        .statusBar = statusBar,
+        .imageCatalog = images,
+        .windowServer = windowServer,
+        .alerts = alerts,
+        .pasteboard = pasteboard,
+        .workspace = workspace,
+        .loginItem = loginItem,
+        .application = application,
+        .persistence = persistence,
+        .environment = {{"com.ob.quorvel", "1.4.2"}, {14, 5, 0}},
+        .steadyClock = [this] { return std::chrono::steady_clock::time_point(queue.now); },
+        .wallClock =
+            [this] {
+                const auto sinceStart = std::chrono::duration_cast<std::chrono::seconds>(queue.now);
+                return std::chrono::sys_days{} + sinceStart;
+            },
+        .scanRoots = {folder.path / "Applications"},
+        .skipMonitoring = skipMonitoring,
+        .catalogURL = baseURL,
+        .lastResort = {.queue = queue,
+                       .session = session,
+                       .alerts = alerts,
+                       .setHandler = [this](auto handler) { uncaughtExceptionHandler = std::move(handler); },
+                       .exit = [this](int status) { exits.push_back(status); }}};
 }
 
 void AppDelegateFixture::start() {

@@ -36,6 +36,7 @@ const std::map<std::string, Folders>& allowedArrows() {
         {"app", with(belowUi, {"ui"})},
         {"painter", {"platform"}},
         {"cli", with(belowUi, {"platform/linux"})},
+        {"entry", with(belowUi, {"ui", "app", "platform/linux"})},
     };
     return arrows;
 }

@@ -7,8 +7,9 @@
 
 namespace quorvel {
 
-/// Opens this program at login through an autostart entry of the XDG rules. Like a login item that its user switched off in
-/// the system's settings, an entry that the desktop has switched off stays as it is. Main thread.
+/// Opens this program at login through an autostart entry of the XDG rules. Like a login item that its user
+/// switched off in the system's settings, an entry that the desktop has switched off stays as it is. Main
+/// thread.
 class AutostartEntry final : public LoginItem {
 public:
     /// `folder`: where the user's autostart entries lie; `program`: the program's absolute path.

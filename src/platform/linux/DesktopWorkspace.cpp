@@ -57,17 +57,17 @@ Message methodCall(sd_bus* connection, const char* service, const char* path, co
 DesktopWorkspace::DesktopWorkspace(SessionBus& bus, Start start) : bus(bus), start(std::move(start)) {}
 
 void DesktopWorkspace::openURL(const std::string& url) {
-    auto message =
-        methodCall(bus.connection(), "org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop",
-                   "org.freedesktop.portal.OpenURI", "OpenURI");
+    auto message = methodCall(bus.connection(), "org.freedesktop.portal.Desktop",
+                              "/org/freedesktop/portal/desktop", "org.freedesktop.portal.OpenURI", "OpenURI");
     if (message && sd_bus_message_append(message.get(), "ssa{sv}", "", url.c_str(), 0) < 0) message.reset();
     callOrStart(bus.connection(), std::move(message), {start, {"xdg-open", url}});
 }
 
 void DesktopWorkspace::selectFile(const std::filesystem::path& path) {
-    auto message = methodCall(bus.connection(), "org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
-                              "org.freedesktop.FileManager1", "ShowItems");
-    if (message && sd_bus_message_append(message.get(), "ass", 1, fileURL(path).c_str(), "") < 0) message.reset();
+    auto message = methodCall(bus.connection(), "org.freedesktop.FileManager1",
+                              "/org/freedesktop/FileManager1", "org.freedesktop.FileManager1", "ShowItems");
+    if (message && sd_bus_message_append(message.get(), "ass", 1, fileURL(path).c_str(), "") < 0)
+        message.reset();
     // Without a file manager that selects, the folder that holds the file is shown.
     callOrStart(bus.connection(), std::move(message), {start, {"xdg-open", path.parent_path().string()}});
 }

@@ -9,8 +9,8 @@
 
 namespace quorvel {
 
-/// Opens addresses through the desktop portal and shows files through the file manager's interface on the session bus; where
-/// either does not answer, through xdg-open. Main thread.
+/// Opens addresses through the desktop portal and shows files through the file manager's interface on the
+/// session bus; where either does not answer, through xdg-open. Main thread.
 class DesktopWorkspace final : public Workspace {
 public:
     /// Starts a program that lives on by itself; the first argument is its name.

@@ -17,7 +17,8 @@ namespace {
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
     const int nowhere = open("/dev/null", O_RDWR);
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO}) dup2(nowhere, stream);
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO})
+        dup2(nowhere, stream);
     execvp(arguments[0], arguments);
     _exit(127);
 }
@@ -27,7 +28,8 @@ namespace {
 bool startDetached(const std::vector<std::string>& arguments) {
     std::vector<std::string> copies = arguments;
     std::vector<char*> list;
-    for (auto& argument : copies) list.push_back(argument.data());
+    for (auto& argument : copies)
+        list.push_back(argument.data());
     list.push_back(nullptr);
 
     const pid_t child = fork();

@@ -119,10 +119,10 @@ void remember() {
 
 }  // namespace quorvel
 
-/// Stands before the C++ runtime's function of that symbol, which it calls. The name in this file is another one, since
-/// compilers know the runtime's by a type of their own.
-extern "C" [[noreturn]] void rememberAndThrow(void* exception, std::type_info* type, void (*destroy)(void*)) __asm__(
-    "__cxa_throw");
+/// Stands before the C++ runtime's function of that symbol, which it calls. The name in this file is another
+/// one, since compilers know the runtime's by a type of their own.
+extern "C" [[noreturn]] void rememberAndThrow(void* exception, std::type_info* type,
+                                              void (*destroy)(void*)) __asm__("__cxa_throw");
 
 extern "C" [[noreturn]] void rememberAndThrow(void* exception, std::type_info* type, void (*destroy)(void*)) {
     using Throw = void (*)(void*, std::type_info*, void (*)(void*));

@@ -15,8 +15,9 @@ struct ExceptionReport {
     std::vector<std::string> callStackSymbols;
 };
 
-/// Makes `handler` what a terminating process runs last, on whatever thread it is, and remembers from now on where
-/// exceptions are thrown. When the handler returns, or fails in its turn, the process ends with status 1. Once a process.
+/// Makes `handler` what a terminating process runs last, on whatever thread it is, and remembers from now on
+/// where exceptions are thrown. When the handler returns, or fails in its turn, the process ends with
+/// status 1. Once a process.
 void onUncaughtException(std::function<void(const ExceptionReport&)> handler);
 
 /// For a top-level catch: what the exception that is being handled says. Only inside a catch block.

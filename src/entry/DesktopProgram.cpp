@@ -1,0 +1,184 @@
+#include "entry/DesktopProgram.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <memory>
+#include <string_view>
+#include <unistd.h>
+
+#include "app/AppDelegate.h"
+#include "platform/AnnouncedPathMonitor.h"
+#include "platform/linux/AutostartEntry.h"
+#include "platform/linux/CurlSession.h"
+#include "platform/linux/DesktopWorkspace.h"
+#include "platform/linux/DetachedProgram.h"
+#include "platform/linux/EventQueue.h"
+#include "platform/linux/ImageResources.h"
+#include "platform/linux/NetlinkPathMonitor.h"
+#include "platform/linux/PainterChannel.h"
+#include "platform/linux/RunningInstance.h"
+#include "platform/linux/SessionBus.h"
+#include "platform/linux/StatusNotifierBar.h"
+#include "platform/linux/UncaughtExceptions.h"
+
+namespace quorvel {
+
+namespace {
+
+/// How long launching waits for the first word on the network path: a check that began before it would fail
+/// on a machine that is online.
+constexpr std::chrono::seconds pathPatience{1};
+/// How long a report of the program's own end may keep it from ending.
+constexpr std::chrono::seconds reportPatience{5};
+
+class QueueApplication final : public Application {
+public:
+    explicit QueueApplication(EventQueue& queue) : queue(queue) {}
+    void terminate() override { queue.quit(); }
+
+private:
+    EventQueue& queue;
+};
+
+/// What stays usable when an exception has left everything else in an unknown state.
+class LastResort {
+public:
+    explicit LastResort() : painter(queue) {}
+
+    AppDelegate::Platform::LastResort parts() {
+        return {.queue = queue,
+                .session = session,
+                .alerts = painter,
+                .setHandler = [this](auto handler) { install(std::move(handler)); },
+                .exit = [this](int) { queue.quit(); }};
+    }
+
+private:
+    /// The process ends with status 1 when what is installed here returns.
+    void install(std::function<void(const UncaughtException&)> handler) {
+        onUncaughtException([this, handler = std::move(handler)](const ExceptionReport& report) {
+            handler({report.name, report.reason, report.callStackSymbols});
+            queue.run();
+            session.finish(reportPatience);
+        });
+    }
+
+    EventQueue queue;
+    CurlSession session;
+    PainterChannel painter;
+};
+
+/// Everything that the running program consists of; what is declared later uses what is declared earlier.
+class DesktopProgram {
+public:
+    explicit DesktopProgram(const DesktopConfiguration& configuration)
+        : instance(bus),
+          painter(queue),
+          statusBar(bus),
+          workspace(bus, [](const auto& arguments) { startDetached(arguments); }),
+          loginItem(AutostartEntry::standardFolder(), std::filesystem::read_symlink("/proc/self/exe")),
+          application(queue),
+          skipsMonitoring(configuration.skipMonitoring) {
+        // Before anything starts a thread, which would otherwise take the signals.
+        for (const int number : {SIGTERM, SIGINT, SIGHUP})
+            queue.onSignal(number, [this] { queue.quit(); });
+        std::signal(SIGPIPE, SIG_IGN);
+        if (const auto connected = bus.connect(); !connected) {
+            std::fprintf(stderr, "quorvel: There is no session bus, so no status item: %s\n",
+                         connected.error().c_str());
+        }
+        makeDelegate(configuration);
+    }
+
+    int run(const std::string& action) {
+        if (instance.claim() == RunningInstance::Claim::another) return instance.ask(action) ? 0 : 1;
+        if (action == "quit") return 0;
+        instance.onAction([this](const std::string& name) { perform(name); });
+        launchWhenPathIsKnown(action);
+        queue.run();
+        return 0;
+    }
+
+private:
+    void makeDelegate(const DesktopConfiguration& configuration) {
+        auto monitor = std::make_unique<AnnouncedPathMonitor>(std::make_unique<NetlinkPathMonitor>(),
+                                                              [this] { queue.post([this] { launch(); }); });
+        delegate = std::make_shared<AppDelegate>(
+            AppDelegate::Platform{.mainQueue = queue,
+                                  .session = session,
+                                  .pathMonitor = std::move(monitor),
+                                  .statusBar = statusBar,
+                                  .imageCatalog = images,
+                                  .windowServer = painter,
+                                  .alerts = painter,
+                                  .pasteboard = painter,
+                                  .workspace = workspace,
+                                  .loginItem = loginItem,
+                                  .application = application,
+                                  .persistence = configuration.persistence,
+                                  .environment = configuration.environment,
+                                  .steadyClock = [] { return std::chrono::steady_clock::now(); },
+                                  .wallClock = std::chrono::system_clock::now,
+                                  .scanRoots = configuration.scanRoots,
+                                  .skipMonitoring = configuration.skipMonitoring,
+                                  .catalogURL = configuration.catalogURL,
+                                  .lastResort = lastResort.parts()});
+    }
+
+    void launchWhenPathIsKnown(const std::string& action) {
+        firstAction = action;
+        if (skipsMonitoring) {
+            queue.post([this] { launch(); });
+        } else {
+            queue.postAfter(pathPatience, [this] { launch(); });
+        }
+    }
+
+    /// Runs for whichever comes first, the path's first report or the end of the patience with it.
+    void launch() {
+        if (std::exchange(isLaunched, true)) return;
+        delegate->applicationDidFinishLaunching();
+        perform(firstAction);
+    }
+
+    void perform(const std::string& action) {
+        if (action == "check-for-updates") delegate->runManualCheck();
+        if (action == "show-error-log") delegate->showErrorLog();
+        if (action == "ignored-versions") delegate->showIgnoredVersions();
+        if (action == "about") delegate->showAbout();
+        if (action == "quit") queue.quit();
+    }
+
+    LastResort lastResort;
+    EventQueue queue;
+    SessionBus bus{queue};
+    RunningInstance instance;
+    CurlSession session;
+    PainterChannel painter;
+    StatusNotifierBar statusBar;
+    ImageResources images;
+    DesktopWorkspace workspace;
+    AutostartEntry loginItem;
+    QueueApplication application;
+    const bool skipsMonitoring;
+    bool isLaunched = false;
+    std::string firstAction;
+    std::shared_ptr<AppDelegate> delegate;
+};
+
+}  // namespace
+
+bool isDesktopAction(const std::string& action) {
+    constexpr std::array<std::string_view, 5> actions{"check-for-updates", "show-error-log",
+                                                      "ignored-versions", "about", "quit"};
+    return std::ranges::find(actions, action) != actions.end();
+}
+
+int runDesktopProgram(const DesktopConfiguration& configuration, const std::string& action) {
+    return DesktopProgram(configuration).run(action);
+}
+
+}  // namespace quorvel

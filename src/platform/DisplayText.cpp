@@ -1,6 +1,9 @@
 #include "platform/DisplayText.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <unicode/uchar.h>
+#include <unicode/unistr.h>
 
 namespace quorvel {
 
@@ -32,6 +35,15 @@ Character classify(std::string_view rest) {
     return {1, Display::asItIs};
 }
 
+bool containsRightToLeft(std::string_view text) {
+    const auto units = icu::UnicodeString::fromUTF8({text.data(), static_cast<std::int32_t>(text.size())});
+    for (std::int32_t at = 0; at < units.length(); at = units.moveIndex32(at, 1)) {
+        const auto direction = u_charDirection(units.char32At(at));
+        if (direction == U_RIGHT_TO_LEFT || direction == U_RIGHT_TO_LEFT_ARABIC) return true;
+    }
+    return false;
+}
+
 }  // namespace
 
 std::string onOneLine(std::string_view text) {
@@ -44,6 +56,11 @@ std::string onOneLine(std::string_view text) {
         text.remove_prefix(length < text.size() ? length : text.size());
     }
     return line;
+}
+
+std::string isolated(std::string_view text) {
+    if (!containsRightToLeft(text)) return std::string(text);
+    return "\u2068" + std::string(text) + "\u2069";
 }
 
 }  // namespace quorvel

@@ -9,4 +9,8 @@ namespace quorvel {
 /// spaces, and the characters that would turn the direction of what follows are left out.
 std::string onOneLine(std::string_view text);
 
+/// A text that stands beside others on a line: one with right-to-left characters is isolated (U+2068,
+/// U+2069), so that it does not turn the order of what follows it, such as two version numbers.
+std::string isolated(std::string_view text);
+
 }  // namespace quorvel

@@ -19,8 +19,9 @@ std::filesystem::path absolutePathFromEnvironment(const char* variable) {
 std::filesystem::path home() {
     if (auto folder = absolutePathFromEnvironment("HOME"); !folder.empty()) return folder;
     const passwd* user = getpwuid(getuid());
-    return user != nullptr && user->pw_dir != nullptr ? std::filesystem::path(user->pw_dir)
-                                                      : std::filesystem::path();
+    // A relative path would depend on where the program was started.
+    const bool known = user != nullptr && user->pw_dir != nullptr && user->pw_dir[0] == '/';
+    return known ? std::filesystem::path(user->pw_dir) : std::filesystem::path();
 }
 
 std::filesystem::path applicationSupport() {

@@ -15,8 +15,8 @@ using PropertyListTexts = std::vector<std::optional<std::string>>;
 
 /// Reads a property list, XML or binary, whose root is a dictionary, and returns its texts under `keys`. The
 /// whole list is checked, not only what is asked for; none when any of it is malformed, is not valid Unicode,
-/// or goes beyond a bound. A hostile list costs about 10 ms and 1 MB; the longest one there can be, of nothing
-/// but characters beyond ASCII, takes three times as long. Texts are UTF-8 and may hold a NUL.
+/// or goes beyond a bound. A hostile list costs about 10 ms and 1 MB; the longest one there can be, of
+/// nothing but characters beyond ASCII, takes three times as long. Texts are UTF-8 and may hold a NUL.
 std::optional<PropertyListTexts> readPropertyList(std::string_view bytes,
                                                   std::span<const std::string_view> keys);
 

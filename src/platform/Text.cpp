@@ -109,14 +109,12 @@ std::size_t characterWidth(std::string_view character) {
     return width;
 }
 
-/// ICU's name of the locale that the environment asks to sort by; the root locale is the empty name.
+/// The locale that the environment asks to sort by, in ICU's form. "C" and "POSIX" name no language, for
+/// which ICU takes the root locale.
 std::string collationLocale() {
     for (const char* const name : {"LC_ALL", "LC_COLLATE", "LANG"}) {
         const char* const value = std::getenv(name);
         if (value == nullptr || *value == '\0') continue;
-        const std::string_view locale(value);
-        const std::string_view language = locale.substr(0, locale.find_first_of(".@"));
-        if (language == "C" || language == "POSIX") return "";
         std::array<char, ULOC_FULLNAME_CAPACITY> canonical{};
         UErrorCode status = U_ZERO_ERROR;
         const auto capacity = static_cast<std::int32_t>(canonical.size());

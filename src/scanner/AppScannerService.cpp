@@ -2,13 +2,12 @@
 
 #include <array>
 #include <memory>
-#include <pwd.h>
 #include <stdlib.h>
 #include <string_view>
 #include <sys/stat.h>
-#include <unistd.h>
 #include <utility>
 
+#include "platform/Folders.h"
 #include "platform/PropertyList.h"
 #include "platform/Text.h"
 #include "scanner/BundleWalk.h"
@@ -66,16 +65,6 @@ void list(BundleWalk::Bundle bundle, PropertyListTexts info, std::vector<Install
                     std::move(bundle.path), std::move(icon)});
 }
 
-std::filesystem::path homeFolder() {
-    const char* const home = getenv("HOME");
-    if (home != nullptr && home[0] == '/') return home;
-    passwd entry{};
-    passwd* found = nullptr;
-    std::array<char, 4096> texts{};
-    getpwuid_r(getuid(), &entry, texts.data(), texts.size(), &found);
-    return found != nullptr ? found->pw_dir : "";
-}
-
 }  // namespace
 
 AppScannerService::AppScannerService(std::vector<std::filesystem::path> folders,
@@ -84,8 +73,7 @@ AppScannerService::AppScannerService(std::vector<std::filesystem::path> folders,
 
 std::vector<std::filesystem::path> AppScannerService::standardRoots() {
     std::vector<std::filesystem::path> roots{"/Applications"};
-    // A relative path would depend on where the program was started.
-    if (const auto home = homeFolder(); home.is_absolute()) roots.push_back(home / "Applications");
+    if (const auto home = folders::home(); !home.empty()) roots.push_back(home / "Applications");
     roots.emplace_back("/System/Applications");
     return roots;
 }

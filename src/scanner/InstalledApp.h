@@ -3,12 +3,9 @@
 #include <filesystem>
 #include <string>
 
-namespace quorvel {
+#include "platform/BundleIcon.h"
 
-/// A bundle's icon, still in its bundle: nothing is decoded until it is shown, at 16 by 16 points.
-struct BundleIcon {
-    std::filesystem::path bundle;
-};
+namespace quorvel {
 
 /// One application that the scanner found. Texts are valid UTF-8.
 struct InstalledApp {

@@ -60,7 +60,7 @@ TEST_F(MatchEvaluationTest, theFirstRuleThatAppliesDecides) {
         {"1.0", result(""), "remote version invalid: \"\""},
         {"1.0", result(" n/a "), "remote version invalid: \" n/a \""},
         {" 1.2\t", result(" 1.2.1 "), "update to  1.2.1 "},
-        {"\u0663", result("4"), "update to 4"},
+        {"\u0663", result("10"), "update to 10"},
         {"2.0", result("2.0"), "already at latest"},
         {"2.0", result("1.9", "99"), "already at latest"},
         {"1.0", result("2.0", "15.0"), "requires 15.0"},

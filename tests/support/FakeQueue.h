@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <deque>
 #include <map>
@@ -34,7 +35,7 @@ public:
         runUntilIdle();
         while (!delayed.empty() && delayed.begin()->first <= end) {
             auto node = delayed.extract(delayed.begin());
-            now = node.key();
+            now = std::max(now, node.key());
             post(std::move(node.mapped()));
             runUntilIdle();
         }

@@ -33,9 +33,12 @@ public:
         return file;
     }
 
-    std::string read(const std::filesystem::path& name) const {
+    /// Empty when the file is missing.
+    std::string read(const std::filesystem::path& name) const { return contentOf(path / name); }
+
+    static std::string contentOf(const std::filesystem::path& file) {
         std::ostringstream content;
-        content << std::ifstream(path / name, std::ios::binary).rdbuf();
+        content << std::ifstream(file, std::ios::binary).rdbuf();
         return content.str();
     }
 

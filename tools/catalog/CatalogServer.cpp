@@ -1,6 +1,5 @@
 #include "CatalogServer.h"
 
-#include <atomic>
 #include <httplib.h>
 #include <iostream>
 #include <string_view>
@@ -99,7 +98,10 @@ std::expected<std::string, std::string> CatalogServer::start() {
     if (port < 0)
         return std::unexpected("Could not listen on " + std::string(loopback) + ", port " +
                                std::to_string(options.port) + ".");
-    listener = std::jthread([this] { server->listen_after_bind(); });
+    listener = std::jthread([this] {
+        server->listen_after_bind();
+        ended = true;
+    });
     return (options.certificate ? "https://" : "http://") + std::string(loopback) + ":" +
            std::to_string(port) + "/v1";
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <expected>
@@ -64,6 +65,7 @@ private:
     std::mutex mutex;
     std::condition_variable_any wake;
     std::unique_ptr<httplib::Server> server;
+    std::atomic<bool> ended = false;
     std::jthread listener;
 };
 

@@ -1,0 +1,107 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <functional>
+#include <list>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+namespace quorvel {
+
+/// A server on loopback that plays a script, byte for byte, and keeps what it was sent. It knows no more of
+/// HTTP than where a request ends, so that it can break every rule of it.
+///
+///     ScriptedServer server({ScriptedServer::answer("{}"), {.pieces = {"HTTP/1.1 2"}, .then =
+///     Then::close}});
+///     ... requests to server.url("/v1") ...
+///     EXPECT_EQ(server.requests().size(), 2);
+///
+/// The first request to arrive gets the first reply, on whatever connection it comes; a request beyond the
+/// script finds its connection closed.
+class ScriptedServer {
+public:
+    /// What becomes of the connection once a reply is out.
+    enum class Then {
+        keepOpen,  ///< waits for the next request
+        close,     ///< ends it in order
+        reset,     ///< ends it with a TCP reset
+        stall,     ///< says nothing more until the client goes
+    };
+
+    struct Reply {
+        std::vector<std::string> pieces;
+        Then then = Then::keepOpen;
+        /// Silence before each piece but the first.
+        std::chrono::milliseconds pause{0};
+    };
+
+    /// How a connection is met.
+    enum class Greeting {
+        serve,
+        drop,   ///< closed before anything is read
+        stall,  ///< nothing is read or said until the client goes; a TLS client gets no handshake
+    };
+
+    /// The bytes of one accepted connection, plain or wrapped.
+    class Stream {
+    public:
+        virtual ~Stream() = default;
+        /// The next bytes; empty at the end, however it came.
+        virtual std::string read() = 0;
+        virtual void write(std::string_view bytes) = 0;
+        virtual void finish() = 0;
+    };
+    /// Makes the stream of an accepted socket; null when its handshake failed. The socket stays the server's.
+    using Wrap = std::function<std::unique_ptr<Stream>(int socket)>;
+
+    explicit ScriptedServer(std::vector<Reply> script, Greeting greeting = Greeting::serve, Wrap wrap = {});
+    ~ScriptedServer();
+    ScriptedServer(const ScriptedServer&) = delete;
+    ScriptedServer& operator=(const ScriptedServer&) = delete;
+
+    /// A whole answer with its length, on a connection that stays open.
+    static Reply answer(std::string_view body, std::string_view moreHeaders = {});
+
+    std::string url(std::string_view path, std::string_view scheme = "http") const;
+    int port() const { return portNumber; }
+
+    /// The requests so far, each with its exact bytes.
+    std::vector<std::string> requests() const;
+    std::size_t connections() const;
+
+    /// Block until so many requests came, or connections ended; false when that takes longer than any test
+    /// may.
+    bool waitForRequests(std::size_t count);
+    bool waitForEnded(std::size_t count);
+
+private:
+    void acceptAll();
+    void serve(int socket);
+    void converse(Stream& stream, int socket);
+    /// Plays the reply that is next; false when the connection is over.
+    bool play(Stream& stream, int socket);
+
+    int listener = -1;
+    int portNumber = 0;
+    Greeting greeting;
+    Wrap wrap;
+    mutable std::mutex mutex;
+    std::condition_variable changed;
+    std::vector<Reply> script;
+    std::size_t played = 0;
+    std::vector<std::string> received;
+    std::vector<int> open;
+    std::size_t accepted = 0;
+    std::size_t ended = 0;
+    bool stopping = false;
+    std::list<std::thread> workers;
+    std::thread acceptor;
+};
+
+}  // namespace quorvel

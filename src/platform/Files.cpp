@@ -136,7 +136,8 @@ bool makeFolder(const std::filesystem::path& path) {
     if (path.empty()) return false;
     if (mkdir(path.c_str(), ownerOnlyFolder) == 0) return true;
     if (errno == ENOENT && path.has_parent_path() && path.parent_path() != path) {
-        return makeFolder(path.parent_path()) && mkdir(path.c_str(), ownerOnlyFolder) == 0;
+        makeFolder(path.parent_path());
+        if (mkdir(path.c_str(), ownerOnlyFolder) == 0) return true;
     }
     struct stat status{};
     return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);

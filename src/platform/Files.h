@@ -27,7 +27,8 @@ enum class AppendResult {
     failed,
 };
 
-/// Appends to an existing regular file with one write.
+/// Appends to an existing regular file with one write. Should the process be killed inside it, a write that
+/// spans several pages of the file can end at any of them.
 AppendResult append(const std::filesystem::path& path, std::string_view bytes);
 
 /// Makes the folder and its missing parents, each with mode 0700. True when it is there afterwards.

@@ -131,7 +131,7 @@ public:
 
 private:
     struct ParserDeleter {
-        void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
+        void operator()(XML_Parser finished) const { XML_ParserFree(finished); }
     };
 
     static Reader& self(void* reader) { return *static_cast<Reader*>(reader); }

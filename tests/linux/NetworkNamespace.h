@@ -3,11 +3,11 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <string>
-#include <unistd.h>
+
+#include "support/UserNamespace.h"
 
 namespace quorvel {
 
@@ -17,7 +17,7 @@ namespace quorvel {
 class NetworkNamespace {
 public:
     NetworkNamespace() {
-        if (geteuid() == 0 || becomeRootOfAUserNamespace()) isEntered = unshare(CLONE_NEWNET) == 0;
+        if (mayMakeNamespaces()) isEntered = unshare(CLONE_NEWNET) == 0;
         if (!isEntered) reason = std::string("no network namespace: ") + std::strerror(errno);
         if (isEntered && std::system(programPath("ip link show > /dev/null 2>&1").c_str()) != 0) {
             reason = "no network namespace: iproute2 is not installed";
@@ -38,18 +38,6 @@ public:
 private:
     static std::string programPath(const std::string& command) {
         return "PATH=$PATH:/usr/sbin:/sbin " + command;
-    }
-
-    /// An ordinary user may make networks only as the root of a user namespace; while other threads run, the
-    /// system does not allow that.
-    static bool becomeRootOfAUserNamespace() {
-        const auto user = std::to_string(geteuid());
-        const auto group = std::to_string(getegid());
-        if (unshare(CLONE_NEWUSER) != 0) return false;
-        std::ofstream("/proc/self/setgroups") << "deny";
-        std::ofstream("/proc/self/uid_map") << "0 " << user << " 1";
-        std::ofstream("/proc/self/gid_map") << "0 " << group << " 1";
-        return geteuid() == 0;
     }
 
     bool isEntered = false;

@@ -8,6 +8,7 @@
 #include "persistence/InstanceStore.h"
 #include "persistence/PersistenceManager.h"
 #include "persistence/SettingsStore.h"
+#include "platform/Files.h"
 #include "support/TemporaryFolder.h"
 
 namespace quorvel {
@@ -33,6 +34,8 @@ protected:
 TEST_F(StoresTest, makesItsFolderForTheOwnerAloneAndADifferentOneForEachBase) {
     const auto chosen = PersistenceManager::at(folder.path / "new/deep");
     EXPECT_EQ(modeOf(chosen.appSupportURL), 0700U);
+    // The parent of a path that ends in a slash is the folder itself, there by the time its child is made.
+    EXPECT_TRUE(files::makeFolder(folder.path / "slash/ed/"));
 
     const PersistenceManager first(folder.path), second(folder.path);
     EXPECT_NE(first.appSupportURL, second.appSupportURL);

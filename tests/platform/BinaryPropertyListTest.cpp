@@ -167,7 +167,11 @@ std::string variedList() {
 
 TEST(BinaryPropertyList, refusesEveryBeginning) {
     const std::string whole = variedList();
-    expectTexts({{"whole", whole, "x\xC3\xA9", "after"}, {"padded", whole + "\0"s, refused}});
+    std::string padded = whole;
+    padded.insert(padded.size() - 32, "\0"s);
+    expectTexts({{"whole", whole, "x\xC3\xA9", "after"},
+                 {"padded", whole + "\0"s, refused},
+                 {"padded before the trailer", padded, refused}});
     for (std::size_t size = 0; size < whole.size(); ++size) {
         expectTexts({{"prefix of " + std::to_string(size), whole.substr(0, size), refused}});
     }

@@ -260,6 +260,20 @@ TEST(XmlPropertyList, boundsDepthAndSize) {
 }
 
 /// As many pieces as the longest list has room for.
+TEST(XmlPropertyList, boundsWhatExpatReports) {
+    const auto repeated = [](int count, const std::string& piece) {
+        std::string text;
+        for (int index = 0; index < count; ++index)
+            text += piece;
+        return inRoot("<key>c</key><string>" + text + "</string><key>a</key><string>x</string>");
+    };
+    expectTexts({
+        {"line breaks of the longest list in base64", repeated(125'000, "A\n"), "x", std::nullopt},
+        {"more line breaks", repeated(300'000, "\n"), refused},
+        {"more entities", repeated(300'000, "&#65;"), refused},
+    });
+}
+
 std::string filled(std::string list, const std::string& piece, const std::string& end) {
     const std::size_t start = list.size();
     const std::size_t room = (propertyListSizeLimit - start - end.size()) / piece.size() * piece.size();

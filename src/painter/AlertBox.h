@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QDialog>
+#include <string>
+
+namespace quorvel::painter {
+
+/// An alert with an OK button. Its texts are shown as they are, never as markup. Owned by the painter.
+class AlertBox final : public QDialog {
+public:
+    AlertBox(const std::string& messageText, const std::string& informativeText);
+
+private:
+    QWidget* informativeView(const std::string& text);
+};
+
+}  // namespace quorvel::painter

@@ -1,0 +1,129 @@
+#include "painter/Painter.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <algorithm>
+#include <utility>
+
+#include "painter/AlertBox.h"
+#include "painter/IconFile.h"
+#include "painter/PaintedWindow.h"
+
+namespace quorvel::painter {
+
+namespace {
+
+/// Qt uses the token up with the next window that it activates.
+void useActivationToken(const std::string& token) {
+    if (!token.empty()) qputenv("XDG_ACTIVATION_TOKEN", QByteArray::fromStdString(token));
+}
+
+}  // namespace
+
+Painter::Painter(std::chrono::milliseconds linger, std::function<void(const Event&)> onEvent,
+                 std::function<void()> nothingToDo)
+    : report(std::move(onEvent)) {
+    end.setSingleShot(true);
+    end.setInterval(linger);
+    QObject::connect(&end, &QTimer::timeout, &end, [this, nothingToDo = std::move(nothingToDo)] {
+        if (!isNeeded()) nothingToDo();
+    });
+    QObject::connect(QGuiApplication::clipboard(), &QClipboard::dataChanged, &end,
+                     [this] { clipboardChanged(); });
+    considerEnd();
+}
+
+Painter::~Painter() = default;
+
+void Painter::perform(const Request& request) {
+    std::visit([this](const auto& some) { perform(some); }, request);
+    considerEnd();
+}
+
+void Painter::perform(const ShowWindow& request) {
+    auto& shown = windows[request.window];
+    if (!shown.window) shown.window = makeWindow(request.window, request.content);
+    shown.showing = request.showing;
+    for (const View& view : request.content.views) {
+        if (const auto* text = std::get_if<TextView>(&view)) shown.window->setText(text->text);
+    }
+    shown.window->setRows(request.rows);
+    useActivationToken(request.activationToken);
+    shown.window->present(request.placement);
+}
+
+std::unique_ptr<PaintedWindow> Painter::makeWindow(std::uint64_t number, const WindowContent& content) {
+    const auto pressed = [this, number](const std::string& title) { report(ButtonPressed{number, title}); };
+    const auto closed = [this, number] {
+        const auto& shown = windows.at(number);
+        report(WindowClosed{number, shown.showing, shown.window->placement()});
+        // The window counts as shown until it has handled its closing.
+        QTimer::singleShot(0, &end, [this] { considerEnd(); });
+    };
+    return std::make_unique<PaintedWindow>(content, pressed, closed);
+}
+
+void Painter::perform(const CloseWindow& request) {
+    windows.erase(request.window);
+}
+
+void Painter::perform(const SetText& request) {
+    const auto found = windows.find(request.window);
+    if (found != windows.end()) found->second.window->setText(request.text);
+}
+
+void Painter::perform(const SetRows& request) {
+    const auto found = windows.find(request.window);
+    if (found != windows.end()) found->second.window->setRows(request.rows);
+}
+
+void Painter::perform(const RunAlert& request) {
+    auto& box = alerts[request.alert];
+    box = std::make_unique<AlertBox>(request.messageText, request.informativeText);
+    QObject::connect(box.get(), &QDialog::finished, &end, [this, number = request.alert] {
+        report(AlertDismissed{number});
+        // Not inside its own signal.
+        QTimer::singleShot(0, &end, [this, number] {
+            alerts.erase(number);
+            considerEnd();
+        });
+    });
+    useActivationToken(request.activationToken);
+    box->show();
+    box->raise();
+    box->activateWindow();
+}
+
+void Painter::perform(const SetPasteboard& request) {
+    pasteboard.reset();
+    QGuiApplication::clipboard()->setText(QString::fromStdString(request.text));
+    pasteboard = request.content;
+    clipboardChanged();
+}
+
+void Painter::perform(const DecodeIcon& request) {
+    report(IconDecoded{request.icon, decodedIcon(request.path)});
+}
+
+void Painter::clipboardChanged() {
+    if (pasteboard && !QGuiApplication::clipboard()->ownsClipboard())
+        report(PasteboardLost{*std::exchange(pasteboard, std::nullopt)});
+    considerEnd();
+}
+
+bool Painter::isNeeded() const {
+    const auto isVisible = [](const auto& entry) { return entry.second.window->isVisible(); };
+    return std::ranges::any_of(windows, isVisible) || !alerts.empty() ||
+           QGuiApplication::clipboard()->ownsClipboard();
+}
+
+/// Every request, and every end of something shown, lets the time begin anew.
+void Painter::considerEnd() {
+    if (isNeeded()) {
+        end.stop();
+    } else {
+        end.start();
+    }
+}
+
+}  // namespace quorvel::painter

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QTimer>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+
+#include "platform/PainterMessages.h"
+
+namespace quorvel::painter {
+
+class AlertBox;
+class PaintedWindow;
+
+/// Puts on the screen what the program asks for and reports what the user did. It asks to be ended when for
+/// `linger` it has shown nothing and no text of this process is on the clipboard: another program that takes
+/// such a text asks this one for it, so that the text would end with the process. Main thread.
+class Painter {
+public:
+    Painter(std::chrono::milliseconds linger, std::function<void(const Event&)> report,
+            std::function<void()> nothingToDo);
+    ~Painter();
+    Painter(const Painter&) = delete;
+    Painter& operator=(const Painter&) = delete;
+
+    void perform(const Request& request);
+
+private:
+    struct Shown {
+        std::unique_ptr<PaintedWindow> window;
+        std::uint64_t showing = 0;
+    };
+
+    void perform(const Hello&) {}
+    void perform(const ShowWindow& request);
+    void perform(const CloseWindow& request);
+    void perform(const SetText& request);
+    void perform(const SetRows& request);
+    void perform(const RunAlert& request);
+    void perform(const SetPasteboard& request);
+    void perform(const DecodeIcon& request);
+    std::unique_ptr<PaintedWindow> makeWindow(std::uint64_t number, const WindowContent& content);
+    void clipboardChanged();
+    bool isNeeded() const;
+    void considerEnd();
+
+    std::function<void(const Event&)> report;
+    std::map<std::uint64_t, Shown> windows;
+    std::map<std::uint64_t, std::unique_ptr<AlertBox>> alerts;
+    /// The content that the program has put on the clipboard, as long as it is there.
+    std::optional<std::uint64_t> pasteboard;
+    QTimer end;
+};
+
+}  // namespace quorvel::painter

@@ -1,0 +1,61 @@
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QIcon>
+#include <cstdio>
+#include <cstdlib>
+#include <unistd.h>
+
+#include "painter/MessagePipe.h"
+#include "painter/Painter.h"
+#include "platform/ProgramInfo.h"
+
+namespace {
+
+/// Qt ends the process with SIGABRT when it finds no display, which is no crash of this program.
+void printMessage(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    std::fprintf(stderr, "quorvel-painter: %s\n", qPrintable(message));
+    if (type == QtFatalMsg) _exit(EXIT_FAILURE);
+}
+
+int lingerFrom(const QApplication& application) {
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Paints the windows of Quorvel, which starts it when it needs it."));
+    parser.addHelpOption();
+    const QCommandLineOption linger(QStringLiteral("linger"),
+                                    QStringLiteral("Milliseconds to stay when there is nothing to show."),
+                                    QStringLiteral("milliseconds"), QStringLiteral("10000"));
+    parser.addOption(linger);
+    parser.process(application);
+    return parser.value(linger).toInt();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    qInstallMessageHandler(printMessage);
+    // A session that is restored starts the program, and that starts this one.
+    qunsetenv("SESSION_MANAGER");
+    QApplication application(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("quorvel"));
+    QApplication::setQuitOnLastWindowClosed(false);
+    if (const auto identifier = quorvel::thisProgram().bundleIdentifier)
+        QApplication::setDesktopFileName(QString::fromStdString(*identifier));
+    QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("quorvel")));
+
+    using namespace quorvel::painter;
+    Painter* brush = nullptr;
+    MessagePipe pipe(
+        STDIN_FILENO, [&](const Request& request) { brush->perform(request); },
+        [](const std::string& reason) {
+            if (!reason.empty()) std::fprintf(stderr, "quorvel-painter: %s\n", reason.c_str());
+            QApplication::exit(reason.empty() ? EXIT_SUCCESS : EXIT_FAILURE);
+        });
+    Painter painter(
+        std::chrono::milliseconds(lingerFrom(application)), [&](const Event& event) { pipe.send(event); },
+        [&] {
+            if (!pipe.isWaiting()) QApplication::quit();
+        });
+    brush = &painter;
+    return QApplication::exec();
+}

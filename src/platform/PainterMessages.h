@@ -1,0 +1,122 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <expected>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "platform/Window.h"
+
+/// What the program and its painter tell each other: one JSON object a line, in UTF-8, each side's `Hello`
+/// first. Requests go to the painter, events come from it. Numbers are given out by the program and mean
+/// nothing to the painter.
+namespace quorvel::painter {
+
+inline constexpr std::uint64_t protocolVersion = 1;
+/// In bytes, without the line feed. A longer line is neither sent nor read.
+inline constexpr std::size_t longestRequest = 16 * 1024 * 1024;
+/// Events are small; a short bound keeps a painter gone wild from filling the program's memory.
+inline constexpr std::size_t longestEvent = 1024 * 1024;
+
+struct Hello {
+    std::uint64_t version = protocolVersion;
+};
+
+/// Where the user left a window's content, in the painter's own coordinates, which the program only keeps.
+struct Placement {
+    int x = 0;
+    int y = 0;
+    int width = 0;
+    int height = 0;
+
+    bool operator==(const Placement&) const = default;
+};
+
+/// Shows the window in front of everything else, or brings what there is of it up to date and to the front.
+struct ShowWindow {
+    std::uint64_t window = 0;
+    /// Tells this showing from the ones before, so that a `WindowClosed` that crosses it means the right one.
+    std::uint64_t showing = 0;
+    WindowContent content;
+    TableRows rows;
+    std::optional<Placement> placement;
+    /// Proves to the desktop that its user asked for this window; empty when the desktop gave none.
+    std::string activationToken;
+};
+
+struct CloseWindow {
+    std::uint64_t window = 0;
+};
+
+struct SetText {
+    std::uint64_t window = 0;
+    std::string text;
+};
+
+struct SetRows {
+    std::uint64_t window = 0;
+    TableRows rows;
+};
+
+struct RunAlert {
+    std::uint64_t alert = 0;
+    std::string messageText;
+    std::string informativeText;
+    std::string activationToken;
+};
+
+struct SetPasteboard {
+    std::uint64_t content = 0;
+    std::string text;
+};
+
+/// Asks for the pictures in an .icns file; answered in the order of the requests.
+struct DecodeIcon {
+    std::uint64_t icon = 0;
+    std::string path;
+};
+
+using Request =
+    std::variant<Hello, ShowWindow, CloseWindow, SetText, SetRows, RunAlert, SetPasteboard, DecodeIcon>;
+
+struct WindowClosed {
+    std::uint64_t window = 0;
+    std::uint64_t showing = 0;
+    Placement placement;
+};
+
+struct ButtonPressed {
+    std::uint64_t window = 0;
+    std::string title;
+};
+
+struct AlertDismissed {
+    std::uint64_t alert = 0;
+};
+
+/// Another program has put something on the pasteboard.
+struct PasteboardLost {
+    std::uint64_t content = 0;
+};
+
+/// PNG files, 16 by 16 and 32 by 32 pixels; none when the file could not be decoded.
+struct IconDecoded {
+    std::uint64_t icon = 0;
+    std::vector<std::string> pngs;
+};
+
+using Event = std::variant<Hello, WindowClosed, ButtonPressed, AlertDismissed, PasteboardLost, IconDecoded>;
+
+/// The line without its line feed; malformed UTF-8 in it has become U+FFFD.
+std::string encode(const Request& request);
+std::string encode(const Event& event);
+
+/// The error is a sentence that says what is wrong with the line.
+std::expected<Request, std::string> decodeRequest(std::string_view line);
+std::expected<Event, std::string> decodeEvent(std::string_view line);
+
+}  // namespace quorvel::painter

@@ -1,0 +1,77 @@
+#include "platform/linux/PainterChannel.h"
+
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+#include "platform/linux/PainterSession.h"
+
+namespace quorvel {
+
+namespace {
+
+/// A window as the program holds it; what it shows is the session's, under its number.
+class PaintedWindow final : public Window {
+public:
+    PaintedWindow(const std::shared_ptr<PainterSession>& owner, std::uint64_t ownNumber)
+        : session(owner), number(ownNumber) {}
+    ~PaintedWindow() override {
+        if (const auto present = session.lock()) present->removeWindow(number);
+    }
+    PaintedWindow(const PaintedWindow&) = delete;
+    PaintedWindow& operator=(const PaintedWindow&) = delete;
+
+    void show() override {
+        if (const auto present = session.lock()) present->showWindow(number);
+    }
+    void setText(const std::string& text) override {
+        if (const auto present = session.lock()) present->setText(number, text);
+    }
+    void reloadTable() override {
+        if (const auto present = session.lock()) present->reloadTable(number);
+    }
+
+private:
+    std::weak_ptr<PainterSession> session;
+    std::uint64_t number;
+};
+
+}  // namespace
+
+std::vector<std::string> painterCommand() {
+    std::error_code error;
+    const auto folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+    const auto beside = folder / "quorvel-painter";
+    if (access(beside.c_str(), X_OK) == 0) return {beside.string()};
+    return {(folder.parent_path() / "libexec" / "quorvel" / "quorvel-painter").string()};
+}
+
+PainterChannel::PainterChannel(EventQueue& queue, std::vector<std::string> command, PainterLimits limits)
+    : session(std::make_shared<PainterSession>(queue, std::move(command), limits)) {}
+
+PainterChannel::~PainterChannel() = default;
+
+std::unique_ptr<Window> PainterChannel::makeWindow(WindowContent content,
+                                                   std::weak_ptr<WindowDelegate> delegate) {
+    const auto number = session->addWindow(std::move(content), std::move(delegate));
+    return std::make_unique<PaintedWindow>(session, number);
+}
+
+void PainterChannel::runAlert(const std::string& messageText, const std::string& informativeText,
+                              Task dismissed) {
+    session->runAlert(messageText, informativeText, std::move(dismissed));
+}
+
+void PainterChannel::setText(const std::string& text) {
+    session->setPasteboard(text);
+}
+
+void PainterChannel::setActivationToken(std::string token) {
+    session->setActivationToken(std::move(token));
+}
+
+void PainterChannel::decodeIcon(const std::filesystem::path& file, IconHandler decoded) {
+    session->decodeIcon(file.string(), std::move(decoded));
+}
+
+}  // namespace quorvel

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/Desktop.h"
+#include "platform/linux/EventQueue.h"
+#include "platform/linux/PainterProcess.h"
+
+namespace quorvel {
+
+class PainterSession;
+
+/// The painter that belongs to the running program: beside it in a build folder, else in ../libexec/quorvel.
+std::vector<std::string> painterCommand();
+
+/// The windows, alerts and pasteboard of the program, put on the screen by a painter that is started when it
+/// is first needed. All that is shown is kept here as values: a painter that ends while it still shows
+/// something is replaced, once within `PainterLimits::restartPause`, and told everything again; when that one
+/// ends too, the windows count as closed, the alerts as dismissed, and the next request tries anew. Owned by
+/// the entry, on the main queue.
+class PainterChannel final : public WindowServer, public Alerts, public Pasteboard {
+public:
+    explicit PainterChannel(EventQueue& queue, std::vector<std::string> command = painterCommand(),
+                            PainterLimits limits = {});
+    ~PainterChannel() override;
+    PainterChannel(const PainterChannel&) = delete;
+    PainterChannel& operator=(const PainterChannel&) = delete;
+
+    std::unique_ptr<Window> makeWindow(WindowContent content,
+                                       std::weak_ptr<WindowDelegate> delegate) override;
+    void runAlert(const std::string& messageText, const std::string& informativeText,
+                  Task dismissed) override;
+    void setText(const std::string& text) override;
+
+    /// What the desktop gave along with the user's last action, for the next window or alert.
+    void setActivationToken(std::string token);
+
+    /// PNG files of 16 by 16 and 32 by 32 pixels; none when the file holds no icon that can be decoded.
+    using IconHandler = std::move_only_function<void(const std::vector<std::string>& pngs)>;
+    /// Reads an .icns file outside of this process. `decoded` runs once, later. A file that ends the painter
+    /// counts as none; use a channel of its own where that should not touch open windows.
+    void decodeIcon(const std::filesystem::path& file, IconHandler decoded);
+
+private:
+    std::shared_ptr<PainterSession> session;
+};
+
+}  // namespace quorvel

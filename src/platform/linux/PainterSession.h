@@ -1,0 +1,97 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/PainterMessages.h"
+#include "platform/linux/EventQueue.h"
+#include "platform/linux/PainterProcess.h"
+
+namespace quorvel {
+
+/// All that should be on the screen, as values, and the painter that puts it there. Owned by the painter
+/// channel. On the main queue.
+class PainterSession : public std::enable_shared_from_this<PainterSession> {
+public:
+    using IconHandler = std::move_only_function<void(const std::vector<std::string>& pngs)>;
+
+    PainterSession(EventQueue& queue, std::vector<std::string> command, const PainterLimits& limits);
+
+    /// Windows go by the number that `addWindow` gives them, until they are removed.
+    std::uint64_t addWindow(WindowContent content, std::weak_ptr<WindowDelegate> delegate);
+    void removeWindow(std::uint64_t number);
+    void showWindow(std::uint64_t number);
+    void setText(std::uint64_t number, const std::string& text);
+    void reloadTable(std::uint64_t number);
+
+    void runAlert(std::string messageText, std::string informativeText, Task dismissed);
+    void setPasteboard(std::string text);
+    void decodeIcon(std::string path, IconHandler decoded);
+    void setActivationToken(std::string token) { activationToken = std::move(token); }
+
+private:
+    struct ScreenWindow {
+        WindowContent content;
+        std::weak_ptr<WindowDelegate> delegate;
+        std::uint64_t showing = 0;
+        std::optional<painter::Placement> placement;
+        bool isShown = false;
+    };
+    struct ScreenAlert {
+        std::string messageText, informativeText;
+        Task dismissed;
+    };
+    struct Icon {
+        std::string path;
+        IconHandler decoded;
+    };
+
+    bool isNeeded() const;
+    bool start();
+    template <typename Argument>
+    std::function<void(Argument)> posting(void (PainterSession::*take)(const Argument&));
+
+    void sendAll();
+    void send(const painter::Request& request);
+    void leaveOut(const painter::Request& request);
+    void sendWindow(std::uint64_t number);
+    void sendAlert(std::uint64_t number);
+
+    void ended(const std::string& reason);
+    void giveUp();
+
+    void received(const painter::Event& event);
+    void take(const painter::Hello&) {}
+    void take(const painter::WindowClosed& closed);
+    void take(const painter::ButtonPressed& pressed);
+    void take(const painter::AlertDismissed& dismissed);
+    void take(const painter::PasteboardLost& lost);
+    void take(const painter::IconDecoded& decoded);
+
+    EventQueue& queue;
+    const std::vector<std::string> command;
+    const PainterLimits limits;
+
+    std::uint64_t lastNumber = 0;
+    std::map<std::uint64_t, ScreenWindow> windows;
+    std::map<std::uint64_t, ScreenAlert> alerts;
+    /// In the order of asking, in which the painter answers.
+    std::map<std::uint64_t, Icon> icons;
+    /// As long as this text is what the pasteboard holds.
+    std::optional<painter::SetPasteboard> pasteboard;
+    std::string activationToken;
+
+    /// Counts the painters, so that nothing counts that a replaced one said.
+    std::uint64_t runs = 0;
+    std::optional<std::chrono::steady_clock::time_point> lastRestart;
+    std::unique_ptr<PainterProcess> process;
+};
+
+}  // namespace quorvel

@@ -1,0 +1,26 @@
+# How desktops find quorvel: its entry in the menus, its page in software centres, its icons.
+install(FILES desktop/com.ob.quorvel.desktop DESTINATION "${CMAKE_INSTALL_DATADIR}/applications")
+configure_file(desktop/com.ob.quorvel.metainfo.xml.in com.ob.quorvel.metainfo.xml @ONLY)
+install(FILES "${CMAKE_CURRENT_BINARY_DIR}/com.ob.quorvel.metainfo.xml"
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/metainfo")
+
+set(drawings "${PROJECT_SOURCE_DIR}/resources")
+set(theme "${CMAKE_INSTALL_DATADIR}/icons/hicolor")
+install(FILES "${drawings}/com.ob.quorvel.svg" DESTINATION "${theme}/scalable/apps")
+install(FILES "${drawings}/com.ob.quorvel-symbolic.svg" DESTINATION "${theme}/symbolic/apps")
+# A panel that asks for 22 or 24 pixels gets the drawing whose edges lie on whole pixels at that size.
+foreach(size 22 24)
+    install(FILES "${drawings}/com.ob.quorvel-symbolic-${size}.svg" DESTINATION "${theme}/${size}x${size}/apps"
+            RENAME com.ob.quorvel-symbolic.svg)
+endforeach()
+# For menus and software centres that draw no SVG.
+set(pngs)
+foreach(size 48 64 128)
+    set(png "${CMAKE_CURRENT_BINARY_DIR}/icons/${size}.png")
+    quorvel_draw_png(OUTPUT "${png}" SIZE ${size} DRAWING "${drawings}/com.ob.quorvel.svg")
+    install(FILES "${png}" DESTINATION "${theme}/${size}x${size}/apps" RENAME com.ob.quorvel.png)
+    list(APPEND pngs "${png}")
+endforeach()
+add_custom_target(quorvel_icons ALL DEPENDS ${pngs})
+# Whoever builds the program alone can install it too.
+add_dependencies(quorvel quorvel_icons)

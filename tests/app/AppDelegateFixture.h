@@ -50,7 +50,7 @@ protected:
     std::string updatesTitle() const { return itemAt(*statusBar.menu, {"New Versions Available (…"}).title; }
     /// The first line of the updates' submenu, and its second where it tells of a failure.
     std::string updatesText() const;
-    void chooseItem(MenuPath path) const { choose(*statusBar.menu, path); }
+    void chooseItem(MenuPath item) const { choose(*statusBar.menu, item); }
     std::string log() const { return folder.read("data/error.log"); }
     bool iconShowsFetching() const;
     void expectAtRest();

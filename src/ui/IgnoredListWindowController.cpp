@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -27,7 +28,8 @@ std::vector<IgnoredRow> sortedRows(IgnoredVersions entries) {
         auto key = collator.sortKey(entry.appName);
         rows.push_back({std::move(key), bundleID, std::move(entry.appName), std::move(entry.version)});
     }
-    std::ranges::stable_sort(rows, {}, &IgnoredRow::sortKey);
+    // Rows of equal names stay where they are from one question to the next.
+    std::ranges::sort(rows, {}, [](const auto& row) { return std::tie(row.sortKey, row.bundleID); });
     return rows;
 }
 

@@ -33,7 +33,7 @@ protected:
     void addApp(const std::string& name, const std::string& version) const;
     /// What the catalog says of applications: their names and versions.
     void listInCatalog(const std::map<std::string, std::string>& versions);
-    /// "catalog down" or "network blocked" from the next auto-match request on.
+    /// What the catalog answers to every list of applications from now on.
     void failCatalog(int status, const std::string& body);
 
     /// Answers every request and runs what that makes ready, then checks what must hold whenever no check
@@ -48,9 +48,9 @@ protected:
 
     std::string menuText() const { return outline(*statusBar.menu); }
     std::string updatesTitle() const { return itemAt(*statusBar.menu, {"New Versions Available (…"}).title; }
-    /// The first line of the updates' submenu, and its second where it tells of a failure.
+    /// The titles in the updates' submenu, each with a line feed.
     std::string updatesText() const;
-    void chooseItem(MenuPath path) const { choose(*statusBar.menu, path); }
+    void chooseItem(MenuPath item) const { choose(*statusBar.menu, item); }
     std::string log() const { return folder.read("data/error.log"); }
     bool iconShowsFetching() const;
     void expectAtRest();

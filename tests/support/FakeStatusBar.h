@@ -27,10 +27,10 @@ private:
     class Item final : public StatusItem {
     public:
         explicit Item(FakeStatusBar& bar) : bar(bar) {}
-        void setImage(const Image& image) override { bar.image = image; }
+        void setImage(const Image& picture) override { bar.image = picture; }
         void setToolTip(const std::string& text) override { bar.toolTip = text; }
-        void setMenu(std::shared_ptr<const Menu> menu) override {
-            bar.menu = std::move(menu);
+        void setMenu(std::shared_ptr<const Menu> newMenu) override {
+            bar.menu = std::move(newMenu);
             ++bar.menusSet;
         }
 

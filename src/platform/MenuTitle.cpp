@@ -17,7 +17,7 @@ namespace quorvel {
 namespace {
 
 /// In columns, of which a wide character takes two.
-constexpr std::size_t widestLine = 80;
+constexpr std::size_t widestLine = 60;
 constexpr std::size_t widestVersion = 32;
 constexpr std::size_t mostLines = 4;
 

@@ -14,7 +14,7 @@ std::string repeated(const std::string& text, int count) {
 }
 
 TEST(MenuTitle, drawsEachTitleHarmlesslyAndInItsOwnDirection) {
-    const std::string word80 = repeated("x", 80);
+    const std::string line60 = repeated("x", 60);
     const std::string mark = "\u200E", isolate = "\u2068", pop = "\u2069";
     struct Row {
         const char* claim;
@@ -55,19 +55,19 @@ TEST(MenuTitle, drawsEachTitleHarmlesslyAndInItsOwnDirection) {
          mark + isolate + "שלום" + pop + " (" + isolate + "1" + pop + " → " + isolate + "2" + pop + ")"},
         {"our own text first", parts({"", "Report ", "שלום", " Issue"}),
          mark + "Report " + isolate + "שלום" + pop + " Issue"},
-        {"a name that just fits", parts({word80}), word80},
-        {"a name too long", parts({word80 + "xy"}), repeated("x", 79) + "…"},
-        {"wide characters take two columns", parts({repeated("藍", 41)}), repeated("藍", 39) + "…"},
-        {"a cut inside no character", parts({repeated("e\u0301", 81)}), repeated("e\u0301", 79) + "…"},
+        {"a name that just fits", parts({line60}), line60},
+        {"a name too long", parts({line60 + "xy"}), repeated("x", 59) + "…"},
+        {"wide characters take two columns", parts({repeated("藍", 31)}), repeated("藍", 29) + "…"},
+        {"a cut inside no character", parts({repeated("e\u0301", 61)}), repeated("e\u0301", 59) + "…"},
         {"characters without a width end too", parts({repeated("\u200B", 500)}),
-         repeated("\u200B", 79) + "…"},
+         repeated("\u200B", 59) + "…"},
         {"a version too long", parts({"N", " (", repeated("1", 40), " → ", "2", ")"}),
          "N (" + repeated("1", 31) + "… → 2)"},
         {"a long text breaks at spaces", plain(repeated("word ", 20) + "end"),
-         repeated("word ", 15) + "word\n" + repeated("word ", 4) + "end"},
-        {"a long word breaks where it must", plain(word80 + word80 + "x"), word80 + "\n" + word80 + "\nx"},
+         repeated("word ", 11) + "word\n" + repeated("word ", 8) + "end"},
+        {"a long word breaks where it must", plain(line60 + line60 + "x"), line60 + "\n" + line60 + "\nx"},
         {"a text without end is cut on line four", plain(repeated("x", 10000)),
-         word80 + "\n" + word80 + "\n" + word80 + "\n" + repeated("x", 79) + "…"},
+         line60 + "\n" + line60 + "\n" + line60 + "\n" + repeated("x", 59) + "…"},
     };
     for (const auto& [claim, item, expected] : rows)
         EXPECT_EQ(displayTitle(item), expected) << claim;

@@ -190,7 +190,7 @@ std::shared_ptr<const Menu> largeMenu(const std::shared_ptr<int>& alive) {
 TEST_F(StatusNotifierItemMenuTest, replacesTenThousandMenusWithoutGrowth) {
     constexpr int replacements = 10'000, warmUp = 2'000;
     const auto alive = std::make_shared<int>();
-    long before = 0;
+    [[maybe_unused]] long before = 0;
     panel->layoutUpdates.reserve(replacements);
     for (int count = 1; count <= replacements; ++count) {
         item->setMenu(largeMenu(alive));

@@ -101,7 +101,9 @@ MenuItem quitItem(const MenuContext& context) {
 
 MenuItem updateItem(const MenuContext& context, const AppUpdate& update, const UpdateAction& onIgnore) {
     const std::string& name = update.app.name;
-    const std::string versions = update.app.version + " → " + update.latestVersion;
+    const std::string& local = update.app.version;
+    const std::string& latest = update.latestVersion;
+    const std::string versions = local + " → " + latest;
     std::string plainTitle = name + " (" + versions + ")";
     const bool fits = text::graphemeCount(name) <= longestNameOnOneLine &&
                       text::graphemeCount(plainTitle) <= longestTitleOnOneLine;
@@ -109,6 +111,9 @@ MenuItem updateItem(const MenuContext& context, const AppUpdate& update, const U
     MenuItem item = submenuItem(fits ? std::move(plainTitle) : name,
                                 MenuBuilder::buildUpdateSubmenu(context, update, onIgnore));
     if (!fits) item.attributedTitle = MenuItem::AttributedTitle{.name = name, .detail = versions};
+    // A name from right to left must not turn the versions round.
+    item.titleParts = fits ? std::vector<std::string>{name, " (", local, " → ", latest, ")"}
+                           : std::vector<std::string>{name, "\n", local, " → ", latest};
     item.image = update.app.icon;
     return item;
 }

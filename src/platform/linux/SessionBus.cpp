@@ -27,8 +27,8 @@ void BusSlotRelease::operator()(sd_bus_slot* slot) const {
 }
 
 /// Without waiting until what was sent has left: a bus that hangs must not keep the program from ending.
-void SessionBus::Release::operator()(sd_bus* bus) const {
-    sd_bus_close_unref(bus);
+void SessionBus::Release::operator()(sd_bus* connection) const {
+    sd_bus_close_unref(connection);
 }
 
 SessionBus::SessionBus(EventQueue& mainQueue) : mainQueue(mainQueue) {}

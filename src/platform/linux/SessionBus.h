@@ -37,7 +37,7 @@ public:
 
 private:
     struct Release {
-        void operator()(sd_bus* bus) const;
+        void operator()(sd_bus* connection) const;
     };
 
     std::expected<void, std::string> watch();

@@ -151,7 +151,7 @@ void StatusNotifierItem::setImage(const Image& newImage) {
     if (newImage == image) return;
     image = newImage;
     themeName = themeNameFor(image);
-    needsPixels = themeName.empty() || !theme.contains(themeName);
+    needsPixels = !theme.contains(themeName);
     emit("NewIcon");
 }
 

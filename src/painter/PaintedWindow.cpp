@@ -3,6 +3,7 @@
 #include <QCloseEvent>
 #include <QGuiApplication>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScreen>
@@ -53,6 +54,9 @@ PaintedWindow::PaintedWindow(const WindowContent& content,
             },
             view);
     }
+    // Else the first button has the focus unseen, and the first Tab goes on to the second.
+    setFocusPolicy(Qt::ClickFocus);
+    setFocus();
     setSizes(content);
     new QShortcut(QKeySequence(Qt::Key_Escape), this, [this] { close(); });
     new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_W), this, [this] { close(); });
@@ -191,6 +195,14 @@ void PaintedWindow::place(const std::optional<Placement>& placement) {
     }
     const QRect available = QGuiApplication::primaryScreen()->availableGeometry();
     move(available.center() - rect().center());
+}
+
+/// Outside of dialogs, buttons know the space bar alone.
+void PaintedWindow::keyPressEvent(QKeyEvent* event) {
+    auto* button = qobject_cast<QAbstractButton*>(focusWidget());
+    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (button == nullptr || !isReturn || event->isAutoRepeat()) return QWidget::keyPressEvent(event);
+    button->click();
 }
 
 void PaintedWindow::closeEvent(QCloseEvent* event) {

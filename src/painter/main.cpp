@@ -11,8 +11,10 @@
 
 namespace {
 
-/// Qt ends the process with SIGABRT when it finds no display, which is no crash of this program.
+/// Qt ends the process with SIGABRT when it finds no display, which is no crash of this program. Its
+/// warnings, such as one for each picture of an icon that it cannot read, tell the user nothing.
 void printMessage(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    if (type != QtCriticalMsg && type != QtFatalMsg) return;
     std::fprintf(stderr, "quorvel-painter: %s\n", qPrintable(message));
     if (type == QtFatalMsg) _exit(EXIT_FAILURE);
 }

@@ -147,7 +147,8 @@ TEST_F(PaintedWindowTest, aPressedButtonTellsItsTitle) {
     QTest::keyClick(child<QPushButton>(*window, 0), Qt::Key_Space);
     const auto links = open(about());
     QTest::mouseClick(child<QAbstractButton>(*links, 1), Qt::LeftButton);
-    EXPECT_EQ(pressed, (std::vector<std::string>{"Copy & go", "Refresh", "Terms & Use"}));
+    QTest::keyClick(child<QAbstractButton>(*links, 1), Qt::Key_Return);
+    EXPECT_EQ(pressed, (std::vector<std::string>{"Copy & go", "Refresh", "Terms & Use", "Terms & Use"}));
 }
 
 TEST_F(PaintedWindowTest, escapeAndControlWCloseWhereverTheFocusIs) {
@@ -178,6 +179,14 @@ TEST_F(PaintedWindowTest, tabReachesEveryControl) {
         }
         EXPECT_EQ(static_cast<int>(reached.size()), expected) << content.title;
     }
+}
+
+TEST_F(PaintedWindowTest, theFocusStartsAtWhatScrollsElseBeforeTheFirstLink) {
+    EXPECT_EQ(open(errorLog())->focusWidget()->metaObject()->className(), std::string("QPlainTextEdit"));
+    EXPECT_EQ(open(ignoredVersions())->focusWidget()->metaObject()->className(), std::string("QTableView"));
+    const auto window = open(about());
+    QTest::keyClick(window.get(), Qt::Key_Tab);
+    EXPECT_EQ(QApplication::focusWidget(), child<QAbstractButton>(*window, 0));
 }
 
 TEST_F(PaintedWindowTest, theTableShowsItsRowsEachOnOneLine) {
@@ -231,6 +240,10 @@ TEST_F(PaintedWindowTest, comesBackWhereItWasLeftUnlessThatScreenIsGone) {
     PaintedWindow left(errorLog(), [](const std::string&) {}, [] {});
     left.present(Placement{30, 40, 650, 450});
     EXPECT_EQ(left.placement(), (Placement{30, 40, 650, 450}));
+    left.close();
+    left.resize(620, 420);
+    left.present(Placement{30, 40, 650, 450});
+    EXPECT_EQ(left.size(), QSize(620, 420)) << "a window that is still there keeps its own size";
     PaintedWindow lost(errorLog(), [](const std::string&) {}, [] {});
     lost.present(Placement{20'000, 40, 650, 450});
     EXPECT_NE(QGuiApplication::screenAt(lost.geometry().center()), nullptr);

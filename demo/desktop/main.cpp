@@ -6,10 +6,10 @@
 
 /// The status-item program with the sample applications and the sample catalog in place of the product's
 /// constants:
-///     quorvel-demo SYSTEM-FOLDER CATALOG-URL STORAGE-FOLDER
+///     quorvel-demo SYSTEM-FOLDER CATALOG-URL STORAGE-FOLDER [ACTION]
 int main(int argc, char* argv[]) {
-    if (argc != 4) {
-        std::fputs("Usage: quorvel-demo SYSTEM-FOLDER CATALOG-URL STORAGE-FOLDER\n", stderr);
+    if (argc != 4 && argc != 5) {
+        std::fputs("Usage: quorvel-demo SYSTEM-FOLDER CATALOG-URL STORAGE-FOLDER [ACTION]\n", stderr);
         return 2;
     }
     const std::filesystem::path system = std::filesystem::absolute(argv[1]);
@@ -21,5 +21,5 @@ int main(int argc, char* argv[]) {
          .environment = {quorvel::thisProgram(), quorvel::installedOSVersion(system)},
          .persistence = persistence,
          .skipMonitoring = true},
-        "");
+        argc == 5 ? argv[4] : "");
 }

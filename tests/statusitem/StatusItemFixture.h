@@ -7,8 +7,8 @@
 
 #include "platform/linux/SessionBus.h"
 #include "platform/linux/StatusNotifierBar.h"
-#include "statusitem/FakePanel.h"
-#include "statusitem/PrivateBus.h"
+#include "support/FakePanel.h"
+#include "support/PrivateBus.h"
 
 namespace quorvel {
 

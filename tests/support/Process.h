@@ -51,6 +51,8 @@ public:
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
 
+    void signal(int number) const { kill(pid, number); }
+
     /// The next line of standard output, without its line feed.
     std::string readLine() const {
         std::string line;

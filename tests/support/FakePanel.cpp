@@ -1,4 +1,4 @@
-#include "statusitem/FakePanel.h"
+#include "support/FakePanel.h"
 
 #include <chrono>
 #include <cstdarg>

@@ -78,7 +78,11 @@ std::vector<std::string> throwSymbols() {
             report = reportCurrentException();
         }
     }
-    if (installedHandler()) installedHandler()(report);
+    try {
+        if (installedHandler()) installedHandler()(report);
+    } catch (...) {
+        // Out of here the runtime would abort, and nobody is left to be told.
+    }
     _exit(EXIT_FAILURE);
 }
 

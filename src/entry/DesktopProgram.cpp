@@ -5,6 +5,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <exception>
 #include <memory>
 #include <string_view>
 #include <unistd.h>
@@ -98,11 +99,21 @@ public:
         if (action == "quit") return 0;
         instance.onAction([this](const std::string& name) { perform(name); });
         launchWhenPathIsKnown(action);
-        queue.run();
+        serve();
         return 0;
     }
 
 private:
+    /// Unwinding as far as here frees what the throwing task held, a lock on the storage folder for example,
+    /// before the handler of uncaught exceptions needs it.
+    void serve() {
+        try {
+            queue.run();
+        } catch (...) {
+            std::terminate();
+        }
+    }
+
     void makeDelegate(const DesktopConfiguration& configuration) {
         auto monitor = std::make_unique<AnnouncedPathMonitor>(std::make_unique<NetlinkPathMonitor>(),
                                                               [this] { queue.post([this] { launch(); }); });

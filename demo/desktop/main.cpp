@@ -15,7 +15,8 @@ int main(int argc, char* argv[]) {
     const std::filesystem::path system = std::filesystem::absolute(argv[1]);
     const auto persistence = quorvel::PersistenceManager::at(std::filesystem::absolute(argv[3]));
     return quorvel::runDesktopProgram(
-        {.scanRoots = {system / "Applications", system / "Users/sample/Applications",
+        {.busName = "com.ob.quorvel.Demonstration",
+         .scanRoots = {system / "Applications", system / "Users/sample/Applications",
                        system / "System/Applications"},
          .catalogURL = argv[2],
          .environment = {quorvel::thisProgram(), quorvel::installedOSVersion(system)},

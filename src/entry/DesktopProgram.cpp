@@ -18,6 +18,7 @@
 #include "platform/linux/DetachedProgram.h"
 #include "platform/linux/EventQueue.h"
 #include "platform/linux/ImageResources.h"
+#include "platform/linux/InstanceLock.h"
 #include "platform/linux/NetlinkPathMonitor.h"
 #include "platform/linux/PainterChannel.h"
 #include "platform/linux/RunningInstance.h"
@@ -76,12 +77,13 @@ private:
 class DesktopProgram {
 public:
     explicit DesktopProgram(const DesktopConfiguration& configuration)
-        : instance(bus),
+        : instance(bus, configuration.busName),
           painter(queue),
           statusBar(bus),
           workspace(bus, [](const auto& arguments) { startDetached(arguments); }),
           loginItem(AutostartEntry::standardFolder(), std::filesystem::read_symlink("/proc/self/exe")),
           application(queue),
+          storage(configuration.persistence.appSupportURL),
           skipsMonitoring(configuration.skipMonitoring) {
         // Before anything starts a thread, which would otherwise take the signals.
         for (const int number : {SIGTERM, SIGINT, SIGHUP})
@@ -96,6 +98,8 @@ public:
 
     int run(const std::string& action) {
         if (instance.claim() == RunningInstance::Claim::another) return instance.ask(action) ? 0 : 1;
+        const InstanceLock lock(storage);
+        if (lock.isHeldByAnother()) return refuse();
         if (action == "quit") return 0;
         instance.onAction([this](const std::string& name) { perform(name); });
         launchWhenPathIsKnown(action);
@@ -104,6 +108,13 @@ public:
     }
 
 private:
+    /// An instance without a bus, or of another session, whose files two would take out of each other's
+    /// hands.
+    static int refuse() {
+        std::fputs("quorvel: It is running already, where this session cannot reach it.\n", stderr);
+        return 1;
+    }
+
     /// Unwinding as far as here frees what the throwing task held, a lock on the storage folder for example,
     /// before the handler of uncaught exceptions needs it.
     void serve() {
@@ -174,6 +185,7 @@ private:
     DesktopWorkspace workspace;
     AutostartEntry loginItem;
     QueueApplication application;
+    const std::filesystem::path storage;
     const bool skipsMonitoring;
     bool isLaunched = false;
     std::string firstAction;

@@ -11,6 +11,8 @@ namespace quorvel {
 
 /// What differs between the product and its demonstration.
 struct DesktopConfiguration {
+    /// Which instances are one and the same program to the session, as a name on its bus.
+    std::string busName;
     std::vector<std::filesystem::path> scanRoots;
     std::string catalogURL;
     Environment environment;

@@ -31,7 +31,8 @@ int main(int argc, char* argv[]) {
         std::fputs(usage, stderr);
         return wrongUsage;
     }
-    return quorvel::runDesktopProgram({.scanRoots = quorvel::AppScannerService::standardRoots(),
+    return quorvel::runDesktopProgram({.busName = "com.ob.quorvel",
+                                       .scanRoots = quorvel::AppScannerService::standardRoots(),
                                        .catalogURL = std::string(quorvel::catalogURL),
                                        .environment = {quorvel::thisProgram(), quorvel::installedOSVersion()},
                                        .persistence = quorvel::PersistenceManager::shared()},

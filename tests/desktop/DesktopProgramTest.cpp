@@ -128,7 +128,7 @@ TEST_F(DesktopProgramTest, anIgnoredVersionLeavesTheMenuAndStaysAwayAfterARestar
 TEST_F(DesktopProgramTest, thePanelMayComeLateAndGoAndComeAgain) {
     program = std::make_unique<Process>(command());
     // The program owns its name on the bus before any panel is there.
-    ASSERT_TRUE(runUntil(queue, [&] { return panel->sees("com.ob.quorvel"); }));
+    ASSERT_TRUE(runUntil(queue, [&] { return panel->sees("com.ob.quorvel.Demonstration"); }));
     panel->come();
     ASSERT_TRUE(waitForRegistration(1));
     menuWith("New Versions Available (15)");
@@ -149,6 +149,21 @@ TEST_F(DesktopProgramTest, aSecondStartLeavesTheFirstAloneAndAsksIt) {
     quit.push_back("quit");
     EXPECT_EQ(Process(std::move(quit)).finish().status, 0);
     EXPECT_EQ(program->finish().status, 0);
+}
+
+TEST_F(DesktopProgramTest, leavesAStorageFolderAloneWithWhichAnotherSessionWorks) {
+    panel->come();
+    start();
+    menuWith("New Versions Available (15)");
+    const std::string address = daemon.address;
+    PrivateBus otherSession;
+    const auto result = Process(command()).finish();
+    setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.errors, "quorvel: It is running already, where this session cannot reach it.\n");
+    program->signal(SIGKILL);
+    program->finish();
+    start();
 }
 
 TEST_F(DesktopProgramTest, aSettingIsCheckedInTheMenuAndInItsFile) {

@@ -1,5 +1,6 @@
 #include "platform/linux/RunningInstance.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <systemd/sd-bus.h>
 #include <utility>
@@ -10,8 +11,6 @@ namespace quorvel {
 
 namespace {
 
-constexpr const char* busName = "com.ob.quorvel";
-constexpr const char* objectPath = "/com/ob/quorvel";
 constexpr const char* interfaceName = "org.freedesktop.Application";
 
 const sd_bus_vtable applicationTable[] = {
@@ -21,31 +20,38 @@ const sd_bus_vtable applicationTable[] = {
                   SD_BUS_VTABLE_UNPRIVILEGED),
     SD_BUS_VTABLE_END};
 
+/// Where a program that desktops can ask has its object, by the rules of desktop entries.
+std::string objectPathFor(std::string name) {
+    std::ranges::replace(name, '.', '/');
+    return '/' + name;
+}
+
 }  // namespace
 
-RunningInstance::RunningInstance(SessionBus& bus) : bus(bus) {}
+RunningInstance::RunningInstance(SessionBus& bus, std::string name)
+    : bus(bus), busName(std::move(name)), objectPath(objectPathFor(busName)) {}
 
 RunningInstance::Claim RunningInstance::claim() {
     if (bus.connection() == nullptr) return Claim::unknown;
-    const int result = sd_bus_request_name(bus.connection(), busName, 0);
+    const int result = sd_bus_request_name(bus.connection(), busName.c_str(), 0);
     if (result == -EEXIST) return Claim::another;
     return result < 0 ? Claim::unknown : Claim::first;
 }
 
 bool RunningInstance::ask(const std::string& action) {
     if (action.empty()) {
-        return sd_bus_call_method(bus.connection(), busName, objectPath, interfaceName, "Activate", nullptr,
-                                  nullptr, "a{sv}", 0) >= 0;
+        return sd_bus_call_method(bus.connection(), busName.c_str(), objectPath.c_str(), interfaceName,
+                                  "Activate", nullptr, nullptr, "a{sv}", 0) >= 0;
     }
-    return sd_bus_call_method(bus.connection(), busName, objectPath, interfaceName, "ActivateAction", nullptr,
-                              nullptr, "sava{sv}", action.c_str(), 0, 0) >= 0;
+    return sd_bus_call_method(bus.connection(), busName.c_str(), objectPath.c_str(), interfaceName,
+                              "ActivateAction", nullptr, nullptr, "sava{sv}", action.c_str(), 0, 0) >= 0;
 }
 
 void RunningInstance::onAction(std::function<void(const std::string&)> handler) {
     actionHandler = std::move(handler);
     if (bus.connection() == nullptr) return;
     sd_bus_slot* slot = nullptr;
-    if (sd_bus_add_object_vtable(bus.connection(), &slot, objectPath, interfaceName, applicationTable,
+    if (sd_bus_add_object_vtable(bus.connection(), &slot, objectPath.c_str(), interfaceName, applicationTable,
                                  this) >= 0) {
         object.reset(slot);
     }

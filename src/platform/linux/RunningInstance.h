@@ -15,7 +15,8 @@ namespace quorvel {
 /// that a desktop can ask too. Owned by an entry; main thread.
 class RunningInstance {
 public:
-    explicit RunningInstance(SessionBus& bus);
+    /// `busName` is what the first instance owns; its object has the path made of the same words.
+    RunningInstance(SessionBus& bus, std::string busName);
 
     enum class Claim {
         first,    ///< this process is the session's instance
@@ -40,6 +41,8 @@ public:
 
 private:
     SessionBus& bus;
+    const std::string busName;
+    const std::string objectPath;
     std::function<void(const std::string&)> actionHandler;
     BusSlot object;
 };

@@ -1,94 +1,25 @@
 #include <algorithm>
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <functional>
 #include <gtest/gtest.h>
-#include <memory>
-#include <nlohmann/json.hpp>
-#include <optional>
-#include <sstream>
 
-#include "support/FakePanel.h"
+#include "desktop/DesktopProgramFixture.h"
+#include "linux/NetworkNamespace.h"
 #include "support/PrivateBus.h"
-#include "support/Process.h"
-#include "support/TemporaryFolder.h"
 
 namespace quorvel {
 namespace {
 
-/// The real status-item program with the sample applications, a real catalog, and a panel that the test plays
-/// on a session bus of its own.
-class DesktopProgramTest : public testing::Test {
+/// On a session bus of its own, with a panel that the test plays.
+class DesktopProgramTest : public DesktopProgramFixture {
 protected:
     void SetUp() override {
         if (!daemon.reasonToSkip().empty()) GTEST_SKIP() << daemon.reasonToSkip();
-        for (const char* variable : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_DATA_DIRS"}) {
-            setenv(variable, folder.path.c_str(), 1);
-        }
-        panel = std::make_unique<FakePanel>(queue);
-        catalog.emplace(std::vector<std::string>{PROGRAM_FOLDER "/quorvel-catalog", "--data",
-                                                 SOURCE_ROOT "/demo/catalog.json", "--record",
-                                                 (folder.path / "record").string()});
-        url = catalog->readLine();
+        watchSession();
+        startCatalog();
     }
 
-    std::vector<std::string> command() const {
-        return {PROGRAM_FOLDER "/quorvel-demo", SOURCE_ROOT "/demo/system", url,
-                (folder.path / "storage").string()};
-    }
-
-    /// Starts the program; its item is on the panel afterwards.
-    void start() {
-        const auto before = panel->registrations.size();
-        program = std::make_unique<Process>(command());
-        ASSERT_TRUE(waitForRegistration(before + 1));
-    }
-
-    bool waitForRegistration(std::size_t count) {
-        const bool came = runUntil(queue, [&] { return panel->registrations.size() >= count; });
-        if (came) item = panel->registrations.back().sender;
-        return came;
-    }
-
-    /// The newest menu once it has an item of that label.
-    ShownMenu menuWith(const std::string& label) {
-        for (int turn = 0; turn < 20; ++turn) {
-            const auto seen = panel->layoutUpdates.size();
-            auto menu = panel->menu(item);
-            for (const auto& entry : menu.root.children) {
-                const auto found = entry.properties.find("label");
-                if (found != entry.properties.end() && found->second == label) return menu;
-            }
-            if (!runUntil(queue, [&] { return panel->layoutUpdates.size() > seen; })) break;
-        }
-        ADD_FAILURE() << "no menu came with " << label;
-        return {};
-    }
-
-    bool choose(const ShownItem& chosen) { return panel->click(item, chosen.id); }
-
-    std::vector<std::string> recordedMessages() const {
-        std::vector<std::string> messages;
-        std::istringstream lines(folder.read("record"));
-        for (std::string line; std::getline(lines, line);) {
-            const auto record = nlohmann::json::parse(line);
-            const auto body = nlohmann::json::parse(record.at("body").get<std::string>(), nullptr, false);
-            const bool tracks = body.is_object() && body.contains("message");
-            messages.push_back((tracks ? body.at("message") : record.at("path")).get<std::string>());
-        }
-        return messages;
-    }
-
-    TemporaryFolder folder;
     PrivateBus daemon;
-    EventQueue queue;
-    std::unique_ptr<FakePanel> panel;
-    std::optional<Process> catalog;
-    std::string url;
-    std::unique_ptr<Process> program;
-    /// The bus name under which the program's item is called.
-    std::string item;
 };
 
 TEST_F(DesktopProgramTest, firstLaunchRegistersChecksAndFillsTheMenu) {
@@ -102,11 +33,15 @@ TEST_F(DesktopProgramTest, firstLaunchRegistersChecksAndFillsTheMenu) {
                               "Feedback", "About", "Quit"}) {
         EXPECT_NE(menu.root.named(label).id, -1) << label;
     }
-    const auto messages = recordedMessages();
-    ASSERT_GE(messages.size(), 4U);
-    EXPECT_EQ(messages.front(), "/v1/qvl/instance");
-    EXPECT_EQ(std::ranges::count(messages, "first_install"), 1);
-    EXPECT_TRUE(folder.read("storage/error.log").contains("] Launch check completed in "));
+    // The three in the middle are on their way at the same time.
+    ASSERT_TRUE(comesTrue([&] { return recordedMessages().size() >= 5; }));
+    auto messages = recordedMessages();
+    ASSERT_EQ(messages.size(), 5U);
+    std::sort(messages.begin() + 1, messages.begin() + 4);
+    EXPECT_EQ(messages, (std::vector<std::string>{"/v1/qvl/instance", "/v1/apps/auto-match-collection",
+                                                  "/v1/event/app/64734/install", "first_install",
+                                                  "instance_running trigger=launch apps=35 updates=15"}));
+    EXPECT_TRUE(log().contains("] Launch check completed in "));
 }
 
 TEST_F(DesktopProgramTest, anIgnoredVersionLeavesTheMenuAndStaysAwayAfterARestart) {
@@ -186,10 +121,8 @@ TEST_F(DesktopProgramTest, saysWhyAndChecksOnWithoutASessionBus) {
     setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere", 1);
     Process alone(command());
     // The log tells that the check ran to its end; a signal then ends the program.
-    const auto isDone = [&] { return folder.read("storage/error.log").contains("Launch check completed"); };
-    const std::function<void()> look = [&] { queue.postAfter(std::chrono::milliseconds(5), look); };
-    look();
-    ASSERT_TRUE(runUntil(queue, isDone));
+    const auto isDone = [&] { return log().contains("Launch check completed"); };
+    ASSERT_TRUE(comesTrue(isDone));
     alone.signal(SIGTERM);
     const auto result = alone.finish();
     EXPECT_EQ(result.status, 0);
@@ -197,6 +130,79 @@ TEST_F(DesktopProgramTest, saysWhyAndChecksOnWithoutASessionBus) {
         << result.errors;
     EXPECT_EQ(std::ranges::count(result.errors, '\n'), 1) << result.errors;
     EXPECT_TRUE(isDone());
+}
+
+TEST_F(DesktopProgramTest, aCatalogThatFailsIsNamedInTheMenuUntilItWorksAgain) {
+    panel->come();
+    start();
+    menuWith("New Versions Available (15)");
+    endCatalog();
+    ASSERT_TRUE(choose("Check for Updates"));
+    const auto menu = menuWith("Last check failed");
+    EXPECT_TRUE(menu.root.has("New Versions Available (15)")) << "what was found before is still true";
+    EXPECT_EQ(std::ranges::count(log(), '\n'), 1) << log();
+
+    restartCatalog({"--scenario", "blocked"});
+    ASSERT_TRUE(choose("Check for Updates"));
+    ASSERT_TRUE(comesTrue([&] { return log().contains("blocked"); })) << log();
+    menuWith("Last check failed");
+
+    restartCatalog();
+    ASSERT_TRUE(choose("Check for Updates"));
+    ASSERT_TRUE(comesTrue([&] { return !panel->menu(item).root.has("Last check failed"); }));
+    menuWith("New Versions Available (15)");
+}
+
+/// In a network of its own, in which a pair of cables is the way out.
+class DesktopProgramNetworkTest : public DesktopProgramTest {
+protected:
+    void SetUp() override {
+        if (!network.reasonToSkip().empty()) GTEST_SKIP() << network.reasonToSkip();
+        NetworkNamespace::ip("link set lo up\nlink add way type veth peer name out\n");
+        DesktopProgramTest::SetUp();
+    }
+
+    static void connect() {
+        NetworkNamespace::ip(
+            "link set way up\nlink set out up\naddress replace 192.0.2.1/24 dev way\n"
+            "route add default via 192.0.2.2\n");
+    }
+    static void disconnect() { NetworkNamespace::ip("link set out down\nlink set way down\n"); }
+
+    std::vector<std::string> command() const override {
+        auto words = DesktopProgramTest::command();
+        words.insert(words.begin() + 1, "--watch-network");
+        return words;
+    }
+
+    NetworkNamespace network;
+};
+
+TEST_F(DesktopProgramNetworkTest, aLaunchWithoutANetworkSaysSoAndRecoversWithIt) {
+    panel->come();
+    start();
+    const auto menu = menuWith("No internet connection.");
+    EXPECT_TRUE(menu.root.has("Last check failed"));
+    EXPECT_TRUE(recordedMessages().empty());
+    connect();
+    menuWith("New Versions Available (15)");
+    EXPECT_FALSE(log().contains("No internet connection.")) << "the retry starts the log afresh";
+}
+
+TEST_F(DesktopProgramNetworkTest, aLostConnectionFailsTheNextCheckAndItsReturnRepeatsIt) {
+    connect();
+    panel->come();
+    start();
+    menuWith("New Versions Available (15)");
+    EXPECT_FALSE(log().contains("No internet connection."));
+    disconnect();
+    ASSERT_TRUE(comesTrue([&] {
+        choose("Check for Updates");
+        return panel->menu(item).root.has("No internet connection.");
+    }));
+    connect();
+    ASSERT_TRUE(comesTrue([&] { return !panel->menu(item).root.has("Last check failed"); }));
+    EXPECT_EQ(recordedMessages().back(), "instance_running trigger=launch apps=35 updates=15");
 }
 
 }  // namespace

@@ -23,6 +23,7 @@ struct ShownItem {
     /// The item with that label, here or below; fails the test and answers an item with id -1 if there is
     /// none.
     const ShownItem& named(const std::string& label) const;
+    bool has(const std::string& label) const { return find(label) != nullptr; }
 
 private:
     const ShownItem* find(const std::string& label) const;

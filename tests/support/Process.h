@@ -51,6 +51,7 @@ public:
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
 
+    pid_t id() const { return pid; }
     void signal(int number) const { kill(pid, number); }
 
     /// The next line of standard output, without its line feed.

@@ -1,0 +1,180 @@
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <gtest/gtest.h>
+
+#include "desktop/DesktopProgramFixture.h"
+#include "desktop/VirtualDesktop.h"
+
+namespace quorvel {
+namespace {
+
+constexpr const char* watcher = "org.kde.StatusNotifierWatcher";
+
+/// On a virtual display with a real panel, real windows and a real pasteboard.
+class RealDesktopTest : public DesktopProgramFixture {
+protected:
+    void SetUp() override {
+        if (!desktop.reasonToSkip().empty()) GTEST_SKIP() << desktop.reasonToSkip();
+        watchSession();
+    }
+
+    void startBelowPanel() {
+        xfcePanel = desktop.startPanel();
+        ASSERT_TRUE(comesTrue([&] { return panel->sees(watcher); }));
+        startProgram();
+    }
+
+    void startProgram() {
+        program = std::make_unique<Process>(command());
+        item = "org.kde.StatusNotifierItem-" + std::to_string(program->id()) + "-1";
+        ASSERT_TRUE(comesTrue([&] { return panel->sees(item); }));
+    }
+
+    /// The window's number once it can be seen.
+    std::string window(const std::string& title) {
+        std::string number;
+        EXPECT_TRUE(comesTrue([&] { return !(number = VirtualDesktop::windowNamed(title)).empty(); }))
+            << title;
+        return number;
+    }
+
+    bool closes(const std::string& title) {
+        return comesTrue([&] { return VirtualDesktop::windowNamed(title).empty(); });
+    }
+
+    static void press(const std::string& window, const std::string& key) {
+        VirtualDesktop::run({"xdotool", "windowfocus", "--sync", window, "key", key});
+    }
+
+    /// The painter that the program has started.
+    pid_t painter() const {
+        const auto number = std::to_string(program->id());
+        std::ifstream children("/proc/" + number + "/task/" + number + "/children");
+        pid_t child = 0;
+        children >> child;
+        return child;
+    }
+
+    std::size_t checksAsked() const {
+        return static_cast<std::size_t>(
+            std::ranges::count(recordedMessages(), "/v1/apps/auto-match-collection"));
+    }
+
+    VirtualDesktop desktop;
+    std::unique_ptr<Process> xfcePanel;
+};
+
+TEST_F(RealDesktopTest, aClickOnTheIconAndOneInItsMenuCheckAgain) {
+    startCatalog();
+    startBelowPanel();
+    menuWith("New Versions Available (15)");
+    ASSERT_TRUE(comesTrue(&VirtualDesktop::showsIcon));
+    VirtualDesktop::click(13, 13);
+    ASSERT_TRUE(comesTrue(&VirtualDesktop::showsPanelMenu));
+    VirtualDesktop::click(90, 42);
+    ASSERT_TRUE(comesTrue([&] {
+        return std::ranges::count(recordedMessages(), "instance_running trigger=manual apps=35 updates=15") ==
+               1;
+    }));
+    menuWith("New Versions Available (15)");
+}
+
+TEST_F(RealDesktopTest, theItemIsHostedAgainAfterAPanelsRestart) {
+    startCatalog();
+    startBelowPanel();
+    ASSERT_TRUE(comesTrue(&VirtualDesktop::showsIcon));
+    xfcePanel.reset();
+    ASSERT_TRUE(comesTrue([&] { return !panel->sees(watcher); }));
+    xfcePanel = desktop.startPanel();
+    ASSERT_TRUE(comesTrue(&VirtualDesktop::showsIcon));
+    menuWith("New Versions Available (15)");
+}
+
+TEST_F(RealDesktopTest, anAlertTellsOfTheCheckThatRunsAndASignalEndsBothAtOnce) {
+    startCatalog();
+    startProgram();
+    menuWith("New Versions Available (15)");
+    restartCatalog({"--scenario", "slow", "--pause-ms", "60000"});
+    ASSERT_TRUE(choose("Check for Updates"));
+    ASSERT_TRUE(comesTrue([&] { return checksAsked() == 2; }));
+    ASSERT_TRUE(choose("Check for Updates"));
+    window("Quorvel");
+    const auto before = std::chrono::steady_clock::now();
+    program->signal(SIGTERM);
+    EXPECT_EQ(program->finish().status, 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(5));
+    EXPECT_TRUE(closes("Quorvel"));
+}
+
+TEST_F(RealDesktopTest, aWindowComesBackWhenThePainterDies) {
+    startCatalog();
+    startProgram();
+    ASSERT_TRUE(choose("About"));
+    const auto first = window("About Quorvel");
+    const pid_t firstPainter = painter();
+    ASSERT_GT(firstPainter, 0);
+    kill(firstPainter, SIGKILL);
+    ASSERT_TRUE(comesTrue([&] { return painter() > 0 && painter() != firstPainter; }));
+    press(window("About Quorvel"), "Escape");
+    EXPECT_TRUE(closes("About Quorvel"));
+
+    ASSERT_TRUE(choose("Quit"));
+    const auto result = program->finish();
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.errors, "quorvel: The painter is gone. It ended.\n");
+}
+
+TEST_F(RealDesktopTest, theLogsWindowCopiesTheLog) {
+    startCatalog();
+    startProgram();
+    ASSERT_TRUE(comesTrue([&] { return log().contains("Launch check completed"); }));
+    ASSERT_TRUE(choose("Show Error Log"));
+    const auto number = window("Error Log");
+    constexpr int copyX = 136, copyY = 380;
+    const auto clipboard = [] {
+        return VirtualDesktop::run({"xclip", "-o", "-selection", "clipboard"}).output;
+    };
+    VirtualDesktop::click(copyX, copyY, number);
+    EXPECT_TRUE(comesTrue([&] { return clipboard() == log(); })) << clipboard();
+}
+
+TEST_F(RealDesktopTest, whatWasIgnoredIsListedUntilItIsReset) {
+    startCatalog();
+    startProgram();
+    const auto menu = menuWith("New Versions Available (15)");
+    ASSERT_TRUE(choose(menu.root.named("Amberleaf (3.1.0 → 3.2.1)").named("Ignore This Version")));
+    ASSERT_TRUE(choose(menuWith("New Versions Available (14)").root.named("Ignored Versions")));
+    const auto number = window("Ignored Versions");
+    constexpr int resetX = 53, resetY = 298;
+    VirtualDesktop::click(resetX, resetY, number);
+    ASSERT_TRUE(comesTrue([&] { return folder.read("storage/ignored_versions.json") == "{}"; }));
+    // What the last check flagged stays flagged until the next one.
+    ASSERT_TRUE(choose("Check for Updates"));
+    menuWith("New Versions Available (15)");
+}
+
+TEST_F(RealDesktopTest, anUncaughtExceptionIsLoggedReportedAndToldInAnAlert) {
+    startCatalog();
+    const auto trigger = folder.path / "throw";
+    setenv("QUORVEL_TEST_THROWS_ONCE", trigger.c_str(), 1);
+    setenv("LD_PRELOAD", THROWING_SYNC, 1);
+    startProgram();
+    unsetenv("LD_PRELOAD");
+    menuWith("New Versions Available (15)");
+    folder.write("throw", "");
+    ASSERT_TRUE(choose("Color Icon"));
+
+    const auto alert = window("Quorvel");
+    EXPECT_EQ(std::ranges::count(log(), '\n'), 1) << log();
+    EXPECT_TRUE(log().ends_with("] std::runtime_error: The disk is gone.\n")) << log();
+    EXPECT_TRUE(
+        comesTrue([&] { return recordedMessages().back() == "std::runtime_error: The disk is gone."; }));
+    press(alert, "Return");
+    EXPECT_EQ(program->finish().status, 1);
+}
+
+}  // namespace
+}  // namespace quorvel

@@ -161,8 +161,11 @@ TEST_F(RealDesktopTest, anUncaughtExceptionIsLoggedReportedAndToldInAnAlert) {
     const auto trigger = folder.path / "throw";
     setenv("QUORVEL_TEST_THROWS_ONCE", trigger.c_str(), 1);
     setenv("LD_PRELOAD", THROWING_SYNC, 1);
+    // AddressSanitizer insists on being loaded first.
+    setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 1);
     startProgram();
     unsetenv("LD_PRELOAD");
+    unsetenv("ASAN_OPTIONS");
     menuWith("New Versions Available (15)");
     folder.write("throw", "");
     ASSERT_TRUE(choose("Color Icon"));

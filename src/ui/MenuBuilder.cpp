@@ -196,12 +196,18 @@ std::shared_ptr<const Menu> MenuBuilder::buildMenu(
 std::shared_ptr<const Menu> MenuBuilder::buildUpdateSubmenu(const MenuContext& context,
                                                             const AppUpdate& update,
                                                             const UpdateAction& onIgnore) {
-    return menuOf({linkItem(context, "Open App Page", appPageURL(update)),
+    // Shared by the items: a menu can list hundreds of updates, and a path alone takes 300 bytes.
+    const auto shared = std::make_shared<const AppUpdate>(update);
+    const auto link = [&](std::string title, std::string (*url)(const AppUpdate&)) {
+        return makeActionItem(std::move(title), [&workspace = context.workspace, shared, url] {
+            openLink(workspace, url(*shared));
+        });
+    };
+    return menuOf({link("Open App Page", appPageURL),
                    makeActionItem("Show in Finder", [&workspace = context.workspace,
-                                                     path = update.app.path] { workspace.selectFile(path); }),
-                   linkItem(context, "Submit Changes", submitURL(update)), makeReportItem(context, update),
-                   MenuItem::separator(),
-                   makeActionItem("Ignore This Version", [onIgnore, update] { onIgnore(update); })});
+                                                     shared] { workspace.selectFile(shared->app.path); }),
+                   link("Submit Changes", submitURL), makeReportItem(context, shared), MenuItem::separator(),
+                   makeActionItem("Ignore This Version", [onIgnore, shared] { onIgnore(*shared); })});
 }
 
 std::shared_ptr<const Menu> MenuBuilder::buildSettingsSubmenu(const MenuContext& context,
@@ -220,9 +226,10 @@ std::shared_ptr<const Menu> MenuBuilder::buildSettingsSubmenu(const MenuContext&
     return menuOf(std::move(items));
 }
 
-MenuItem MenuBuilder::makeReportItem(const MenuContext& context, const AppUpdate& update) {
-    return makeActionItem("Report " + shortName(update.app.name) + " Issue",
-                          [context, update] { composeUpdateReport(context, update); });
+MenuItem MenuBuilder::makeReportItem(const MenuContext& context, std::shared_ptr<const AppUpdate> update) {
+    auto title = "Report " + shortName(update->app.name) + " Issue";
+    return makeActionItem(std::move(title),
+                          [context, update = std::move(update)] { composeUpdateReport(context, *update); });
 }
 
 void MenuBuilder::composeUpdateReport(const MenuContext& context, const AppUpdate& update) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,7 +31,7 @@ public:
     static std::shared_ptr<const Menu> buildSettingsSubmenu(const MenuContext& context,
                                                             const Settings& settings,
                                                             const Action& onSettingsChanged);
-    static MenuItem makeReportItem(const MenuContext& context, const AppUpdate& update);
+    static MenuItem makeReportItem(const MenuContext& context, std::shared_ptr<const AppUpdate> update);
 
     /// Open a problem report in the user's mail program, with the error log's text.
     static void composeUpdateReport(const MenuContext& context, const AppUpdate& update);

@@ -208,8 +208,9 @@ TEST_F(MenuBuilderTest, shortensNamesInReportTitles) {
         {repeated(" ", 16), "…"},
     };
     for (const auto& [name, expected] : rows)
-        EXPECT_EQ(MenuBuilder::makeReportItem(context(), update(name)).title,
-                  "Report " + expected + " Issue");
+        EXPECT_EQ(
+            MenuBuilder::makeReportItem(context(), std::make_shared<const AppUpdate>(update(name))).title,
+            "Report " + expected + " Issue");
 }
 
 TEST_F(MenuBuilderTest, opensTheCatalogsPages) {

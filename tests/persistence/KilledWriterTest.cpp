@@ -149,7 +149,7 @@ private:
 #ifdef __SANITIZE_ADDRESS__
 constexpr int kills = 60;  // its shadow memory makes every fork many times as long
 #else
-constexpr int kills = 300;
+constexpr int kills = 1000;
 #endif
 
 TEST(KilledWriterTest, leavesEveryFileOldOrNewAtAnyMoment) {

@@ -8,10 +8,10 @@
 #include <utility>
 
 #include "platform/Folders.h"
+#include "platform/InfoPropertyListFile.h"
 #include "platform/PropertyList.h"
 #include "platform/Text.h"
 #include "scanner/BundleWalk.h"
-#include "scanner/InfoPropertyListFile.h"
 
 namespace quorvel {
 

@@ -1,9 +1,8 @@
 #include "platform/linux/PainterChannel.h"
 
-#include <system_error>
-#include <unistd.h>
 #include <utility>
 
+#include "platform/linux/ChildProcess.h"
 #include "platform/linux/PainterSession.h"
 
 namespace quorvel {
@@ -39,11 +38,7 @@ private:
 }  // namespace
 
 std::vector<std::string> painterCommand() {
-    std::error_code error;
-    const auto folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
-    const auto beside = folder / "quorvel-painter";
-    if (access(beside.c_str(), X_OK) == 0) return {beside.string()};
-    return {(folder.parent_path() / "libexec" / "quorvel" / "quorvel-painter").string()};
+    return {helperProgram("quorvel-painter")};
 }
 
 PainterChannel::PainterChannel(EventQueue& queue, std::vector<std::string> command, PainterLimits limits)

@@ -14,7 +14,7 @@ namespace quorvel {
 
 class PainterSession;
 
-/// The painter that belongs to the running program: beside it in a build folder, else in ../libexec/quorvel.
+/// The painter that belongs to the running program.
 std::vector<std::string> painterCommand();
 
 /// The windows, alerts and pasteboard of the program, put on the screen by a painter that is started when it

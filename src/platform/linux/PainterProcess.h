@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "platform/PainterMessages.h"
-#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/ChildProcess.h"
 
 struct sd_event;
 struct sd_event_source;
@@ -57,7 +57,8 @@ private:
     };
     using Source = std::unique_ptr<sd_event_source, Release>;
 
-    PainterProcess(const PainterLimits& limits, Handlers handlers);
+    PainterProcess(ChildProcess process, const PainterLimits& limits, Handlers handlers);
+    bool isEnded() const { return process.socket() < 0; }
     bool watch(sd_event* loop);
     void ready(std::uint32_t events);
     void readSome();
@@ -68,9 +69,7 @@ private:
 
     PainterLimits limits;
     Handlers handlers;
-    /// Names the process without ever meaning another one that got its number.
-    FileDescriptor process;
-    FileDescriptor socket;
+    ChildProcess process;
     Source socketSource;
     Source helloTimer;
     bool saidHello = false;

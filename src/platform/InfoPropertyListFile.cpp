@@ -1,4 +1,4 @@
-#include "scanner/InfoPropertyListFile.h"
+#include "platform/InfoPropertyListFile.h"
 
 #include <cerrno>
 #include <cstddef>

@@ -1,75 +1,109 @@
 #include <algorithm>
 #include <array>
-#include <cstddef>
+#include <charconv>
 #include <cstdint>
-#include <cstdlib>
+#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
-#include "platform/Text.h"
+#include "FuzzSupport.h"
+#include "platform/Characters.h"
 #include "versions/VersionComparator.h"
 #include "versions/VersionOrder.h"
 
 namespace {
 
 using namespace quorvel;
+using fuzz::require;
 
-using Texts = std::array<std::string, 3>;
-
-void require(bool law) {
-    if (!law) std::abort();
-}
+const VersionComparator comparator;
 
 /// What holds for any two texts.
 void checkPair(const std::string& one, const std::string& other) {
-    const VersionComparator comparator;
     const bool newer = comparator.isNewer(one, other);
-    require(!comparator.isNewer(one, one));
-    require(!(newer && comparator.isNewer(other, one)));
-    require(comparator.isNewer(" \t" + one + "\t ", other) == newer);
-    require(comparator.isNewer(text::repairedUtf8(one), other) == newer);
-    require(versionOrder::isNewerUnicode(one, other) == newer);
+    require(!comparator.isNewer(one, one), "no text is newer than itself");
+    require(!(newer && comparator.isNewer(other, one)), "no two texts are newer than each other");
+    require(comparator.isNewer(" \t" + one + "\t ", other) == newer, "white space around does not count");
+    require(comparator.isNewer(text::repairedUtf8(one), other) == newer, "malformed bytes count as U+FFFD");
+    require(versionOrder::isNewerUnicode(one, other) == newer, "both forms of the rules agree");
 }
 
-/// Whether every number of `text` surely fits into 64 bits, so that numbers compare by value alone.
-bool isPlain(const std::string& text) {
-    std::size_t digits = 0;
-    std::size_t longest = 0;
-    for (const char byte : text) {
-        digits = byte >= '0' && byte <= '9' ? digits + 1 : 0;
-        longest = std::max(longest, digits);
+/// The numbers with which the components of `version` begin, in their order; "" where there is none.
+std::vector<std::string> numbersOf(const std::string& version) {
+    const std::string normalized = versionOrder::normalizeVersion(version);
+    std::vector<std::string> numbers;
+    std::string component;
+    const auto finish = [&] {
+        if (!component.empty()) numbers.emplace_back(text::numericPrefix(component));
+        component.clear();
+    };
+    for (const auto character : text::characters(normalized)) {
+        if (character == ".") {
+            finish();
+        } else {
+            component += character;
+        }
     }
-    return longest <= 18 && text::isAscii(text);
+    finish();
+    return numbers;
 }
 
-/// Not newer, twice, is not newer.
+bool isInteger(const std::string& number) {
+    std::int64_t value = 0;
+    const char* const end = number.data() + number.size();
+    const auto [rest, error] = std::from_chars(number.data(), end, value);
+    return error == std::errc{} && rest == end;
+}
+
+/// Where a number that is compared by its length (beyond 64 bits, or with other scripts' digits) meets, at
+/// the same place of its version, one that is compared by its value and written with leading zeros to at
+/// least that length, the rules make circles: 2 is before "٣٣", that is before 0001, and that is before 2.
+/// Without such a pair, value and length order alike, and so the rules make a weak order.
+bool mayRunInCircles(std::span<const std::string> versions) {
+    struct Lengths {
+        std::size_t longestWithZeros = 0;
+        std::size_t shortestByLength = SIZE_MAX;
+    };
+    std::vector<Lengths> places;
+    for (const auto& version : versions) {
+        const auto numbers = numbersOf(version);
+        places.resize(std::max(places.size(), numbers.size()));
+        for (std::size_t place = 0; place < numbers.size(); ++place) {
+            const auto& number = numbers[place];
+            const std::size_t length = text::graphemeCount(number);
+            if (number.empty()) continue;
+            auto& [longestWithZeros, shortestByLength] = places[place];
+            if (!isInteger(number)) {
+                shortestByLength = std::min(shortestByLength, length);
+            } else if (number.size() > 1 && number.front() == '0') {
+                longestWithZeros = std::max(longestWithZeros, length);
+            }
+        }
+    }
+    return std::ranges::any_of(
+        places, [](const Lengths& place) { return place.shortestByLength <= place.longestWithZeros; });
+}
+
 void checkTransitive(const std::string& one, const std::string& two, const std::string& three) {
-    const VersionComparator comparator;
     if (comparator.isNewer(one, two) || comparator.isNewer(two, three)) return;
-    require(!comparator.isNewer(one, three));
-}
-
-/// The input is up to three versions with "|" between them; a fourth and later ones belong to the third.
-Texts split(std::string_view input) {
-    Texts texts;
-    for (std::size_t index = 0; index < texts.size(); ++index) {
-        const std::size_t bar = index + 1 < texts.size() ? input.find('|') : std::string_view::npos;
-        texts[index] = input.substr(0, bar);
-        input.remove_prefix(bar == std::string_view::npos ? input.size() : bar + 1);
-    }
-    return texts;
+    require(!comparator.isNewer(one, three), "not newer, twice, is not newer");
 }
 
 }  // namespace
 
+/// The input is up to three versions with "|" between them.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    Texts texts = split(std::string_view(reinterpret_cast<const char*>(data), size));
+    std::string_view input = fuzz::textOf(data, size);
+    std::array<std::string, 3> texts;
+    for (auto& text : texts)
+        text = fuzz::takeUpTo("|", input);
     checkPair(texts[0], texts[1]);
     checkPair(texts[1], texts[2]);
-    if (!std::all_of(texts.begin(), texts.end(), isPlain)) return 0;
-    std::sort(texts.begin(), texts.end());
+    if (mayRunInCircles(texts)) return 0;
+    std::ranges::sort(texts);
     do {
         checkTransitive(texts[0], texts[1], texts[2]);
-    } while (std::next_permutation(texts.begin(), texts.end()));
+    } while (std::ranges::next_permutation(texts).found);
     return 0;
 }

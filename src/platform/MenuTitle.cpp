@@ -20,6 +20,8 @@ namespace {
 constexpr std::size_t widestLine = 60;
 constexpr std::size_t widestVersion = 32;
 constexpr std::size_t mostLines = 4;
+/// More than any writing needs; a family of emoji, the longest character there is, takes 41 for two columns.
+constexpr std::size_t bytesOfColumn = 16;
 
 constexpr std::string_view ellipsis = "…";
 constexpr std::string_view leftToRightMark = "\u200E";
@@ -30,12 +32,13 @@ std::string harmless(const std::string& text) {
     return onOneLine(text::repairedUtf8(text));
 }
 
-/// How many bytes of `text` fit into `columns`. A character without a width counts too: a text of nothing
-/// else would have no end.
+/// How many bytes of `text` fit into `columns`. A character without a width counts too, and one that carries
+/// marks without end counts as the columns that its bytes would fill: a text of nothing else would have no
+/// end.
 std::size_t fitting(std::string_view text, std::size_t columns) {
     std::size_t bytes = 0, width = 0;
     for (const auto character : text::characters(text)) {
-        width += std::max<std::size_t>(1, text::displayWidth(character));
+        width += std::max({std::size_t{1}, text::displayWidth(character), character.size() / bytesOfColumn});
         if (width > columns) break;
         bytes += character.size();
     }
@@ -52,6 +55,8 @@ std::string wrapped(std::string_view text) {
     std::string lines;
     for (std::size_t count = 1; count < mostLines && fitting(text, widestLine) < text.size(); ++count) {
         const auto most = fitting(text, widestLine);
+        // A character that fits no line ends the title.
+        if (fitting(text.substr(most), widestLine) == 0) break;
         const auto space = text.substr(0, most + 1).rfind(' ');
         const bool breaksAtSpace = space != std::string_view::npos && space > 0;
         lines.append(text.substr(0, breaksAtSpace ? space : most)) += '\n';

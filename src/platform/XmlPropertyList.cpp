@@ -305,10 +305,17 @@ std::optional<PropertyListTexts> readBytes(std::string_view bytes, const char* e
     return reader.takeTexts();
 }
 
+void skipWhiteSpaceUnits(std::string_view& units, std::endian order) {
+    const std::size_t low = order == std::endian::big ? 1 : 0;
+    while (units.size() >= 2 && units[1 - low] == '\0' && whiteSpace.contains(units[low]))
+        units.remove_prefix(2);
+}
+
 /// Expat reads UTF-16 itself, but takes any unit for the partner of a leading surrogate.
 std::optional<PropertyListTexts> readUtf16(std::string_view units, std::endian order,
                                            std::span<const std::string_view> keys) {
     if (!utf16::isValid(units, order)) return std::nullopt;
+    skipWhiteSpaceUnits(units, order);
     Reader reader(keys, "UTF-8");
     std::string piece;
     do {
@@ -328,13 +335,13 @@ std::optional<PropertyListTexts> readUtf16(std::string_view units, std::endian o
 std::optional<PropertyListTexts> readXmlPropertyList(std::string_view bytes,
                                                      std::span<const std::string_view> keys) {
     using namespace std::string_view_literals;
+    // In each encoding, a Mac lets white space stand before the XML declaration, which XML does not.
     if (bytes.starts_with("\xFE\xFF"sv)) return readUtf16(bytes.substr(2), std::endian::big, keys);
     if (bytes.starts_with("\xFF\xFE"sv)) return readUtf16(bytes.substr(2), std::endian::little, keys);
     if (bytes.starts_with("\0<"sv)) return readUtf16(bytes, std::endian::big, keys);
     if (bytes.starts_with("<\0"sv)) return readUtf16(bytes, std::endian::little, keys);
     const bool hasMark = bytes.starts_with("\xEF\xBB\xBF"sv);
     if (hasMark) bytes.remove_prefix(3);
-    // A Mac lets white space stand before the XML declaration, XML does not.
     skipWhiteSpace(bytes);
     return readBytes(bytes, hasMark ? "UTF-8" : nullptr, keys);
 }

@@ -101,6 +101,7 @@ TEST(XmlPropertyList, readsEveryEncodingAMacReads) {
         {"without <plist>", twoLines, "x", std::nullopt},
         {"UTF-8 with mark", "\xEF\xBB\xBF" + inList(twoLines), "x", std::nullopt},
         {"white space first", "\n " + inList(twoLines), "x", std::nullopt},
+        {"white space first, UTF-16", inUtf16(" \r\n\t" + inList(twoLines), false, true), "x", std::nullopt},
         {"UTF-16 big", inUtf16(twoLines, true, true), "x", std::nullopt},
         {"UTF-16 little", inUtf16(twoLines, false, true), "x", std::nullopt},
         {"UTF-16 big without mark", inUtf16(twoLines, true, false), "x", std::nullopt},

@@ -51,8 +51,18 @@ std::vector<AnswerCase> answerCases() {
         {"204", bytesThenClose("HTTP/1.1 204 No Content\r\n\r\n"), "204 "},
         {"an error status keeps its body",
          bytesThenClose("HTTP/1.1 404 Not Found\r\nContent-Length: 2\r\n\r\nno"), "404 no"},
-        {"a redirect is not followed",
-         bytesThenClose("HTTP/1.1 302 Found\r\nLocation: /else\r\nContent-Length: 0\r\n\r\n"), "302 "},
+        // A redirect is an answer like any other: neither to a path nor to another host, to plain HTTP or in
+        // a circle is it followed.
+        {"a redirect to a path",
+         bytesThenClose("HTTP/1.1 302 Found\r\nLocation: /\r\nContent-Length: 0\r\n\r\n"), "302 "},
+        {"a redirect that keeps the method, to another host",
+         bytesThenClose("HTTP/1.1 307 Temporary Redirect\r\nLocation: http://localhost/\r\n"
+                        "Content-Length: 0\r\n\r\n"),
+         "307 "},
+        {"a redirect for ever",
+         bytesThenClose("HTTP/1.1 308 Permanent Redirect\r\nLocation: file:///etc/passwd\r\n"
+                        "Content-Length: 0\r\n\r\n"),
+         "308 "},
         {"interim answers are passed over",
          bytesThenClose("HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 103 Hints\r\nA: b\r\n\r\n" + ok +
                         "Content-Length: 2\r\n\r\n{}"),
@@ -75,6 +85,15 @@ std::vector<AnswerCase> answerCases() {
         {"half a chunk", bytesThenClose(ok + "Transfer-Encoding: chunked\r\n\r\n9\r\n{}"), "200 " + lost},
         {"chunks without their end", bytesThenClose(ok + "Transfer-Encoding: chunked\r\n\r\n2\r\n{}\r\n"),
          "200 " + lost},
+        {"a chunk whose size is no number",
+         bytesThenClose(ok + "Transfer-Encoding: chunked\r\n\r\nzz\r\n{}\r\n0\r\n\r\n"), "200 " + lost},
+        {"a chunk whose size is below zero",
+         bytesThenClose(ok + "Transfer-Encoding: chunked\r\n\r\n-2\r\n{}\r\n0\r\n\r\n"), "200 " + lost},
+        {"a chunk whose size is beyond 64 bits",
+         bytesThenClose(ok + "Transfer-Encoding: chunked\r\n\r\nfffffffffffffffff\r\n{}\r\n0\r\n\r\n"),
+         "200 " + lost},
+        {"a chunk that is longer than its size",
+         bytesThenClose(ok + "Transfer-Encoding: chunked\r\n\r\n1\r\n{}\r\n0\r\n\r\n"), "200 " + lost},
         {"half a gzip stream", coded("gzip", half), "200 " + lost},
         {"one byte less of gzip", coded("gzip", zip.substr(0, zip.size() - 1)), "200 " + lost},
         {"damaged gzip", coded("gzip", "not gzip at all"), damaged},

@@ -146,6 +146,7 @@ private:
                                   .wallClock = std::chrono::system_clock::now,
                                   .scanRoots = configuration.scanRoots,
                                   .skipMonitoring = configuration.skipMonitoring,
+                                  .backgroundInterval = configuration.backgroundInterval,
                                   .catalogURL = configuration.catalogURL,
                                   .lastResort = lastResort.parts()});
     }

@@ -74,6 +74,10 @@ private:
     void take(const painter::AlertDismissed& dismissed);
     void take(const painter::PasteboardLost& lost);
     void take(const painter::IconDecoded& decoded);
+    void take(const painter::TrayIconShown&) {}
+    void take(const painter::TrayIconMissing&) {}
+    void take(const painter::MenuItemChosen&) {}
+    void take(const painter::MenuClosed&) {}
 
     EventQueue& queue;
     const std::vector<std::string> command;

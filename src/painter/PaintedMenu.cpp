@@ -11,16 +11,57 @@ namespace {
 
 constexpr int iconSide = 16;
 
-/// The desktop's own style, in which an item is as high as its title has lines: a menu asks for room for one.
+/// The desktop's own style, in which an item is as high as its title has lines. Menus ask for room for one,
+/// and styles know no other: they place icon and title by the item's height, and shorten what is too long for
+/// one line.
 class LinesStyle final : public QProxyStyle {
 public:
     QSize sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& content,
                            const QWidget* widget) const override {
         const auto size = QProxyStyle::sizeFromContents(type, option, content, widget);
         const auto* const item = qstyleoption_cast<const QStyleOptionMenuItem*>(option);
-        if (type != CT_MenuItem || item == nullptr) return size;
-        const auto moreLines = static_cast<int>(item->text.count(QChar::LineSeparator));
-        return {size.width(), size.height() + moreLines * item->fontMetrics.lineSpacing()};
+        return type == CT_MenuItem && item ? size + QSize(0, moreLines(*item)) : size;
+    }
+
+    void drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
+                     const QWidget* widget) const override {
+        const auto draw = [&](const QStyleOption& some) {
+            QProxyStyle::drawControl(element, &some, painter, widget);
+        };
+        const auto* const item = qstyleoption_cast<const QStyleOptionMenuItem*>(option);
+        if (element != CE_MenuItem || !item || moreLines(*item) == 0) return draw(*option);
+        auto part = *item;
+        part.text.clear();
+        part.icon = {};
+        draw(part);
+        makeTransparent(part);
+        part.rect.setHeight(item->rect.height() - moreLines(*item));
+        part.rect.moveCenter(item->rect.center());
+        part.icon = item->icon;
+        draw(part);
+        part.icon = {};
+        part.rect.translate(0, -moreLines(*item) / 2);
+        for (const QString& line : item->text.split(QChar::LineSeparator)) {
+            part.text = line;
+            draw(part);
+            part.rect.translate(0, item->fontMetrics.lineSpacing());
+        }
+    }
+
+private:
+    /// In pixels.
+    static int moreLines(const QStyleOptionMenuItem& item) {
+        return static_cast<int>(item.text.count(QChar::LineSeparator)) * item.fontMetrics.lineSpacing();
+    }
+
+    /// Leaves of a selected item its colours, and of one with a submenu no second arrow.
+    static void makeTransparent(QStyleOptionMenuItem& item) {
+        item.menuItemType = QStyleOptionMenuItem::Normal;
+        if (!item.state.testFlag(State_Selected)) return;
+        item.state.setFlag(State_Selected, false);
+        const QColor color = item.palette.color(QPalette::HighlightedText);
+        for (const auto role : {QPalette::Text, QPalette::WindowText, QPalette::ButtonText})
+            item.palette.setColor(role, color);
     }
 };
 
@@ -34,7 +75,7 @@ QStyle* menuStyle() {
 }
 
 /// Of a line feed a style makes a space, but it breaks the line where a line separator stands.
-QString textOf(const MenuContent::Item& item) {
+QString titleOf(const MenuContent::Item& item) {
     return QString::fromStdString(item.title)
         .replace(u'&', QStringLiteral("&&"))
         .replace(u'\n', QChar::LineSeparator);
@@ -84,7 +125,7 @@ void PaintedMenu::fill(QMenu& menu, const std::vector<MenuContent::Item>& items)
 }
 
 QAction* PaintedMenu::add(QMenu& menu, const MenuContent::Item& item) {
-    QAction* const action = menu.addAction(textOf(item));
+    QAction* const action = menu.addAction(titleOf(item));
     action->setEnabled(item.isEnabled);
     action->setCheckable(item.state != MenuItem::State::none);
     action->setChecked(item.state == MenuItem::State::on);

@@ -1,8 +1,9 @@
 #include "painter/PaintedTrayIcon.h"
 
 #include <QApplication>
+#include <QEvent>
 #include <QScreen>
-#include <algorithm>
+#include <QTimer>
 #include <utility>
 
 #include "painter/Looks.h"
@@ -32,30 +33,68 @@ QIcon iconFrom(const Image& image, const QColor& templateColor) {
     return icon;
 }
 
-/// Qt puts an icon on the session bus where it finds a host for it there, for which this program has an item
-/// of its own.
-bool isOnDisplay() {
-    return std::ranges::any_of(QApplication::topLevelWidgets(),
-                               [](const QWidget* widget) { return widget->inherits("QSystemTrayIconSys"); });
+/// The window in the tray. Without one Qt has put the icon on the session bus, where it found a host for it:
+/// there the program has an item of its own.
+QWidget* windowInTray() {
+    for (QWidget* const widget : QApplication::topLevelWidgets()) {
+        if (widget->inherits("QSystemTrayIconSys")) return widget;
+    }
+    return nullptr;
+}
+
+/// Whether what the corners of `place` show is dark; the icon does not reach into them.
+bool isDark(QScreen& screen, const QRect& place) {
+    const QRect local = place.translated(-screen.geometry().topLeft());
+    const QImage ground = screen.grabWindow(0, local.x(), local.y(), local.width(), local.height()).toImage();
+    if (ground.isNull()) return false;
+    const int right = ground.width() - 1, bottom = ground.height() - 1;
+    int brightness = 0;
+    for (const QPoint corner : {QPoint(0, 0), QPoint(right, 0), QPoint(0, bottom), QPoint(right, bottom)})
+        brightness += qGray(ground.pixel(corner)) / 4;
+    constexpr int middle = 128;
+    return brightness < middle;
 }
 
 }  // namespace
 
 PaintedTrayIcon::PaintedTrayIcon(std::function<void(std::uint64_t)> chosen) : menu(std::move(chosen)) {
     icon.setContextMenu(&menu);
-    QObject::connect(&icon, &QSystemTrayIcon::activated, &menu, [this](auto reason) {
+    connect(&icon, &QSystemTrayIcon::activated, this, [this](auto reason) {
         if (reason == QSystemTrayIcon::Trigger) openMenu();
     });
 }
 
 bool PaintedTrayIcon::show(const ShowTrayIcon& request) {
     menu.setContent(request.menu);
-    icon.setIcon(iconFrom(request.image, QApplication::palette().color(QPalette::WindowText)));
+    image = request.image;
+    paint();
     icon.setToolTip(lineFrom(request.toolTip));
     if (icon.isVisible()) return true;
     if (!QSystemTrayIcon::isSystemTrayAvailable()) return false;
     icon.show();
-    return isOnDisplay();
+    QWidget* const window = windowInTray();
+    if (window) window->installEventFilter(this);
+    return window != nullptr;
+}
+
+void PaintedTrayIcon::paint() {
+    icon.setIcon(iconFrom(image, templateColor));
+}
+
+bool PaintedTrayIcon::eventFilter(QObject* watched, QEvent* event) {
+    // Once it is painted, its place is known.
+    if (event->type() == QEvent::Paint) QTimer::singleShot(0, this, [this] { adaptToTray(); });
+    return QObject::eventFilter(watched, event);
+}
+
+void PaintedTrayIcon::adaptToTray() {
+    const QRect place = icon.geometry();
+    QScreen* const screen = QGuiApplication::screenAt(place.center());
+    if (screen == nullptr || place.isEmpty()) return;
+    const QColor color = isDark(*screen, place) ? Qt::white : Qt::black;
+    if (color == templateColor) return;
+    templateColor = color;
+    paint();
 }
 
 /// Beside the icon: above it when it is at the lower edge of its screen.

@@ -116,8 +116,8 @@ TEST_F(PaintedPopUpTest, escapeClosesWithoutAChoiceAndThePainterIsNeededNoMore) 
 
 TEST_F(PaintedPopUpTest, changesInItsPlaceWhileItIsOpenAndOnlyThen) {
     popUp(7);
-    perform(SetMenu{6, {{item(8, "of another")}}});
     perform(SetMenu{7, {{item(9, "new")}}});
+    perform(SetMenu{6, {{item(8, "of another")}}});
     QTest::keyClick(open(), Qt::Key_Down);
     QTest::keyClick(open(), Qt::Key_Return);
     EXPECT_EQ(events(2), (std::vector{encode(MenuItemChosen{9}), closed}));

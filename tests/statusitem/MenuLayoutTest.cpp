@@ -102,6 +102,20 @@ TEST(MenuLayout, keepsTheOrderAndTheNestingOfTheItems) {
     EXPECT_EQ(layout.all(), std::vector<Id>{MenuLayout::root}) << "after the last";
 }
 
+TEST(MenuLayout, countsWhatIsBeyondALengthThatPanelsBear) {
+    MenuLayout layout;
+    for (const std::size_t more : {0U, 1U, 9'000U}) {
+        const std::vector<MenuItem> many(MenuLayout::longestMenu + more, actionItem("x"));
+        layout.setMenu(menuOf({submenuItem("all", many), actionItem("last")}));
+        const auto ids = layout.children(layout.children(MenuLayout::root).front());
+        ASSERT_EQ(ids.size(), MenuLayout::longestMenu + (more > 0 ? 1 : 0)) << more;
+        EXPECT_EQ(layout.all().size(), ids.size() + 3) << more;
+        if (more == 0) continue;
+        EXPECT_EQ(layout.properties(ids.back()),
+                  (MenuProperties{{"label", "… and " + std::to_string(more) + " more"}, {"enabled", false}}));
+    }
+}
+
 TEST(MenuLayout, givesNoIdTwiceAndForgetsThoseOfTheMenuBefore) {
     MenuLayout layout;
     std::set<Id> used;

@@ -1,6 +1,7 @@
 #include "platform/linux/CurlSession.h"
 
 #include <curl/curl.h>
+#include <malloc.h>
 #include <memory>
 #include <pthread.h>
 #include <signal.h>
@@ -66,6 +67,8 @@ void CurlSession::run() {
         transfers = nullptr;
         lock.unlock();
         set.reset();  // without the lock: what dropped completions own is destroyed here
+        // Hours may pass before the next request: what a large answer left free in the heap goes back.
+        malloc_trim(0);
         lock.lock();
     }
 }

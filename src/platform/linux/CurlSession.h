@@ -17,8 +17,9 @@ class TransferSet;
 struct CurlSessionOptions {
     /// A PEM file of certificate authorities trusted beside the system's; none when empty.
     std::filesystem::path moreAuthorities;
-    /// Bytes of the longest answer that is taken, after decompression.
-    std::size_t longestAnswer = 64 * 1024 * 1024;
+    /// Bytes of the longest answer that is taken, after decompression. The answer for a full chunk has a
+    /// hundredth of it; the bound keeps a hostile one from holding the program up for a second.
+    std::size_t longestAnswer = 16 * 1024 * 1024;
     /// How long a connection without a request is kept for the next one.
     std::chrono::milliseconds keepAlive{15'000};
 };

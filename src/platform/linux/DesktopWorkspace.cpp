@@ -7,6 +7,8 @@
 #include <systemd/sd-bus.h>
 #include <utility>
 
+#include "platform/linux/BusMessage.h"
+
 namespace quorvel {
 
 namespace {
@@ -16,11 +18,6 @@ struct Fallback {
     std::vector<std::string> arguments;
 };
 
-struct MessageRelease {
-    void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
-};
-using Message = std::unique_ptr<sd_bus_message, MessageRelease>;
-
 int answered(sd_bus_message* answer, void* data, sd_bus_error* /*error*/) {
     const auto& fallback = *static_cast<Fallback*>(data);
     if (sd_bus_message_is_method_error(answer, nullptr) != 0) fallback.start(fallback.arguments);
@@ -28,7 +25,7 @@ int answered(sd_bus_message* answer, void* data, sd_bus_error* /*error*/) {
 }
 
 /// Sends the call; without an answer, or with an error for one, the fallback is started.
-void callOrStart(sd_bus* connection, Message message, Fallback fallback) {
+void callOrStart(sd_bus* connection, BusMessage message, Fallback fallback) {
     auto owned = std::make_unique<Fallback>(std::move(fallback));
     sd_bus_slot* slot = nullptr;
     if (connection == nullptr || !message ||
@@ -42,14 +39,14 @@ void callOrStart(sd_bus* connection, Message message, Fallback fallback) {
     sd_bus_slot_unref(slot);
 }
 
-Message methodCall(sd_bus* connection, const char* service, const char* path, const char* interface,
-                   const char* method) {
+BusMessage methodCall(sd_bus* connection, const char* service, const char* path, const char* interface,
+                      const char* method) {
     sd_bus_message* message = nullptr;
     if (connection == nullptr ||
         sd_bus_message_new_method_call(connection, &message, service, path, interface, method) < 0) {
         return nullptr;
     }
-    return Message(message);
+    return BusMessage(message);
 }
 
 }  // namespace

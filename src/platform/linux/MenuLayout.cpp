@@ -1,6 +1,7 @@
 #include "platform/linux/MenuLayout.h"
 
 #include <limits>
+#include <ranges>
 #include <utility>
 
 #include "platform/MenuTitle.h"
@@ -46,6 +47,13 @@ MenuProperties propertiesOf(const MenuItem& item, IconProvider* icons) {
     return properties;
 }
 
+MenuItem remainder(std::size_t count) {
+    MenuItem item;
+    item.title = "… and " + std::to_string(count) + " more";
+    item.isEnabled = false;
+    return item;
+}
+
 }  // namespace
 
 MenuLayout::MenuLayout(IconProvider* iconProvider) : icons(iconProvider) {}
@@ -53,6 +61,7 @@ MenuLayout::MenuLayout(IconProvider* iconProvider) : icons(iconProvider) {}
 void MenuLayout::setMenu(std::shared_ptr<const Menu> newMenu) {
     const auto oldCount = static_cast<Id>(nodes.size() - 1);
     nodes.assign(1, {});
+    remainders.clear();
     menu = std::move(newMenu);
     ++currentRevision;
     if (menu) add(*menu, 0);
@@ -67,9 +76,13 @@ void MenuLayout::setMenu(std::shared_ptr<const Menu> newMenu) {
 
 void MenuLayout::add(const Menu& submenu, std::size_t parent) {
     nodes[parent].firstChild = nodes.size();
-    nodes[parent].childCount = submenu.items.size();
-    for (const auto& item : submenu.items)
+    for (const auto& item : submenu.items | std::views::take(longestMenu))
         nodes.push_back({.item = &item});
+    if (submenu.items.size() > longestMenu) {
+        remainders.push_back(remainder(submenu.items.size() - longestMenu));
+        nodes.push_back({.item = &remainders.back()});
+    }
+    nodes[parent].childCount = nodes.size() - nodes[parent].firstChild;
 }
 
 MenuLayout::Id MenuLayout::idAt(std::size_t index) const {

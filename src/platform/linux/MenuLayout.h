@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -36,6 +37,10 @@ public:
     using Id = std::int32_t;
     /// The menu itself, whichever it is.
     static constexpr Id root = 0;
+    /// A longer menu ends with an item that counts the rest. Panels fetch a menu whole, and the time that one
+    /// takes to build its own rises with the square of the length: half a second here, half a minute at ten
+    /// times as many.
+    static constexpr std::size_t longestMenu = 1'000;
 
     explicit MenuLayout(IconProvider* iconProvider = nullptr);
 
@@ -73,6 +78,8 @@ private:
     Id firstId = 1;
     /// The root first, then level by level, so that the children of each stand together.
     std::vector<Node> nodes = std::vector<Node>(1);
+    /// The last items of menus that are too long.
+    std::deque<MenuItem> remainders;
 };
 
 }  // namespace quorvel

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <memory>
 #include <string_view>
@@ -14,6 +15,7 @@
 #include "platform/AnnouncedPathMonitor.h"
 #include "platform/linux/AutostartEntry.h"
 #include "platform/linux/CurlSession.h"
+#include "platform/linux/DesktopStatusBar.h"
 #include "platform/linux/DesktopWorkspace.h"
 #include "platform/linux/DetachedProgram.h"
 #include "platform/linux/EventQueue.h"
@@ -23,7 +25,6 @@
 #include "platform/linux/PainterChannel.h"
 #include "platform/linux/RunningInstance.h"
 #include "platform/linux/SessionBus.h"
-#include "platform/linux/StatusNotifierBar.h"
 #include "platform/linux/UncaughtExceptions.h"
 
 namespace quorvel {
@@ -35,6 +36,17 @@ namespace {
 constexpr std::chrono::seconds pathPatience{1};
 /// How long a report of the program's own end may keep it from ending.
 constexpr std::chrono::seconds reportPatience{5};
+
+/// What the desktop gave this start, which only what this start asks for may use. Before there are threads.
+std::string takeActivationToken() {
+    std::string token;
+    for (const char* const variable : {"XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID"}) {
+        const char* const value = getenv(variable);
+        if (value != nullptr && token.empty()) token = value;
+        unsetenv(variable);
+    }
+    return token;
+}
 
 class QueueApplication final : public Application {
 public:
@@ -79,7 +91,7 @@ public:
     explicit DesktopProgram(const DesktopConfiguration& configuration)
         : instance(bus, configuration.busName),
           painter(queue),
-          statusBar(bus),
+          statusBar(bus, painter),
           workspace(bus, [](const auto& arguments) { startDetached(arguments); }),
           loginItem(AutostartEntry::standardFolder(), std::filesystem::read_symlink("/proc/self/exe")),
           application(queue),
@@ -96,13 +108,14 @@ public:
         makeDelegate(configuration);
     }
 
-    int run(const std::string& action) {
-        if (instance.claim() == RunningInstance::Claim::another) return instance.ask(action) ? 0 : 1;
+    int run(const RunningInstance::Request& request) {
+        if (instance.claim() == RunningInstance::Claim::another) return instance.ask(request) ? 0 : 1;
         const InstanceLock lock(storage);
         if (lock.isHeldByAnother()) return refuse();
-        if (action == "quit") return 0;
-        instance.onAction([this](const std::string& name) { perform(name); });
-        launchWhenPathIsKnown(action);
+        if (request.action == "quit") return 0;
+        if (!request.action.empty()) waiting.push_back(request);
+        instance.onRequest([this](const RunningInstance::Request& later) { take(later); });
+        launchWhenPathIsKnown();
         serve();
         return 0;
     }
@@ -151,8 +164,7 @@ private:
                                   .lastResort = lastResort.parts()});
     }
 
-    void launchWhenPathIsKnown(const std::string& action) {
-        firstAction = action;
+    void launchWhenPathIsKnown() {
         if (skipsMonitoring) {
             queue.post([this] { launch(); });
         } else {
@@ -164,10 +176,18 @@ private:
     void launch() {
         if (std::exchange(isLaunched, true)) return;
         delegate->applicationDidFinishLaunching();
-        perform(firstAction);
+        for (const auto& request : std::exchange(waiting, {}))
+            take(request);
+    }
+
+    void take(const RunningInstance::Request& request) {
+        if (!isLaunched) return waiting.push_back(request);
+        painter.setActivationToken(request.activationToken);
+        perform(request.action);
     }
 
     void perform(const std::string& action) {
+        if (action.empty()) painter.popUpMenu();
         if (action == "check-for-updates") delegate->runManualCheck();
         if (action == "show-error-log") delegate->showErrorLog();
         if (action == "ignored-versions") delegate->showIgnoredVersions();
@@ -181,7 +201,7 @@ private:
     RunningInstance instance;
     CurlSession session;
     PainterChannel painter;
-    StatusNotifierBar statusBar;
+    DesktopStatusBar statusBar;
     ImageResources images;
     DesktopWorkspace workspace;
     AutostartEntry loginItem;
@@ -189,7 +209,8 @@ private:
     const std::filesystem::path storage;
     const bool skipsMonitoring;
     bool isLaunched = false;
-    std::string firstAction;
+    /// What was asked for before there is a menu and a window to show.
+    std::vector<RunningInstance::Request> waiting;
     std::shared_ptr<AppDelegate> delegate;
 };
 
@@ -202,7 +223,8 @@ bool isDesktopAction(const std::string& action) {
 }
 
 int runDesktopProgram(const DesktopConfiguration& configuration, const std::string& action) {
-    return DesktopProgram(configuration).run(action);
+    const RunningInstance::Request request{action, takeActivationToken()};
+    return DesktopProgram(configuration).run(request);
 }
 
 }  // namespace quorvel

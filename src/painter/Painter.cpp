@@ -1,12 +1,15 @@
 #include "painter/Painter.h"
 
 #include <QClipboard>
+#include <QCursor>
 #include <QGuiApplication>
 #include <algorithm>
 #include <utility>
 
 #include "painter/AlertBox.h"
 #include "painter/IconFile.h"
+#include "painter/PaintedMenu.h"
+#include "painter/PaintedTrayIcon.h"
 #include "painter/PaintedWindow.h"
 
 namespace quorvel::painter {
@@ -105,6 +108,43 @@ void Painter::perform(const DecodeIcon& request) {
     report(IconDecoded{request.icon, decodedIcon(request.path)});
 }
 
+void Painter::perform(const ShowTrayIcon& request) {
+    if (!trayIcon) {
+        trayIcon =
+            std::make_unique<PaintedTrayIcon>([this](std::uint64_t item) { report(MenuItemChosen{item}); });
+    }
+    if (trayIcon->show(request)) return report(TrayIconShown{request.showing});
+    trayIcon.reset();
+    report(TrayIconMissing{request.showing});
+}
+
+void Painter::perform(const HideTrayIcon&) {
+    trayIcon.reset();
+}
+
+void Painter::perform(const PopUpMenu& request) {
+    popUp.number = request.popUp;
+    popUp.menu = std::make_unique<PaintedMenu>([this](std::uint64_t item) { report(MenuItemChosen{item}); });
+    popUp.menu->setContent(request.menu);
+    // What was chosen is told after the menu is hidden, and its closing after that.
+    QObject::connect(popUp.menu.get(), &QMenu::aboutToHide, &end, [this, number = request.popUp] {
+        QTimer::singleShot(0, &end, [this, number] { menuClosed(number); });
+    });
+    useActivationToken(request.activationToken);
+    popUp.menu->popup(QCursor::pos());
+    popUp.menu->activateWindow();
+}
+
+void Painter::menuClosed(std::uint64_t number) {
+    report(MenuClosed{number});
+    if (popUp.number == number) popUp.menu.reset();
+    considerEnd();
+}
+
+void Painter::perform(const SetMenu& request) {
+    if (popUp.menu && popUp.number == request.popUp) popUp.menu->setContent(request.menu);
+}
+
 void Painter::clipboardChanged() {
     if (pasteboard && !QGuiApplication::clipboard()->ownsClipboard())
         report(PasteboardLost{*std::exchange(pasteboard, std::nullopt)});
@@ -113,7 +153,7 @@ void Painter::clipboardChanged() {
 
 bool Painter::isNeeded() const {
     const auto isVisible = [](const auto& entry) { return entry.second.window->isVisible(); };
-    return std::ranges::any_of(windows, isVisible) || !alerts.empty() ||
+    return std::ranges::any_of(windows, isVisible) || !alerts.empty() || trayIcon || popUp.menu ||
            QGuiApplication::clipboard()->ownsClipboard();
 }
 

@@ -13,11 +13,14 @@
 namespace quorvel::painter {
 
 class AlertBox;
+class PaintedMenu;
+class PaintedTrayIcon;
 class PaintedWindow;
 
 /// Puts on the screen what the program asks for and reports what the user did. It asks to be ended when for
-/// `linger` it has shown nothing and no text of this process is on the clipboard: another program that takes
-/// such a text asks this one for it, so that the text would end with the process. Main thread.
+/// `linger` it has shown nothing, no tray icon either, and no text of this process is on the clipboard:
+/// another program that takes such a text asks this one for it, so that the text would end with the process.
+/// Main thread.
 class Painter {
 public:
     Painter(std::chrono::milliseconds linger, std::function<void(const Event&)> report,
@@ -42,6 +45,11 @@ private:
     void perform(const RunAlert& request);
     void perform(const SetPasteboard& request);
     void perform(const DecodeIcon& request);
+    void perform(const ShowTrayIcon& request);
+    void perform(const HideTrayIcon& request);
+    void perform(const PopUpMenu& request);
+    void perform(const SetMenu& request);
+    void menuClosed(std::uint64_t number);
     std::unique_ptr<PaintedWindow> makeWindow(std::uint64_t number, const WindowContent& content);
     void clipboardChanged();
     bool isNeeded() const;
@@ -50,6 +58,11 @@ private:
     std::function<void(const Event&)> report;
     std::map<std::uint64_t, Shown> windows;
     std::map<std::uint64_t, std::unique_ptr<AlertBox>> alerts;
+    std::unique_ptr<PaintedTrayIcon> trayIcon;
+    struct {
+        std::uint64_t number = 0;
+        std::unique_ptr<PaintedMenu> menu;
+    } popUp;
     /// The content that the program has put on the clipboard, as long as it is there.
     std::optional<std::uint64_t> pasteboard;
     QTimer end;

@@ -3,6 +3,7 @@
 #include <limits>
 #include <utility>
 
+#include "platform/MenuCoding.h"
 #include "platform/WindowCoding.h"
 
 namespace quorvel::painter {
@@ -94,6 +95,29 @@ Json toJson(const DecodeIcon& decode) {
     return {{"type", "decodeIcon"}, {"icon", decode.icon}, {"path", decode.path}};
 }
 
+Json toJson(const ShowTrayIcon& show) {
+    return {{"type", "showTrayIcon"},
+            {"showing", show.showing},
+            {"image", encodeImage(show.image)},
+            {"toolTip", show.toolTip},
+            {"menu", encodeMenu(show.menu)}};
+}
+
+Json toJson(const HideTrayIcon&) {
+    return {{"type", "hideTrayIcon"}};
+}
+
+Json toJson(const PopUpMenu& popUp) {
+    return {{"type", "popUpMenu"},
+            {"popUp", popUp.popUp},
+            {"menu", encodeMenu(popUp.menu)},
+            {"activationToken", popUp.activationToken}};
+}
+
+Json toJson(const SetMenu& set) {
+    return {{"type", "setMenu"}, {"popUp", set.popUp}, {"menu", encodeMenu(set.menu)}};
+}
+
 Json toJson(const WindowClosed& closed) {
     return {{"type", "windowClosed"},
             {"window", closed.window},
@@ -119,6 +143,22 @@ Json toJson(const IconDecoded& decoded) {
         pngs.push_back(encodeBytes(png));
     }
     return {{"type", "iconDecoded"}, {"icon", decoded.icon}, {"pngs", std::move(pngs)}};
+}
+
+Json toJson(const TrayIconShown& shown) {
+    return {{"type", "trayIconShown"}, {"showing", shown.showing}};
+}
+
+Json toJson(const TrayIconMissing& missing) {
+    return {{"type", "trayIconMissing"}, {"showing", missing.showing}};
+}
+
+Json toJson(const MenuItemChosen& chosen) {
+    return {{"type", "menuItemChosen"}, {"item", chosen.item}};
+}
+
+Json toJson(const MenuClosed& closed) {
+    return {{"type", "menuClosed"}, {"popUp", closed.popUp}};
 }
 
 template <typename Message>
@@ -151,6 +191,13 @@ Request requestFrom(const std::string& type, const Json& object) {
                         text("activationToken")};
     if (type == "setPasteboard") return SetPasteboard{number("content"), text("text")};
     if (type == "decodeIcon") return DecodeIcon{number("icon"), text("path")};
+    if (type == "showTrayIcon")
+        return ShowTrayIcon{number("showing"), decodeImage(member(object, "image")), text("toolTip"),
+                            decodeMenu(listMember(object, "menu"))};
+    if (type == "hideTrayIcon") return HideTrayIcon{};
+    if (type == "popUpMenu")
+        return PopUpMenu{number("popUp"), decodeMenu(listMember(object, "menu")), text("activationToken")};
+    if (type == "setMenu") return SetMenu{number("popUp"), decodeMenu(listMember(object, "menu"))};
     throw DecodingFailure("The type of the request is not known.");
 }
 
@@ -172,6 +219,10 @@ Event eventFrom(const std::string& type, const Json& object) {
     if (type == "alertDismissed") return AlertDismissed{number("alert")};
     if (type == "pasteboardLost") return PasteboardLost{number("content")};
     if (type == "iconDecoded") return iconDecodedFrom(object);
+    if (type == "trayIconShown") return TrayIconShown{number("showing")};
+    if (type == "trayIconMissing") return TrayIconMissing{number("showing")};
+    if (type == "menuItemChosen") return MenuItemChosen{number("item")};
+    if (type == "menuClosed") return MenuClosed{number("popUp")};
     throw DecodingFailure("The type of the event is not known.");
 }
 

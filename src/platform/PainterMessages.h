@@ -9,6 +9,8 @@
 #include <variant>
 #include <vector>
 
+#include "platform/Image.h"
+#include "platform/MenuContent.h"
 #include "platform/Window.h"
 
 /// What the program and its painter tell each other: one JSON object a line, in UTF-8, each side's `Hello`
@@ -16,7 +18,7 @@
 /// nothing to the painter.
 namespace quorvel::painter {
 
-inline constexpr std::uint64_t protocolVersion = 1;
+inline constexpr std::uint64_t protocolVersion = 2;
 /// In bytes, without the line feed. A longer line is neither sent nor read.
 inline constexpr std::size_t longestRequest = 16 * 1024 * 1024;
 /// Events are small; a short bound keeps a painter gone wild from filling the program's memory.
@@ -80,8 +82,34 @@ struct DecodeIcon {
     std::string path;
 };
 
-using Request =
-    std::variant<Hello, ShowWindow, CloseWindow, SetText, SetRows, RunAlert, SetPasteboard, DecodeIcon>;
+/// Shows the status item in the tray of the X display, or brings what is shown of it up to date. Answered by
+/// `TrayIconShown` or `TrayIconMissing`.
+struct ShowTrayIcon {
+    /// Tells this showing from the ones before, so that an answer which crosses another request means the
+    /// right one.
+    std::uint64_t showing = 0;
+    Image image;
+    std::string toolTip;
+    MenuContent menu;
+};
+
+struct HideTrayIcon {};
+
+/// Opens the menu where the pointer is, in place of one that is open. Ends with `MenuClosed`.
+struct PopUpMenu {
+    std::uint64_t popUp = 0;
+    MenuContent menu;
+    std::string activationToken;
+};
+
+/// What the menu shows from now on, if it is still open.
+struct SetMenu {
+    std::uint64_t popUp = 0;
+    MenuContent menu;
+};
+
+using Request = std::variant<Hello, ShowWindow, CloseWindow, SetText, SetRows, RunAlert, SetPasteboard,
+                             DecodeIcon, ShowTrayIcon, HideTrayIcon, PopUpMenu, SetMenu>;
 
 struct WindowClosed {
     std::uint64_t window = 0;
@@ -109,7 +137,27 @@ struct IconDecoded {
     std::vector<std::string> pngs;
 };
 
-using Event = std::variant<Hello, WindowClosed, ButtonPressed, AlertDismissed, PasteboardLost, IconDecoded>;
+/// The icon is in a tray, from where it follows its tray when that is started again.
+struct TrayIconShown {
+    std::uint64_t showing = 0;
+};
+
+/// There is no tray; the painter does not wait for one.
+struct TrayIconMissing {
+    std::uint64_t showing = 0;
+};
+
+struct MenuItemChosen {
+    std::uint64_t item = 0;
+};
+
+/// Comes after the choice that closed the menu.
+struct MenuClosed {
+    std::uint64_t popUp = 0;
+};
+
+using Event = std::variant<Hello, WindowClosed, ButtonPressed, AlertDismissed, PasteboardLost, IconDecoded,
+                           TrayIconShown, TrayIconMissing, MenuItemChosen, MenuClosed>;
 
 /// The line without its line feed; malformed UTF-8 in it has become U+FFFD.
 std::string encode(const Request& request);

@@ -10,7 +10,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-const std::string hello = "say {\"type\":\"hello\",\"version\":1}\n";
+const std::string hello = "say " + encode(painter::Event(painter::Hello())) + "\n";
 /// The first window has the number 1.
 const std::string press = "say {\"type\":\"buttonPressed\",\"window\":1,\"title\":\"Refresh\"}\n";
 
@@ -159,7 +159,7 @@ TEST_F(PainterChannelTest, endsAndReplacesAPainterThatTalksNonsense) {
     const Lines nonsense = {
         "say nonsense\nhang\n",
         "say \nhang\n",
-        "say {\"type\":\"hello\",\"version\":2}\nhang\n",
+        "say {\"type\":\"hello\",\"version\":1}\nhang\n",
         "say {\"type\":\"buttonPressed\",\"window\":1,\"title\":\"\"}\nhang\n",
         hello + hello + "hang\n",
         hello + "say {\"type\":\"buttonPressed\",\"window\":-1,\"title\":\"\"}\nhang\n",

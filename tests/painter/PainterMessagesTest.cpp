@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <initializer_list>
 
 #include "platform/PainterMessages.h"
 
@@ -16,6 +17,32 @@ WindowContent everyView() {
              TableView{{0, 44, 480, 276}, 20, {}, {{"name", "App Name", 280}, {"version", "Version", 160}}}}};
 }
 
+MenuContent everyItem() {
+    MenuContent::Item separator, plain, marked, pictured, key, submenu;
+    separator.isSeparator = true;
+    plain.number = 1;
+    plain.title = "R&D _ \u2068\u05D0\u2069\n1.0 \u2192 2.0";
+    marked.number = 2;
+    marked.title = "Color Icon";
+    marked.state = MenuItem::State::on;
+    marked.isEnabled = false;
+    pictured.number = 3;
+    pictured.picture = {0x89, 'P', 0, 0xff};
+    key.number = 4;
+    key.keyEquivalent = "q";
+    key.picture = std::vector<std::uint8_t>();
+    submenu.number = 5;
+    submenu.submenu = std::vector{separator, plain, key};
+    return {{separator, plain, marked, pictured, submenu}};
+}
+
+Image picture() {
+    return {.themeName = "",
+            .bitmaps = {{1, 1, {1, 2, 3, 255}}, {2, 1, {0, 0, 0, 0, 9, 9, 9, 9}}},
+            .size = 0,
+            .isTemplate = true};
+}
+
 std::vector<std::string> everyRequest() {
     return {encode(Request(Hello{})),
             encode(ShowWindow{1, 2, everyView(), {{"a", "b"}, {}}, Placement{-5, 7, 600, 400}, "token"}),
@@ -25,13 +52,24 @@ std::vector<std::string> everyRequest() {
             encode(SetRows{1, {{"name", "1.0"}}}),
             encode(RunAlert{4, "message", "more", "token"}),
             encode(SetPasteboard{5, "text"}),
-            encode(DecodeIcon{6, "/a/b.icns"})};
+            encode(DecodeIcon{6, "/a/b.icns"}),
+            encode(ShowTrayIcon{7, picture(), "Quorvel", everyItem()}),
+            encode(HideTrayIcon{}),
+            encode(PopUpMenu{8, everyItem(), "token"}),
+            encode(SetMenu{8, {}})};
 }
 
 std::vector<std::string> everyEvent() {
-    return {encode(Event(Hello{})),           encode(WindowClosed{1, 2, {10, 20, 600, 400}}),
-            encode(ButtonPressed{1, "Copy"}), encode(AlertDismissed{4}),
-            encode(PasteboardLost{5}),        encode(IconDecoded{6, {std::string("\x89PNG\0\xff", 6), ""}})};
+    return {encode(Event(Hello{})),
+            encode(WindowClosed{1, 2, {10, 20, 600, 400}}),
+            encode(ButtonPressed{1, "Copy"}),
+            encode(AlertDismissed{4}),
+            encode(PasteboardLost{5}),
+            encode(TrayIconShown{7}),
+            encode(TrayIconMissing{7}),
+            encode(MenuItemChosen{9}),
+            encode(MenuClosed{8}),
+            encode(IconDecoded{6, {std::string("\x89PNG\0\xff", 6), ""}})};
 }
 
 TEST(PainterMessagesTest, whatIsDecodedEncodesToTheSameLine) {
@@ -62,6 +100,25 @@ TEST(PainterMessagesTest, valuesArriveAsTheyWere) {
 
     const auto event = decodeEvent(everyEvent().back());
     EXPECT_EQ(std::get<IconDecoded>(event.value()).pngs.at(0), std::string("\x89PNG\0\xff", 6));
+}
+
+TEST(PainterMessagesTest, aMenuArrivesAsItWas) {
+    const auto request = decodeRequest(encode(ShowTrayIcon{7, picture(), "tip", everyItem()}));
+    const auto& show = std::get<ShowTrayIcon>(request.value());
+    EXPECT_EQ(show.image, picture());
+    EXPECT_EQ(show.toolTip, "tip");
+    const auto& items = show.menu.items;
+    ASSERT_EQ(items.size(), 5U);
+    EXPECT_TRUE(items[0].isSeparator);
+    EXPECT_EQ(items[1].title, everyItem().items[1].title);
+    EXPECT_EQ(items[1].state, MenuItem::State::none);
+    EXPECT_FALSE(items[1].picture || items[1].submenu);
+    EXPECT_EQ(items[2].state, MenuItem::State::on);
+    EXPECT_FALSE(items[2].isEnabled);
+    EXPECT_EQ(items[3].picture, (std::vector<std::uint8_t>{0x89, 'P', 0, 0xff}));
+    EXPECT_EQ(items[4].number, 5U);
+    EXPECT_EQ(items[4].submenu.value().at(2).keyEquivalent, "q");
+    EXPECT_TRUE(items[4].submenu.value().at(2).picture.value().empty());
 }
 
 TEST(PainterMessagesTest, isOneLineOfValidTextWhateverTheText) {
@@ -115,35 +172,71 @@ TEST(PainterMessagesTest, refusesWhatIsNotAnEvent) {
         EXPECT_FALSE(decodeEvent(line)) << line;
 }
 
-TEST(PainterMessagesTest, refusesAWindowWithOneThingWrong) {
-    struct Row {
-        const char* from;
-        const char* to;
-    };
-    const Row rows[] = {
-        {"\"role\":\"boldSystem\"", "\"role\":\"italic\""},
-        {"\"points\":18.0", "\"points\":\"18\""},
-        {"\"points\":18.0", "\"points\":-1"},
-        {"\"color\":\"tertiaryLabel\"", "\"colour\":\"tertiaryLabel\""},
-        {"\"style\":\"link\"", "\"style\":1"},
-        {"\"type\":\"label\"", "\"type\":\"web\""},
-        {"\"isResizable\":true", "\"isResizable\":1"},
-        {"\"width\":600.0", "\"width\":1e9"},
-        {"\"width\":600.0", "\"width\":true"},
-        {"[-8.0,8.0,80.0,24.0]", "[-8.0,8.0,80.0]"},
-        {"[-8.0,8.0,80.0,24.0]", "[-8.0,8.0,-80.0,24.0]"},
-        {"[-8.0,8.0,80.0,24.0]", "[-8.0,8.0,80.0,null]"},
-        {"\"rows\":[[\"a\",\"b\"],[]]", "\"rows\":[\"a\"]"},
-        {"\"rows\":[[\"a\",\"b\"],[]]", "\"rows\":[[1]]"},
-    };
-    const std::string good = everyRequest()[1];
-    for (const auto& [from, to] : rows) {
+struct Fault {
+    const char* from;
+    const char* to;
+};
+
+/// Each alone makes the good line one that is refused.
+void expectRefused(const std::string& good, std::initializer_list<Fault> faults) {
+    ASSERT_TRUE(decodeRequest(good)) << good;
+    for (const auto& [from, to] : faults) {
         std::string line = good;
         const auto at = line.find(from);
         ASSERT_NE(at, line.npos) << from << " is not in " << line;
         line.replace(at, std::string(from).size(), to);
         EXPECT_FALSE(decodeRequest(line)) << to;
     }
+}
+
+TEST(PainterMessagesTest, refusesAWindowWithOneThingWrong) {
+    expectRefused(everyRequest()[1], {
+                                         {"\"role\":\"boldSystem\"", "\"role\":\"italic\""},
+                                         {"\"points\":18.0", "\"points\":\"18\""},
+                                         {"\"points\":18.0", "\"points\":-1"},
+                                         {"\"color\":\"tertiaryLabel\"", "\"colour\":\"tertiaryLabel\""},
+                                         {"\"style\":\"link\"", "\"style\":1"},
+                                         {"\"type\":\"label\"", "\"type\":\"web\""},
+                                         {"\"isResizable\":true", "\"isResizable\":1"},
+                                         {"\"width\":600.0", "\"width\":1e9"},
+                                         {"\"width\":600.0", "\"width\":true"},
+                                         {"[-8.0,8.0,80.0,24.0]", "[-8.0,8.0,80.0]"},
+                                         {"[-8.0,8.0,80.0,24.0]", "[-8.0,8.0,-80.0,24.0]"},
+                                         {"[-8.0,8.0,80.0,24.0]", "[-8.0,8.0,80.0,null]"},
+                                         {"\"rows\":[[\"a\",\"b\"],[]]", "\"rows\":[\"a\"]"},
+                                         {"\"rows\":[[\"a\",\"b\"],[]]", "\"rows\":[[1]]"},
+                                     });
+}
+
+TEST(PainterMessagesTest, refusesATrayIconWithOneThingWrong) {
+    expectRefused(encode(ShowTrayIcon{7, picture(), "Quorvel", everyItem()}),
+                  {{"\"type\":\"separator\"", "\"type\":\"line\""},
+                   {"\"isEnabled\":true", "\"isEnabled\":1"},
+                   {"\"isTemplate\":true", "\"isTemplate\":\"true\""},
+                   {"\"state\":\"on\"", "\"state\":\"mixed\""},
+                   {"\"number\":5", "\"number\":-5"},
+                   {"\"key\":\"q\"", "\"kez\":\"q\""},
+                   {"\"picture\":\"895000ff\"", "\"picture\":\"895000f\""},
+                   {"\"picture\":\"895000ff\"", "\"picture\":\"895000fg\""},
+                   {"\"submenu\":[", "\"submenu\":[1,"},
+                   {"\"rgba\":\"010203ff\"", "\"rgba\":\"010203\""},
+                   {"\"width\":2", "\"width\":4294967298"},
+                   {"\"height\":1", "\"height\":0"},
+                   {"\"menu\":[", "\"menu\":[{},"}});
+}
+
+TEST(PainterMessagesTest, refusesAMenuWithTooManyLevels) {
+    MenuContent menu;
+    const auto nest = [&menu] {
+        MenuContent::Item parent;
+        parent.submenu = std::move(menu.items);
+        menu.items.assign(1, std::move(parent));
+    };
+    for (int level = 0; level < 8; ++level)
+        nest();
+    // The innermost submenu is one level more, though empty.
+    EXPECT_FALSE(decodeRequest(encode(SetMenu{1, menu})));
+    EXPECT_TRUE(decodeRequest(encode(SetMenu{1, {*menu.items[0].submenu}})));
 }
 
 TEST(PainterMessagesTest, refusesWhatIsTooLong) {

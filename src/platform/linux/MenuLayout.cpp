@@ -24,6 +24,12 @@ std::string withDoubledUnderscores(std::string_view title) {
     return label;
 }
 
+/// Empty while there is none.
+std::vector<std::uint8_t> pictureOf(const BundleIcon& image, IconProvider* icons) {
+    const auto png = icons ? icons->pngFor(image) : std::nullopt;
+    return png.value_or(std::vector<std::uint8_t>());
+}
+
 void addImage(MenuProperties& properties, const BundleIcon& image, IconProvider* icons) {
     auto png = icons ? icons->pngFor(image) : std::nullopt;
     if (png)
@@ -120,6 +126,24 @@ MenuProperties MenuLayout::properties(Id id) const {
     if (!node) return {};
     if (!node->item) return {{"children-display", std::string("submenu")}};
     return propertiesOf(*node->item, icons);
+}
+
+std::vector<MenuContent::Item> MenuLayout::contents(Id parent) const {
+    std::vector<MenuContent::Item> items;
+    for (const Id id : children(parent)) {
+        const auto& item = *find(id)->item;
+        auto& content = items.emplace_back();
+        content.isSeparator = item.isSeparator;
+        if (item.isSeparator) continue;
+        content.number = static_cast<std::uint64_t>(id);
+        content.title = displayTitle(item);
+        content.keyEquivalent = item.keyEquivalent;
+        content.isEnabled = item.isEnabled;
+        content.state = item.state;
+        if (item.image) content.picture = pictureOf(*item.image, icons);
+        if (item.submenu) content.submenu = contents(id);
+    }
+    return items;
 }
 
 std::shared_ptr<MenuTarget> MenuLayout::target(Id id) const {

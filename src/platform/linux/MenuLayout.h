@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/Menu.h"
+#include "platform/MenuContent.h"
 #include "platform/linux/IconProvider.h"
 
 namespace quorvel {
@@ -55,6 +56,8 @@ public:
     /// Empty for an id that the menu does not have, as for an item without a submenu.
     std::vector<Id> children(Id id) const;
     MenuProperties properties(Id id) const;
+    /// The whole menu, for those who show it by themselves; its numbers are the ids.
+    MenuContent content() const { return {contents(root)}; }
     /// What choosing the item calls; none for an id that the menu does not have and for an item that cannot
     /// be chosen.
     std::shared_ptr<MenuTarget> target(Id id) const;
@@ -70,6 +73,7 @@ private:
     void add(const Menu& submenu, std::size_t parent);
     const Node* find(Id id) const;
     Id idAt(std::size_t index) const;
+    std::vector<MenuContent::Item> contents(Id parent) const;
 
     IconProvider* icons;
     std::shared_ptr<const Menu> menu;

@@ -35,6 +35,36 @@ private:
     std::uint64_t number;
 };
 
+/// The status item as the program holds it; what it shows is the session's.
+class PaintedStatusItem final : public TrayItem {
+public:
+    explicit PaintedStatusItem(const std::shared_ptr<PainterSession>& owner) : session(owner) {}
+    ~PaintedStatusItem() override {
+        if (const auto present = session.lock()) present->removeStatusItem();
+    }
+    PaintedStatusItem(const PaintedStatusItem&) = delete;
+    PaintedStatusItem& operator=(const PaintedStatusItem&) = delete;
+
+    void setImage(const Image& image) override {
+        if (const auto present = session.lock()) present->setStatusImage(image);
+    }
+    void setToolTip(const std::string& text) override {
+        if (const auto present = session.lock()) present->setStatusToolTip(text);
+    }
+    void setMenu(std::shared_ptr<const Menu> menu) override {
+        if (const auto present = session.lock()) present->setStatusMenu(std::move(menu));
+    }
+    void show(std::function<void()> missing) override {
+        if (const auto present = session.lock()) present->showTrayIcon(std::move(missing));
+    }
+    void hide() override {
+        if (const auto present = session.lock()) present->hideTrayIcon();
+    }
+
+private:
+    std::weak_ptr<PainterSession> session;
+};
+
 }  // namespace
 
 std::vector<std::string> painterCommand() {
@@ -59,6 +89,15 @@ void PainterChannel::runAlert(const std::string& messageText, const std::string&
 
 void PainterChannel::setText(const std::string& text) {
     session->setPasteboard(text);
+}
+
+std::unique_ptr<TrayItem> PainterChannel::makeTrayItem(IconProvider* icons) {
+    session->addStatusItem(icons);
+    return std::make_unique<PaintedStatusItem>(session);
+}
+
+void PainterChannel::popUpMenu() {
+    session->popUpMenu();
 }
 
 void PainterChannel::setActivationToken(std::string token) {

@@ -8,7 +8,9 @@
 
 #include "platform/Desktop.h"
 #include "platform/linux/EventQueue.h"
+#include "platform/linux/IconProvider.h"
 #include "platform/linux/PainterProcess.h"
+#include "platform/linux/TrayItem.h"
 
 namespace quorvel {
 
@@ -17,11 +19,11 @@ class PainterSession;
 /// The painter that belongs to the running program.
 std::vector<std::string> painterCommand();
 
-/// The windows, alerts and pasteboard of the program, put on the screen by a painter that is started when it
-/// is first needed. All that is shown is kept here as values: a painter that ends while it still shows
-/// something is replaced, once within `PainterLimits::restartPause`, and told everything again; when that one
-/// ends too, the windows count as closed, the alerts as dismissed, and the next request tries anew. Owned by
-/// the entry, on the main queue.
+/// The windows, alerts, pasteboard and, where no panel does, the status item of the program, put on the
+/// screen by a painter that is started when it is first needed. All that is shown is kept here as values: a
+/// painter that ends while it still shows something is replaced, once within `PainterLimits::restartPause`,
+/// and told everything again; when that one ends too, the windows count as closed, the alerts as dismissed,
+/// and the next request tries anew. Owned by the entry, on the main queue.
 class PainterChannel final : public WindowServer, public Alerts, public Pasteboard {
 public:
     explicit PainterChannel(EventQueue& queue, std::vector<std::string> command = painterCommand(),
@@ -36,7 +38,12 @@ public:
                   Task dismissed) override;
     void setText(const std::string& text) override;
 
-    /// What the desktop gave along with the user's last action, for the next window or alert.
+    /// One at a time; `icons` may be null.
+    std::unique_ptr<TrayItem> makeTrayItem(IconProvider* icons);
+    /// Opens the menu of the tray item where the pointer is, whether or not the item is shown.
+    void popUpMenu();
+
+    /// What the desktop gave along with the user's last action, for the next window, alert or menu.
     void setActivationToken(std::string token);
 
     /// PNG files of 16 by 16 and 32 by 32 pixels; none when the file holds no icon that can be decoded.

@@ -60,9 +60,67 @@ void PainterSession::decodeIcon(std::string path, IconHandler decoded) {
     if (!start()) send(DecodeIcon{number, icons[number].path});
 }
 
+void PainterSession::addStatusItem(IconProvider* itemIcons) {
+    status = {.image = {}, .toolTip = "", .menu = nullptr, .numbers = MenuLayout(itemIcons)};
+}
+
+void PainterSession::removeStatusItem() {
+    hideTrayIcon();
+    popUp.reset();
+    status.reset();
+}
+
+void PainterSession::setStatusImage(const Image& image) {
+    status->image = image;
+    sendTrayIcon();
+}
+
+void PainterSession::setStatusToolTip(const std::string& text) {
+    status->toolTip = text;
+    sendTrayIcon();
+}
+
+void PainterSession::setStatusMenu(std::shared_ptr<const Menu> menu) {
+    status->menu = std::move(menu);
+    if (!isMenuUsed()) return;
+    status->numbers.setMenu(status->menu);
+    sendTrayIcon();
+    if (process && popUp) send(SetMenu{*popUp, status->numbers.content()});
+}
+
+void PainterSession::showTrayIcon(std::function<void()> missing) {
+    useMenu();
+    trayIcon = {++lastNumber, std::move(missing)};
+    if (!start()) sendTrayIcon();
+}
+
+void PainterSession::hideTrayIcon() {
+    if (!trayIcon) return;
+    trayIcon.reset();
+    releaseMenu();
+    if (process) send(HideTrayIcon{});
+}
+
+void PainterSession::popUpMenu() {
+    if (!status || !status->menu) return;
+    useMenu();
+    popUp = ++lastNumber;
+    if (!start()) sendPopUp();
+}
+
+void PainterSession::useMenu() {
+    if (!isMenuUsed()) status->numbers.setMenu(status->menu);
+}
+
+/// A menu that nobody shows costs nothing.
+void PainterSession::releaseMenu() {
+    if (!isMenuUsed()) status->numbers.setMenu(nullptr);
+}
+
 bool PainterSession::isNeeded() const {
     const auto isShown = [](const auto& entry) { return entry.second.isShown; };
-    return std::ranges::any_of(windows, isShown) || !alerts.empty() || !icons.empty() || pasteboard;
+    return std::ranges::any_of(windows, isShown) || !alerts.empty() || !icons.empty() || pasteboard ||
+           (trayIcon && trayIcon->isShown);
 }
 
 /// False when a painter runs already. A new one is told all there is.
@@ -102,6 +160,8 @@ void PainterSession::sendAll() {
         sendAlert(number);
     }
     if (pasteboard) send(*pasteboard);
+    sendTrayIcon();
+    if (popUp) sendPopUp();
     for (const auto& [number, icon] : icons) {
         send(DecodeIcon{number, icon.path});
     }
@@ -122,6 +182,8 @@ void PainterSession::leaveOut(const Request& request) {
         event(WindowClosed{show->window, show->showing, show->placement.value_or(Placement())});
     if (const auto* run = std::get_if<RunAlert>(&request)) event(AlertDismissed{run->alert});
     if (const auto* set = std::get_if<SetPasteboard>(&request)) event(PasteboardLost{set->content});
+    if (const auto* tray = std::get_if<ShowTrayIcon>(&request)) event(TrayIconMissing{tray->showing});
+    if (const auto* menu = std::get_if<PopUpMenu>(&request)) event(MenuClosed{menu->popUp});
 }
 
 void PainterSession::sendWindow(std::uint64_t number) {
@@ -136,10 +198,21 @@ void PainterSession::sendAlert(std::uint64_t number) {
     send(RunAlert{number, alert.messageText, alert.informativeText, std::exchange(activationToken, {})});
 }
 
+void PainterSession::sendTrayIcon() {
+    if (process && trayIcon)
+        send(ShowTrayIcon{trayIcon->showing, status->image, status->toolTip, status->numbers.content()});
+}
+
+void PainterSession::sendPopUp() {
+    send(PopUpMenu{*popUp, status->numbers.content(), std::exchange(activationToken, {})});
+}
+
 /// The end of a painter that shows nothing is the rule. Of the icons, the first is the one that it was
-/// decoding.
+/// decoding. One that ends while it looks for a tray has found none.
 void PainterSession::ended(const std::string& reason) {
     process.reset();
+    if (popUp) take(MenuClosed{*popUp});
+    if (trayIcon && !trayIcon->isShown) loseTrayIcon();
     if (!icons.empty()) take(IconDecoded{icons.begin()->first, {}});
     if (!isNeeded()) return;
     std::cerr << "quorvel: The painter is gone. " << reason << '\n';
@@ -160,6 +233,14 @@ void PainterSession::giveUp() {
         queue.post([decoded = std::move(icon.decoded)]() mutable { decoded({}); });
     }
     pasteboard.reset();
+    if (popUp) take(MenuClosed{*popUp});
+    if (trayIcon) loseTrayIcon();
+}
+
+void PainterSession::loseTrayIcon() {
+    queue.post(std::move(trayIcon->missing));
+    trayIcon.reset();
+    releaseMenu();
 }
 
 void PainterSession::received(const Event& event) {
@@ -192,6 +273,27 @@ void PainterSession::take(const PasteboardLost& lost) {
 void PainterSession::take(const IconDecoded& decoded) {
     auto icon = icons.extract(decoded.icon);
     if (icon) icon.mapped().decoded(decoded.pngs);
+}
+
+void PainterSession::take(const TrayIconShown& shown) {
+    if (trayIcon && trayIcon->showing == shown.showing) trayIcon->isShown = true;
+}
+
+void PainterSession::take(const TrayIconMissing& missing) {
+    if (trayIcon && trayIcon->showing == missing.showing) loseTrayIcon();
+}
+
+void PainterSession::take(const MenuItemChosen& chosen) {
+    if (!isMenuUsed() || !std::in_range<MenuLayout::Id>(chosen.item)) return;
+    // Held here: the action itself may bring the menu that takes the place of this one.
+    if (const auto target = status->numbers.target(static_cast<MenuLayout::Id>(chosen.item)))
+        target->menuAction();
+}
+
+void PainterSession::take(const MenuClosed& closed) {
+    if (popUp != closed.popUp) return;
+    popUp.reset();
+    releaseMenu();
 }
 
 }  // namespace quorvel

@@ -12,6 +12,7 @@
 
 #include "platform/PainterMessages.h"
 #include "platform/linux/EventQueue.h"
+#include "platform/linux/MenuLayout.h"
 #include "platform/linux/PainterProcess.h"
 
 namespace quorvel {
@@ -34,6 +35,16 @@ public:
     void runAlert(std::string messageText, std::string informativeText, Task dismissed);
     void setPasteboard(std::string text);
     void decodeIcon(std::string path, IconHandler decoded);
+
+    void addStatusItem(IconProvider* icons);
+    void removeStatusItem();
+    void setStatusImage(const Image& image);
+    void setStatusToolTip(const std::string& text);
+    void setStatusMenu(std::shared_ptr<const Menu> menu);
+    void showTrayIcon(std::function<void()> missing);
+    void hideTrayIcon();
+    void popUpMenu();
+
     void setActivationToken(std::string token) { activationToken = std::move(token); }
 
 private:
@@ -53,6 +64,21 @@ private:
         IconHandler decoded;
     };
 
+    /// What the status item shows, wherever it is shown.
+    struct ScreenStatusItem {
+        Image image;
+        std::string toolTip;
+        std::shared_ptr<const Menu> menu;
+        /// The menu's items by their numbers, while the menu is in a tray or open.
+        MenuLayout numbers;
+    };
+    struct TrayIcon {
+        std::uint64_t showing = 0;
+        std::function<void()> missing;
+        /// Whether the painter has found a tray.
+        bool isShown = false;
+    };
+
     bool isNeeded() const;
     bool start();
     template <typename Argument>
@@ -63,6 +89,13 @@ private:
     void leaveOut(const painter::Request& request);
     void sendWindow(std::uint64_t number);
     void sendAlert(std::uint64_t number);
+    void sendTrayIcon();
+    void sendPopUp();
+
+    bool isMenuUsed() const { return trayIcon || popUp; }
+    void useMenu();
+    void releaseMenu();
+    void loseTrayIcon();
 
     void ended(const std::string& reason);
     void giveUp();
@@ -74,6 +107,10 @@ private:
     void take(const painter::AlertDismissed& dismissed);
     void take(const painter::PasteboardLost& lost);
     void take(const painter::IconDecoded& decoded);
+    void take(const painter::TrayIconShown& shown);
+    void take(const painter::TrayIconMissing& missing);
+    void take(const painter::MenuItemChosen& chosen);
+    void take(const painter::MenuClosed& closed);
 
     EventQueue& queue;
     const std::vector<std::string> command;
@@ -86,6 +123,10 @@ private:
     std::map<std::uint64_t, Icon> icons;
     /// As long as this text is what the pasteboard holds.
     std::optional<painter::SetPasteboard> pasteboard;
+    std::optional<ScreenStatusItem> status;
+    std::optional<TrayIcon> trayIcon;
+    /// The number of the menu that is open at the pointer. It goes with its painter.
+    std::optional<std::uint64_t> popUp;
     std::string activationToken;
 
     /// Counts the painters, so that nothing counts that a replaced one said.

@@ -27,23 +27,30 @@ public:
     /// Waits for the bus to answer.
     Claim claim();
 
-    /// Asks the other instance to carry out an action, or with an empty name to show itself. False when it
-    /// did not answer within a few seconds.
-    bool ask(const std::string& action);
+    struct Request {
+        /// Empty when this instance is asked to show itself.
+        std::string action;
+        /// Proves to the desktop that its user asked for what is shown then; empty when there is no proof.
+        std::string activationToken;
+    };
 
-    /// What to do when a later start, or the desktop, asks for an action; an empty name asks this instance to
-    /// show itself.
-    void onAction(std::function<void(const std::string&)> handler);
+    /// Asks the other instance. False when it did not answer within a few seconds.
+    bool ask(const Request& request);
+
+    /// What to do when a later start, or the desktop, asks.
+    void onRequest(std::function<void(const Request&)> handler);
 
     /// Called by the bus.
     int activate(sd_bus_message* message);
     int activateAction(sd_bus_message* message);
 
 private:
+    void take(Request request);
+
     SessionBus& bus;
     const std::string busName;
     const std::string objectPath;
-    std::function<void(const std::string&)> actionHandler;
+    std::function<void(const Request&)> handler;
     BusSlot object;
 };
 

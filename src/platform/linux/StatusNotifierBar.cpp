@@ -6,7 +6,8 @@
 namespace quorvel {
 
 std::unique_ptr<StatusItem> StatusNotifierBar::makeStatusItem() {
-    return std::make_unique<StatusNotifierItem>(bus, IconTheme::ofEnvironment(), icons, ++itemCount);
+    return std::make_unique<StatusNotifierItem>(bus, IconTheme::ofEnvironment(), icons, ++itemCount,
+                                                tokenGiven);
 }
 
 }  // namespace quorvel

@@ -81,6 +81,8 @@ const sd_bus_vtable* StatusNotifierItem::vtable() {
         SD_BUS_PROPERTY("ToolTip", "(sa(iiay)ss)", busProperty<&Self::toolTip>, 0, 0),
         SD_BUS_PROPERTY("ItemIsMenu", "b", busProperty<&Self::itemIsMenu>, 0, SD_BUS_VTABLE_PROPERTY_CONST),
         SD_BUS_PROPERTY("Menu", "o", busProperty<&Self::menuPath>, 0, SD_BUS_VTABLE_PROPERTY_CONST),
+        SD_BUS_METHOD("ProvideXdgActivationToken", "s", "", busCall<&Self::provideActivationToken>,
+                      SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_SIGNAL("NewIcon", "", 0),
         SD_BUS_SIGNAL("NewToolTip", "", 0),
         SD_BUS_VTABLE_END,
@@ -89,10 +91,11 @@ const sd_bus_vtable* StatusNotifierItem::vtable() {
 }
 
 StatusNotifierItem::StatusNotifierItem(SessionBus& sessionBus, IconTheme iconTheme, IconProvider* menuIcons,
-                                       int number)
+                                       int number, TokenHandler onToken)
     : bus(sessionBus),
       theme(std::move(iconTheme)),
       menu(bus, menuIcons),
+      tokenGiven(std::move(onToken)),
       wishedName("org.kde.StatusNotifierItem-" + std::to_string(getpid()) + '-' + std::to_string(number)) {
     if (bus.connection()) publish();
 }
@@ -217,6 +220,14 @@ int StatusNotifierItem::itemIsMenu(sd_bus_message* reply) {
 
 int StatusNotifierItem::menuPath(sd_bus_message* reply) {
     return sd_bus_message_append(reply, "o", DBusMenu::path);
+}
+
+/// On the queue, where the choice that follows it runs too.
+int StatusNotifierItem::provideActivationToken(sd_bus_message* call) {
+    const char* token = nullptr;
+    require(sd_bus_message_read(call, "s", &token));
+    if (tokenGiven) bus.queue().post([take = tokenGiven, text = std::string(token)] { take(text); });
+    return sd_bus_reply_method_return(call, "");
 }
 
 }  // namespace quorvel

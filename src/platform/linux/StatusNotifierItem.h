@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -20,8 +21,12 @@ class StatusNotifierItem final : public StatusItem {
 public:
     static constexpr const char* path = "/StatusNotifierItem";
 
+    /// Takes what a panel gives along with a click, for what the click opens.
+    using TokenHandler = std::function<void(std::string activationToken)>;
+
     /// `number` tells apart the items of this process.
-    StatusNotifierItem(SessionBus& sessionBus, IconTheme iconTheme, IconProvider* menuIcons, int number);
+    StatusNotifierItem(SessionBus& sessionBus, IconTheme iconTheme, IconProvider* menuIcons, int number,
+                       TokenHandler tokenGiven = {});
     ~StatusNotifierItem() override;
     StatusNotifierItem(const StatusNotifierItem&) = delete;
     StatusNotifierItem& operator=(const StatusNotifierItem&) = delete;
@@ -44,6 +49,7 @@ private:
     int toolTip(sd_bus_message* reply);
     int itemIsMenu(sd_bus_message* reply);
     int menuPath(sd_bus_message* reply);
+    int provideActivationToken(sd_bus_message* call);
 
     void publish();
     int nameAnswered(sd_bus_message* reply);
@@ -54,6 +60,7 @@ private:
     SessionBus& bus;
     IconTheme theme;
     DBusMenu menu;
+    TokenHandler tokenGiven;
     Image image;
     /// Empty when only the pixels may be used.
     std::string themeName;

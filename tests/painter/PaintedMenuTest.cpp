@@ -1,0 +1,145 @@
+#include <QApplication>
+#include <QTest>
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "painter/PaintedMenu.h"
+#include "painter/Painter.h"
+
+namespace quorvel::painter {
+namespace {
+
+using Item = MenuContent::Item;
+
+Item item(std::uint64_t number, const std::string& title) {
+    Item made;
+    made.number = number;
+    made.title = title;
+    return made;
+}
+
+/// An update with its submenu, a check mark, and "Quit" with its key.
+MenuContent sample() {
+    Item updates = item(1, "New Versions Available (1)"), mark = item(3, "Color Icon"), separator,
+         quit = item(4, "Quit");
+    updates.submenu = std::vector{item(2, "R&D_&amp;\n1.0 \u2192 2.0")};
+    updates.submenu->front().picture = std::vector<std::uint8_t>();
+    mark.state = MenuItem::State::on;
+    separator.isSeparator = true;
+    quit.keyEquivalent = "q";
+    return {{updates, mark, separator, quit}};
+}
+
+TEST(PaintedMenuTest, showsEveryKindOfItemAsItIs) {
+    PaintedMenu menu([](std::uint64_t) {});
+    menu.setContent(sample());
+    const auto actions = menu.actions();
+    ASSERT_EQ(actions.size(), 4);
+    EXPECT_TRUE(actions[1]->isCheckable() && actions[1]->isChecked());
+    EXPECT_FALSE(actions[0]->isCheckable());
+    EXPECT_TRUE(actions[2]->isSeparator());
+    EXPECT_EQ(actions[3]->shortcut(), QKeySequence(QStringLiteral("Ctrl+Q")));
+    const auto* const update = actions[0]->menu()->actions().at(0);
+    // A doubled ampersand is drawn as one, and a line separator begins the second line.
+    EXPECT_EQ(update->text(), QStringLiteral("R&&D_&&amp;\u20281.0 \u2192 2.0"));
+    EXPECT_FALSE(update->icon().isNull());
+    EXPECT_GT(actions[0]->menu()->actionGeometry(actions[0]->menu()->actions().at(0)).height(),
+              menu.actionGeometry(actions[1]).height() * 3 / 2)
+        << "the second line has its room";
+}
+
+/// The painter, what it reports, and the user who sees the menu.
+class PaintedPopUpTest : public testing::Test {
+protected:
+    void perform(const Request& request) { painter.perform(request); }
+    void popUp(std::uint64_t number, const MenuContent& menu = sample()) {
+        perform(PopUpMenu{number, menu, ""});
+    }
+
+    static QWidget* open() { return QApplication::activePopupWidget(); }
+
+    /// What was reported, in order, once `count` events have come.
+    std::vector<std::string> events(std::size_t count) {
+        EXPECT_TRUE(QTest::qWaitFor([&] { return reported.size() >= count; }));
+        return reported;
+    }
+
+    std::vector<std::string> reported;
+    bool isOver = false;
+    Painter painter{std::chrono::milliseconds(0),
+                    [this](const Event& event) { reported.push_back(encode(event)); },
+                    [this] { isOver = true; }};
+};
+
+const std::string closed = encode(MenuClosed{7});
+
+TEST_F(PaintedPopUpTest, tellsTheChoiceAndThenTheClosing) {
+    struct Row {
+        std::vector<Qt::Key> keys;
+        std::uint64_t item;
+    };
+    const Row rows[] = {{{Qt::Key_Down, Qt::Key_Down, Qt::Key_Return}, 3},
+                        {{Qt::Key_Down, Qt::Key_Right, Qt::Key_Return}, 2}};
+    for (const auto& [keys, item] : rows) {
+        reported.clear();
+        popUp(7);
+        for (const auto key : keys) {
+            ASSERT_NE(open(), nullptr);
+            QTest::keyClick(open(), key);
+        }
+        EXPECT_EQ(events(2), (std::vector{encode(MenuItemChosen{item}), closed}));
+        EXPECT_EQ(open(), nullptr);
+    }
+}
+
+TEST_F(PaintedPopUpTest, itsKeyChoosesAlsoFromASubmenu) {
+    popUp(7);
+    QTest::keyClick(open(), Qt::Key_Down);
+    QTest::keyClick(open(), Qt::Key_Right);
+    QTest::keyClick(open(), Qt::Key_Q, Qt::ControlModifier);
+    EXPECT_EQ(events(2), (std::vector{encode(MenuItemChosen{4}), closed}));
+}
+
+TEST_F(PaintedPopUpTest, escapeClosesWithoutAChoiceAndThePainterIsNeededNoMore) {
+    popUp(7);
+    // The time to linger is over at once.
+    QApplication::processEvents();
+    QApplication::processEvents();
+    EXPECT_FALSE(isOver) << "a menu is open";
+    QTest::keyClick(open(), Qt::Key_Escape);
+    EXPECT_EQ(events(1), std::vector{closed});
+    EXPECT_TRUE(QTest::qWaitFor([&] { return isOver; }));
+}
+
+TEST_F(PaintedPopUpTest, changesInItsPlaceWhileItIsOpenAndOnlyThen) {
+    popUp(7);
+    perform(SetMenu{7, {{item(9, "new")}}});
+    perform(SetMenu{6, {{item(8, "of another")}}});
+    QTest::keyClick(open(), Qt::Key_Down);
+    QTest::keyClick(open(), Qt::Key_Return);
+    EXPECT_EQ(events(2), (std::vector{encode(MenuItemChosen{9}), closed}));
+    perform(SetMenu{7, sample()});
+    EXPECT_EQ(open(), nullptr);
+}
+
+TEST_F(PaintedPopUpTest, aNewOneTakesThePlaceOfTheOneThatIsOpen) {
+    popUp(6);
+    popUp(7, {{item(9, "new")}});
+    QTest::keyClick(open(), Qt::Key_Down);
+    QTest::keyClick(open(), Qt::Key_Return);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !reported.empty() && reported.back() == closed; }));
+    EXPECT_EQ(std::ranges::count(reported, encode(MenuItemChosen{9})), 1);
+    EXPECT_EQ(open(), nullptr);
+}
+
+TEST_F(PaintedPopUpTest, withoutATrayItSaysSoAndIsNotNeededForIt) {
+    perform(ShowTrayIcon{5, {}, "Quorvel", sample()});
+    EXPECT_EQ(events(1), std::vector{encode(TrayIconMissing{5})});
+    EXPECT_TRUE(QTest::qWaitFor([&] { return isOver; }));
+}
+
+}  // namespace
+}  // namespace quorvel::painter

@@ -95,7 +95,8 @@ QIcon iconFrom(const std::vector<std::uint8_t>& png, const QStyle& style) {
 }  // namespace
 
 PaintedMenu::PaintedMenu(std::function<void(std::uint64_t)> onChoice) : chosen(std::move(onChoice)) {
-    setAccessibleName(QStringLiteral("Quorvel"));
+    setWindowTitle(QStringLiteral("Quorvel"));
+    setAccessibleName(windowTitle());
     setStyle(menuStyle());
     installEventFilter(this);
 }

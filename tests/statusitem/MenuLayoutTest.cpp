@@ -160,5 +160,30 @@ TEST(MenuLayout, offersATargetOnlyForWhatCanBeChosen) {
     EXPECT_EQ(layout.target(MenuLayout::root), nullptr);
 }
 
+TEST(MenuLayout, itsContentHasTheIdsForNumbersAndTitlesAsTheyAreDrawn) {
+    OneIcon icons;
+    MenuLayout layout(&icons);
+    layout.setMenu(menuOf({actionItem("of the menu before")}));
+    auto known = actionItem("a_&\tb"), unknown = actionItem("c");
+    known.image = BundleIcon{"/Known.app"};
+    known.state = MenuItem::State::on;
+    unknown.image = BundleIcon{"/Other.app"};
+    unknown.isEnabled = false;
+    unknown.keyEquivalent = "q";
+    layout.setMenu(menuOf({submenuItem("s", {known}), MenuItem::separator(), unknown}));
+    const auto items = layout.content().items;
+    ASSERT_EQ(items.size(), 3U);
+    const auto& shown = items[0].submenu.value().at(0);
+    EXPECT_EQ(shown.title, "a_& b");
+    EXPECT_EQ(shown.picture, std::vector<std::uint8_t>(7));
+    EXPECT_EQ(shown.state, MenuItem::State::on);
+    EXPECT_TRUE(layout.target(static_cast<Id>(shown.number)) == known.target.lock());
+    EXPECT_TRUE(items[1].isSeparator);
+    EXPECT_EQ(items[2].picture, std::vector<std::uint8_t>());
+    EXPECT_FALSE(items[2].isEnabled);
+    EXPECT_EQ(items[2].keyEquivalent, "q");
+    EXPECT_FALSE(items[0].picture || items[2].submenu);
+}
+
 }  // namespace
 }  // namespace quorvel

@@ -153,6 +153,23 @@ TEST_F(StatusNotifierItemTest, tellsOfAnImageOrAToolTipOnlyWhenItChanges) {
     EXPECT_EQ(panel->signals, (std::map<std::string, int>{{"NewIcon", 3}, {"NewToolTip", 2}}));
 }
 
+TEST_F(StatusNotifierItemTest, handsOnWhatAPanelGivesBeforeTheChoiceThatItIsFor) {
+    panel->come();
+    std::vector<std::string> happened;
+    StatusNotifierBar hearing(bus, nullptr, [&](const std::string& token) { happened.push_back(token); });
+    item = hearing.makeStatusItem();
+    ASSERT_TRUE(registered(1));
+    const auto target = std::make_shared<CountingTarget>();
+    target->andThen = [&] { happened.push_back("chosen"); };
+    item->setMenu(menuOf({actionItem("a", target)}));
+    const auto chosen = panel->menu(name).root.named("a").id;
+    panel->call(name, "/StatusNotifierItem", "org.kde.StatusNotifierItem", "ProvideXdgActivationToken", "s",
+                "token");
+    EXPECT_TRUE(panel->click(name, chosen));
+    ASSERT_TRUE(runUntil(queue, [&] { return happened.size() >= 2; }));
+    EXPECT_EQ(happened, (std::vector<std::string>{"token", "chosen"}));
+}
+
 void useAll(StatusItem& item) {
     item.setImage({.themeName = "q", .bitmaps = {{1, 1, {0, 0, 0, 0}}}, .size = 24});
     item.setToolTip("Quorvel");

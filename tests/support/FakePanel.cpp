@@ -117,6 +117,10 @@ const sd_bus_vtable* FakePanel::vtable() {
         SD_BUS_VTABLE_START(0),
         SD_BUS_METHOD("RegisterStatusNotifierItem", "s", "", busCall<&FakePanel::registerItem>,
                       SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_PROPERTY("IsStatusNotifierHostRegistered", "b", busProperty<&FakePanel::isHostRegistered>, 0,
+                        0),
+        SD_BUS_SIGNAL("StatusNotifierHostRegistered", "", 0),
+        SD_BUS_SIGNAL("StatusNotifierHostUnregistered", "", 0),
         SD_BUS_VTABLE_END,
     };
     return members;
@@ -128,6 +132,17 @@ void FakePanel::come() {
 
 void FakePanel::leave() {
     require(sd_bus_release_name(bus.get(), watcherName));
+}
+
+void FakePanel::setHost(bool isThere) {
+    hasHost = isThere;
+    require(sd_bus_emit_signal(bus.get(), "/StatusNotifierWatcher", watcherName,
+                               isThere ? "StatusNotifierHostRegistered" : "StatusNotifierHostUnregistered",
+                               nullptr));
+}
+
+int FakePanel::isHostRegistered(sd_bus_message* reply) {
+    return sd_bus_message_append(reply, "b", hasHost ? 1 : 0);
 }
 
 bool FakePanel::sees(const std::string& name) const {

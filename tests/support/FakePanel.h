@@ -47,6 +47,11 @@ public:
     void come();
     void leave();
 
+    /// Whether the watcher knows of a host, as it does from the start.
+    void setHost(bool isThere);
+    /// From now on it is a watcher that answers nothing.
+    void forgetObjects() { watcherSlot.reset(); }
+
     /// Every registration, in order: the name given and the connection it came from.
     struct Registration {
         std::string name, sender;
@@ -80,11 +85,13 @@ private:
 
     static const sd_bus_vtable* vtable();
     int registerItem(sd_bus_message* call);
+    int isHostRegistered(sd_bus_message* reply);
     int signalled(sd_bus_message* signal);
     BusMessage complete(BusMessage call);
 
     EventQueue& queue;
     std::unique_ptr<sd_bus, Release> bus;
+    bool hasHost = true;
     BusSlot watcherSlot, menuSlot, itemSlot;
 };
 

@@ -1,0 +1,169 @@
+#include <limits>
+#include <utility>
+
+#include "painter/PainterChannelFixture.h"
+#include "statusitem/MenuSamples.h"
+
+namespace quorvel {
+namespace {
+
+std::string say(const painter::Event& event) {
+    return "say " + encode(event) + '\n';
+}
+
+/// The status item beside its fake painter. Showings and menus at the pointer are numbered from 1, like
+/// windows; so are the items of the first menu that is shown.
+class PaintedStatusItemTest : public PainterChannelFixture {
+protected:
+    static std::shared_ptr<const Menu> menuWith(const std::shared_ptr<CountingTarget>& target) {
+        return menuOf({actionItem("About", target), actionItem("Other")});
+    }
+
+    /// Ends the loop's run.
+    std::shared_ptr<CountingTarget> quitting() {
+        const auto target = std::make_shared<CountingTarget>();
+        target->andThen = [this] { loop.queue.quit(); };
+        return target;
+    }
+
+    void show() {
+        item->show([this] {
+            ++timesMissing;
+            loop.queue.quit();
+        });
+    }
+
+    void makeItem() { item = channel->makeTrayItem(nullptr); }
+
+    std::unique_ptr<TrayItem> item;
+    int timesMissing = 0;
+};
+
+constexpr auto shown = [](std::uint64_t showing) { return say(painter::TrayIconShown{showing}); };
+constexpr auto chosen = [](std::uint64_t number) { return say(painter::MenuItemChosen{number}); };
+
+TEST_F(PaintedStatusItemTest, whatIsSetBeforeAndAfterTheShowingIsShown) {
+    script({hello + "read showTrayIcon\n" + shown(1) + "read showTrayIcon\n" + chosen(4) +
+            "read hideTrayIcon\n"});
+    makeItem();
+    item->setToolTip("first tip");
+    item->setImage({.themeName = "", .bitmaps = {{1, 1, {1, 2, 3, 4}}}, .size = 24});
+    item->setMenu(menuWith(std::make_shared<CountingTarget>()));
+    loop.queue.post(quit());
+    loop.run();
+    EXPECT_EQ(starts(), 0) << "nobody has asked for a tray";
+    show();
+    const auto target = quitting();
+    item->setMenu(menuOf({MenuItem::separator(), actionItem("New", target)}));
+    loop.run();
+    EXPECT_EQ(target->count, 1);
+    EXPECT_EQ(countOf("first tip"), 2);
+    EXPECT_EQ(countOf("01020304"), 2);
+    item.reset();
+    loop.queue.postAfter(std::chrono::nanoseconds(0), quit());
+    loop.run();
+    EXPECT_EQ(starts(), 1);
+    EXPECT_EQ(timesMissing, 0);
+}
+
+TEST_F(PaintedStatusItemTest, anItemOfAMenuThatWasReplacedOrIsNoneDoesNothing) {
+    script({hello + "read showTrayIcon\n" + shown(1) + "read showTrayIcon\n" + chosen(1) + chosen(0) +
+            chosen(99) + chosen(std::numeric_limits<std::uint64_t>::max()) + chosen(3) + "read end\n"});
+    makeItem();
+    const auto old = std::make_shared<CountingTarget>();
+    const auto oldMenu = menuWith(old);
+    item->setMenu(oldMenu);
+    show();
+    item->setMenu(menuWith(quitting()));
+    loop.run();
+    EXPECT_EQ(old->count, 0);
+}
+
+TEST_F(PaintedStatusItemTest, comesBackInATrayWhenThePainterDies) {
+    script({hello + "read showTrayIcon\n" + shown(1),
+            hello + "read showTrayIcon\n" + shown(1) + chosen(1) + "read end\n"});
+    makeItem();
+    item->setMenu(menuWith(quitting()));
+    show();
+    loop.run();
+    EXPECT_EQ(starts(), 2);
+    EXPECT_EQ(timesMissing, 0);
+}
+
+TEST_F(PaintedStatusItemTest, isMissingOnceWhereItCannotBeShown) {
+    const std::string looks = hello + "read showTrayIcon\n", dies = looks + shown(1);
+    struct Row {
+        const char* name;
+        Lines scripts;
+        int starts;
+    };
+    const Row rows[] = {
+        {"there is no tray", {looks + say(painter::TrayIconMissing{1}) + "read end\n"}, 1},
+        {"the tray is gone", {dies + say(painter::TrayIconMissing{1}) + "read end\n"}, 1},
+        {"the painter has no display", {looks, looks}, 1},
+        {"the painter dies again and again", {dies, dies, dies}, 2},
+    };
+    for (const auto& [name, scripts, expectedStarts] : rows) {
+        item.reset();
+        for (const auto& entry : std::filesystem::directory_iterator(folder.path))
+            std::filesystem::remove(entry);
+        open();
+        script(scripts);
+        timesMissing = 0;
+        makeItem();
+        show();
+        loop.run();
+        loop.queue.post(quit());
+        loop.run();
+        EXPECT_EQ(timesMissing, 1) << name;
+        EXPECT_EQ(starts(), expectedStarts) << name;
+    }
+}
+
+TEST_F(PaintedStatusItemTest, anAnswerToAnotherShowingDoesNotCount) {
+    script({hello + "read hideTrayIcon\nread showTrayIcon\n" + say(painter::TrayIconMissing{1}) + shown(2) +
+            chosen(3) + "read end\n"});
+    makeItem();
+    item->setMenu(menuWith(quitting()));
+    show();
+    item->hide();
+    show();
+    loop.run();
+    EXPECT_EQ(timesMissing, 0);
+    EXPECT_EQ(received(), "hello showTrayIcon hideTrayIcon showTrayIcon ");
+}
+
+TEST_F(PaintedStatusItemTest, popsUpAndIsReplacedInItsPlaceUntilItIsClosed) {
+    script({hello + "read popUpMenu\nread setMenu\n" + chosen(3) + say(painter::MenuClosed{2}) + press +
+            "read end\n"});
+    const auto window = makeLog();
+    makeItem();
+    auto target = quitting();
+    const std::weak_ptr<CountingTarget> kept = target;
+    item->setMenu(menuOf({actionItem("first"), actionItem("second")}));
+    channel->setActivationToken("token");
+    channel->popUpMenu();
+    item->setMenu(menuWith(std::exchange(target, nullptr)));
+    loop.run();
+    ASSERT_FALSE(kept.expired());
+    EXPECT_EQ(kept.lock()->count, 1);
+    EXPECT_EQ(received(), "hello popUpMenu setMenu ");
+    EXPECT_EQ(countOf("\"token\""), 1);
+    loop.run();
+    item->setMenu(nullptr);
+    EXPECT_TRUE(kept.expired()) << "nobody keeps a menu that was replaced";
+}
+
+TEST_F(PaintedStatusItemTest, aMenuThatWasOpenWhenItsPainterDiedStaysAway) {
+    script({hello + "read popUpMenu\n" + shown(1), hello + "read showWindow\n" + press + "read end\n"});
+    const auto window = makeLog();
+    makeItem();
+    item->setMenu(menuWith(quitting()));
+    window->show();
+    channel->popUpMenu();
+    loop.run();
+    EXPECT_EQ(received(), "hello showWindow popUpMenu hello showWindow ");
+}
+
+}  // namespace
+}  // namespace quorvel

@@ -127,6 +127,42 @@ TEST_F(RealDesktopTest, aWindowComesBackWhenThePainterDies) {
     EXPECT_EQ(result.errors, "quorvel: The painter is gone. It ended.\n");
 }
 
+TEST_F(RealDesktopTest, aSecondStartPopsUpTheMenuAndItsItemOpensItsWindow) {
+    startCatalog();
+    startProgram();
+    menuWith("New Versions Available (15)");
+    EXPECT_EQ(Process(command()).finish().status, 0);
+    VirtualDesktop::type(window("Quorvel"), {"Up", "Up", "Return"});
+    press(window("About Quorvel"), "Escape");
+    EXPECT_TRUE(closes("Quorvel"));
+
+    EXPECT_EQ(Process(command()).finish().status, 0);
+    VirtualDesktop::type(window("Quorvel"), {"Escape"});
+    EXPECT_TRUE(closes("Quorvel"));
+    EXPECT_TRUE(closes("About Quorvel"));
+}
+
+TEST_F(RealDesktopTest, aTrayShowsTheItemAgainAfterThePaintersDeathAndUntilAPanelHostsIt) {
+    startCatalog();
+    const auto tray = VirtualDesktop::startTray();
+    startProgram();
+    menuWith("New Versions Available (15)");
+    const auto showsInTray = [] { return !VirtualDesktop::paintedWindow().empty(); };
+    ASSERT_TRUE(comesTrue(showsInTray));
+    VirtualDesktop::click(13, 13);
+    VirtualDesktop::type(window("Quorvel"), {"Up", "Up", "Return"});
+    press(window("About Quorvel"), "Escape");
+    ASSERT_TRUE(closes("About Quorvel"));
+
+    const pid_t firstPainter = painter();
+    kill(firstPainter, SIGKILL);
+    ASSERT_TRUE(comesTrue([&] { return painter() > 0 && painter() != firstPainter && showsInTray(); }));
+
+    xfcePanel = desktop.startPanel();
+    ASSERT_TRUE(comesTrue([&] { return panel->sees(watcher) && !showsInTray(); }));
+    EXPECT_TRUE(comesTrue(&VirtualDesktop::showsIcon));
+}
+
 TEST_F(RealDesktopTest, theLogsWindowCopiesTheLog) {
     startCatalog();
     startProgram();

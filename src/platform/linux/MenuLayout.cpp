@@ -33,22 +33,22 @@ std::vector<std::uint8_t> pictureOf(const BundleIcon& image, IconProvider* icons
 void addImage(MenuProperties& properties, const BundleIcon& image, IconProvider* icons) {
     auto png = icons ? icons->pngFor(image) : std::nullopt;
     if (png)
-        properties.push_back({"icon-data", *std::move(png)});
+        properties.emplace_back("icon-data", *std::move(png));
     else
-        properties.push_back({"icon-name", std::string(genericIconName)});
+        properties.emplace_back("icon-name", std::string(genericIconName));
 }
 
 MenuProperties propertiesOf(const MenuItem& item, IconProvider* icons) {
     if (item.isSeparator) return {{"type", std::string("separator")}};
     MenuProperties properties{{"label", withDoubledUnderscores(displayTitle(item))}};
-    if (!item.isEnabled) properties.push_back({"enabled", false});
+    if (!item.isEnabled) properties.emplace_back("enabled", false);
     if (item.state != MenuItem::State::none) {
-        properties.push_back({"toggle-type", std::string("checkmark")});
-        properties.push_back({"toggle-state", item.state == MenuItem::State::on ? 1 : 0});
+        properties.emplace_back("toggle-type", std::string("checkmark"));
+        properties.emplace_back("toggle-state", item.state == MenuItem::State::on ? 1 : 0);
     }
-    if (item.submenu) properties.push_back({"children-display", std::string("submenu")});
+    if (item.submenu) properties.emplace_back("children-display", std::string("submenu"));
     if (!item.keyEquivalent.empty())
-        properties.push_back({"shortcut", MenuProperty::Shortcut{{"Control", item.keyEquivalent}}});
+        properties.emplace_back("shortcut", MenuProperty::Shortcut{{"Control", item.keyEquivalent}});
     if (item.image) addImage(properties, *item.image, icons);
     return properties;
 }

@@ -1,24 +1,48 @@
+#include <charconv>
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <getopt.h>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "entry/DesktopProgram.h"
 #include "platform/OperatingSystem.h"
 #include "platform/ProgramInfo.h"
 
+namespace {
+
+constexpr const char* usage =
+    "Usage: quorvel-demo [--watch-network] [--check-every SECONDS]\n"
+    "                    SYSTEM-FOLDER CATALOG-URL STORAGE-FOLDER [ACTION]\n";
+
+std::optional<std::chrono::seconds> secondsFrom(std::string_view word) {
+    int seconds = 0;
+    const char* const end = word.data() + word.size();
+    const auto [rest, error] = std::from_chars(word.data(), end, seconds);
+    if (error != std::errc{} || rest != end || seconds < 1) return std::nullopt;
+    return std::chrono::seconds(seconds);
+}
+
+}  // namespace
+
 /// The status-item program with the sample applications and the sample catalog in place of the product's
-/// constants:
-///     quorvel-demo [--watch-network] SYSTEM-FOLDER CATALOG-URL STORAGE-FOLDER [ACTION]
-/// Its catalog is on this machine, so the network is taken to be there unless it is to be watched.
+/// constants. Its catalog is on this machine, so the network is taken to be there unless it is to be watched.
 int main(int argc, char* argv[]) {
-    std::vector<std::string> words(argv + 1, argv + argc);
-    const bool watchesNetwork = !words.empty() && words.front() == "--watch-network";
-    if (watchesNetwork) words.erase(words.begin());
-    if (words.size() != 3 && words.size() != 4) {
-        std::fputs(
-            "Usage: quorvel-demo [--watch-network] SYSTEM-FOLDER CATALOG-URL STORAGE-FOLDER [ACTION]\n",
-            stderr);
+    bool watchesNetwork = false;
+    std::optional<std::chrono::seconds> period = std::chrono::hours(6);
+    const option options[] = {
+        {"watch-network", no_argument, nullptr, 'n'}, {"check-every", required_argument, nullptr, 's'}, {}};
+    for (int found = 0; (found = getopt_long(argc, argv, "+", options, nullptr)) != -1;) {
+        if (found == 'n') watchesNetwork = true;
+        if (found == 's') period = secondsFrom(optarg);
+        if (found == '?') period.reset();
+    }
+    const std::vector<std::string> words(argv + optind, argv + argc);
+    if ((words.size() != 3 && words.size() != 4) || !period) {
+        std::fputs(usage, stderr);
         return 2;
     }
     const std::filesystem::path system = std::filesystem::absolute(words[0]);
@@ -30,6 +54,7 @@ int main(int argc, char* argv[]) {
          .catalogURL = words[1],
          .environment = {quorvel::thisProgram(), quorvel::installedOSVersion(system)},
          .persistence = persistence,
-         .skipMonitoring = !watchesNetwork},
+         .skipMonitoring = !watchesNetwork,
+         .backgroundInterval = *period},
         words.size() == 4 ? words[3] : "");
 }

@@ -159,6 +159,7 @@ private:
                                   .wallClock = std::chrono::system_clock::now,
                                   .scanRoots = configuration.scanRoots,
                                   .skipMonitoring = configuration.skipMonitoring,
+                                  .backgroundInterval = configuration.backgroundInterval,
                                   .catalogURL = configuration.catalogURL,
                                   .lastResort = lastResort.parts()});
     }

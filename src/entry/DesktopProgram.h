@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -19,6 +20,8 @@ struct DesktopConfiguration {
     const PersistenceManager& persistence;
     /// The network is taken to be there.
     bool skipMonitoring = false;
+    /// Between two checks that nobody asked for.
+    std::chrono::milliseconds backgroundInterval = std::chrono::hours(6);
 };
 
 /// What a start can ask for, of itself or of the instance that runs already; an empty name asks for nothing

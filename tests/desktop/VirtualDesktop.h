@@ -72,6 +72,12 @@ public:
             run({"xdotool", "key", "--window", window, key});
     }
 
+    /// The process that shows the window; 0 when the window is gone.
+    static pid_t ownerOf(const std::string& window) {
+        const auto owner = run({"xdotool", "getwindowpid", window}).output;
+        return owner.empty() ? 0 : std::stoi(owner);
+    }
+
     /// In pixels from the upper left corner of the window, or of the screen when there is none.
     static void click(int x, int y, const std::string& window = "") {
         std::vector<std::string> words{"xdotool", "mousemove"};

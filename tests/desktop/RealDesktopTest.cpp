@@ -112,6 +112,7 @@ TEST_F(RealDesktopTest, anAlertTellsOfTheCheckThatRunsAndASignalEndsBothAtOnce) 
 TEST_F(RealDesktopTest, aWindowComesBackWhenThePainterDies) {
     startCatalog();
     startProgram();
+    menuWith("New Versions Available (15)");
     ASSERT_TRUE(choose("About"));
     window("About Quorvel");
     const pid_t firstPainter = painter();

@@ -35,6 +35,7 @@ const std::map<std::string, Folders>& allowedArrows() {
         {"ui", belowUi},
         {"app", with(belowUi, {"ui"})},
         {"painter", {"platform"}},
+        {"icons", {"platform", "platform/linux"}},
         {"cli", with(belowUi, {"platform/linux"})},
         {"entry", with(belowUi, {"ui", "app", "platform/linux"})},
     };
@@ -81,8 +82,8 @@ TEST(LayersTest, everyIncludePointsDownwards) {
 }
 
 TEST(LayersTest, theCoreKnowsNoToolkitAndNoTransport) {
-    const std::regex adaptersOnly("^(curl/|systemd/|openssl/|Q[A-Z]|dbus/|httplib)");
-    const Folders adapters{"platform/linux", "painter"};
+    const std::regex adaptersOnly("^(curl/|systemd/|openssl/|Q[A-Z]|dbus/|httplib|seccomp)");
+    const Folders adapters{"platform/linux", "painter", "icons"};
     for (const auto& [file, target, isOurs] : allIncludes()) {
         if (isOurs || adapters.contains(folderOf(file))) continue;
         EXPECT_FALSE(std::regex_search(target, adaptersOnly)) << file << " includes " << target;

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "platform/IconMessages.h"
+#include "platform/Image.h"
+
+namespace quorvel::icons {
+
+/// The bitmap, which has a pixel at least, at the size of every picture: each pixel is the mean of the area
+/// that it covers, in which what cannot be seen has no colour.
+Pixels scaledPicture(const Bitmap& bitmap);
+
+}  // namespace quorvel::icons

@@ -44,10 +44,12 @@ public:
             {"HOME=" + home, "XDG_CONFIG_HOME=" + home + "/.config", "xfce4-panel", "--disable-wm-check"});
     }
 
-    /// Shows the icons of X clients at the same place, and knows nothing of the session bus.
+    /// Shows the icons of X clients at the same place, on a dark ground, and knows nothing of the session
+    /// bus.
     static std::unique_ptr<Process> startTray() {
         return start({"trayer", "--edge", "top", "--align", "left", "--widthtype", "request", "--heighttype",
-                      "pixel", "--height", "26"});
+                      "pixel", "--height", "26", "--transparent", "true", "--alpha", "0", "--tint",
+                      "0x202020"});
     }
 
     static std::unique_ptr<Process> start(std::vector<std::string> words) {
@@ -92,6 +94,13 @@ public:
                                   "-format", "%k", "info:-"})
                                  .output;
         return !colours.empty() && colours != "1";
+    }
+
+    /// Whether the panel's left end shows anything white.
+    static bool showsWhite() {
+        return run({"import", "-silent", "-window", "root", "-crop", "26x26+0+0", "-format", "%[fx:maxima]",
+                    "info:-"})
+                   .output == "1";
     }
 
     /// Whether the panel's plugin has a menu open beside the place of its icons.

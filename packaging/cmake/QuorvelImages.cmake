@@ -20,16 +20,17 @@ function(quorvel_draw_png)
         VERBATIM)
 endfunction()
 
-# Compiles a picture's bitmaps, smallest first, into a target as what embeddedPictures() tells.
-#   quorvel_embed_picture(target NAME name PNGS files...)
-function(quorvel_embed_picture target)
-    cmake_parse_arguments(arg "" "NAME" "PNGS" ${ARGN})
+# Compiles bitmaps into a target as what embeddedPictures() tells; those of a picture smallest first.
+#   quorvel_embed_pictures(target PICTURE name files... [PICTURE name files...])
+function(quorvel_embed_pictures target)
+    set(pngs ${ARGN})
+    list(FILTER pngs INCLUDE REGEX "\\.png$")
     set(source "${CMAKE_CURRENT_BINARY_DIR}/EmbeddedPictures.cpp")
-    set(script "${PROJECT_SOURCE_DIR}/packaging/cmake/EmbedPicture.cmake")
+    set(script "${PROJECT_SOURCE_DIR}/packaging/cmake/EmbedPictures.cmake")
     add_custom_command(
         OUTPUT "${source}"
-        COMMAND "${CMAKE_COMMAND}" "-DOUTPUT=${source}" "-DNAME=${arg_NAME}" "-DPNGS=${arg_PNGS}" -P "${script}"
-        DEPENDS "${script}" ${arg_PNGS}
+        COMMAND "${CMAKE_COMMAND}" "-DOUTPUT=${source}" "-DPICTURES=${ARGN}" -P "${script}"
+        DEPENDS "${script}" ${pngs}
         VERBATIM)
     target_sources(${target} PRIVATE "${source}")
 endfunction()

@@ -81,15 +81,12 @@ QString titleOf(const MenuContent::Item& item) {
         .replace(u'\n', QChar::LineSeparator);
 }
 
-QIcon iconFrom(const std::vector<std::uint8_t>& png, const QStyle& style) {
+QIcon iconFrom(const std::vector<std::uint8_t>& png) {
     QPixmap picture;
-    if (picture.loadFromData(png.data(), static_cast<uint>(png.size()), "PNG")) {
-        // The file may hold more pixels than points.
-        if (picture.width() > iconSide) picture.setDevicePixelRatio(picture.width() / double{iconSide});
-        return {picture};
-    }
-    const QIcon generic = QIcon::fromTheme(QStringLiteral("application-x-executable"));
-    return generic.isNull() ? style.standardIcon(QStyle::SP_FileIcon) : generic;
+    picture.loadFromData(png.data(), static_cast<uint>(png.size()), "PNG");
+    // The file may hold more pixels than points.
+    if (picture.width() > iconSide) picture.setDevicePixelRatio(picture.width() / double{iconSide});
+    return {picture};
 }
 
 }  // namespace
@@ -130,7 +127,7 @@ QAction* PaintedMenu::add(QMenu& menu, const MenuContent::Item& item) {
     action->setEnabled(item.isEnabled);
     action->setCheckable(item.state != MenuItem::State::none);
     action->setChecked(item.state == MenuItem::State::on);
-    if (item.picture) action->setIcon(iconFrom(*item.picture, *style()));
+    if (item.picture) action->setIcon(iconFrom(*item.picture));
     action->setIconVisibleInMenu(true);
     if (!item.keyEquivalent.empty()) {
         action->setShortcut(

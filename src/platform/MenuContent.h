@@ -21,8 +21,7 @@ struct MenuContent {
         std::string keyEquivalent;
         bool isEnabled = true;
         MenuItem::State state = MenuItem::State::none;
-        /// A PNG file, shown at 16 by 16 points; an empty one stands for an application whose picture is not
-        /// there.
+        /// A PNG file, shown at 16 by 16 points.
         std::optional<std::vector<std::uint8_t>> picture;
         std::optional<std::vector<Item>> submenu;
     };

@@ -1,4 +1,5 @@
 #include <QApplication>
+#include <QBuffer>
 #include <QTest>
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -21,12 +22,21 @@ Item item(std::uint64_t number, const std::string& title) {
     return made;
 }
 
+std::vector<std::uint8_t> pngOf(const QColor& color, int side) {
+    QPixmap picture(side, side);
+    picture.fill(color);
+    QBuffer file;
+    file.open(QIODevice::WriteOnly);
+    picture.save(&file, "PNG");
+    return {file.data().begin(), file.data().end()};
+}
+
 /// An update with its submenu, a check mark, and "Quit" with its key.
 MenuContent sample() {
     Item updates = item(1, "New Versions Available (1)"), mark = item(3, "Color Icon"), separator,
          quit = item(4, "Quit");
     updates.submenu = std::vector{item(2, "R&D_&amp;\n1.0 \u2192 2.0")};
-    updates.submenu->front().picture = std::vector<std::uint8_t>();
+    updates.submenu->front().picture = pngOf(Qt::red, 32);
     mark.state = MenuItem::State::on;
     separator.isSeparator = true;
     quit.keyEquivalent = "q";
@@ -45,7 +55,9 @@ TEST(PaintedMenuTest, showsEveryKindOfItemAsItIs) {
     const auto* const update = actions[0]->menu()->actions().at(0);
     // A doubled ampersand is drawn as one, and a line separator begins the second line.
     EXPECT_EQ(update->text(), QStringLiteral("R&&D_&&amp;\u20281.0 \u2192 2.0"));
-    EXPECT_FALSE(update->icon().isNull());
+    const auto icon = update->icon().pixmap(QSize(16, 16)).toImage();
+    EXPECT_EQ(icon.deviceIndependentSize(), QSizeF(16, 16)) << "twice the pixels of its points";
+    EXPECT_EQ(icon.pixelColor(8, 8), QColor(Qt::red));
     EXPECT_GT(actions[0]->menu()->actionGeometry(actions[0]->menu()->actions().at(0)).height(),
               menu.actionGeometry(actions[1]).height() * 3 / 2)
         << "the second line has its room";

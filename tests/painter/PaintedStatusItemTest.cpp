@@ -3,6 +3,7 @@
 
 #include "painter/PainterChannelFixture.h"
 #include "statusitem/MenuSamples.h"
+#include "support/FakeIcons.h"
 
 namespace quorvel {
 namespace {
@@ -33,8 +34,9 @@ protected:
         });
     }
 
-    void makeItem() { item = channel->makeTrayItem(nullptr); }
+    void makeItem() { item = channel->makeTrayItem(&icons); }
 
+    FakeIcons icons;
     std::unique_ptr<TrayItem> item;
     int timesMissing = 0;
 };
@@ -64,6 +66,23 @@ TEST_F(PaintedStatusItemTest, whatIsSetBeforeAndAfterTheShowingIsShown) {
     loop.run();
     EXPECT_EQ(starts(), 1);
     EXPECT_EQ(timesMissing, 0);
+}
+
+TEST_F(PaintedStatusItemTest, picturesThatComeLaterAreShownWhereTheMenuIs) {
+    script({hello + "read showTrayIcon\n" + shown(1) + "read popUpMenu\nread showTrayIcon\nread setMenu\n" +
+            chosen(1) + "read end\n"});
+    makeItem();
+    auto update = actionItem("Update", quitting());
+    update.image = BundleIcon{"/A.app"};
+    item->setMenu(menuOf({update}));
+    icons.come({{"/B.app", {}}});
+    show();
+    channel->popUpMenu();
+    icons.come({{"/A.app", {0xAB, 0xCD, 0xEF}}});
+    loop.run();
+    EXPECT_EQ(countOf("\"picture\":\"abcdef\""), 2) << "in the tray and at the pointer";
+    item.reset();
+    icons.come({{"/A.app", {}}});
 }
 
 TEST_F(PaintedStatusItemTest, anItemOfAMenuThatWasReplacedOrIsNoneDoesNothing) {

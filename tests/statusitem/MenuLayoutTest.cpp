@@ -4,7 +4,9 @@
 #include <set>
 
 #include "platform/linux/MenuLayout.h"
+#include "platform/linux/PngDecoder.h"
 #include "statusitem/MenuSamples.h"
+#include "support/FakeIcons.h"
 
 namespace quorvel {
 namespace {
@@ -32,12 +34,27 @@ std::string textOf(const MenuProperties& properties) {
     return text;
 }
 
-struct OneIcon final : IconProvider {
-    std::optional<std::vector<std::uint8_t>> pngFor(const BundleIcon& icon) override {
-        if (icon.bundle != "/Known.app") return std::nullopt;
-        return std::vector<std::uint8_t>(7);
-    }
-};
+TEST(MenuLayout, theGenericIconIsAPictureForScreensOfTwoPixelsAPoint) {
+    const auto bitmap = decodedPng(MenuLayout::genericIcon());
+    ASSERT_TRUE(bitmap);
+    EXPECT_EQ(bitmap->width, 32);
+    EXPECT_EQ(bitmap->height, 32);
+}
+
+TEST(MenuLayout, findsTheItemsWithAPictureAtAnyDepth) {
+    const auto with = [](const char* bundle) {
+        auto item = actionItem("with");
+        item.image = BundleIcon{bundle};
+        return item;
+    };
+    MenuLayout layout;
+    layout.setMenu(menuOf({with("/A.app"), submenuItem("s", {with("/B.app"), with("/A.app")})}));
+    EXPECT_EQ(layout.images(), (std::vector<BundleIcon>{{"/A.app"}, {"/B.app"}, {"/A.app"}}));
+    const auto upper = layout.children(MenuLayout::root), lower = layout.children(upper.at(1));
+    EXPECT_EQ(layout.itemsWith({{"/A.app"}, {"/C.app"}}), (std::vector{upper[0], lower.at(1)}));
+    EXPECT_EQ(layout.itemsWith({{"/B.app"}}), std::vector{lower[0]});
+    EXPECT_TRUE(layout.itemsWith({}).empty());
+}
 
 TEST(MenuLayout, tellsOfAnItemExactlyWhatDiffersFromTheDefaults) {
     const auto changed = [](void (*change)(MenuItem&)) {
@@ -63,12 +80,13 @@ TEST(MenuLayout, tellsOfAnItemExactlyWhatDiffersFromTheDefaults) {
         {changed([](MenuItem& item) { item.image = BundleIcon{"/Known.app"}; }),
          "label=T; icon-data=7 bytes"},
         {changed([](MenuItem& item) { item.image = BundleIcon{"/Other.app"}; }),
-         "label=T; icon-name=application-x-executable"},
+         "label=T; icon-data=" + std::to_string(MenuLayout::genericIcon().size()) + " bytes"},
         {changed([](MenuItem& item) { item = MenuItem::separator(); }), "type=separator"},
         {changed([](MenuItem& item) { item.attributedTitle = {.name = "N_N", .detail = "1 → 2"}; }),
          "label=N__N\n1 → 2"},
     };
-    OneIcon icons;
+    FakeIcons icons;
+    icons.pngs["/Known.app"].resize(7);
     MenuLayout layout(&icons);
     for (const auto& [item, expected] : rows) {
         layout.setMenu(menuOf({item}));
@@ -161,7 +179,8 @@ TEST(MenuLayout, offersATargetOnlyForWhatCanBeChosen) {
 }
 
 TEST(MenuLayout, itsContentHasTheIdsForNumbersAndTitlesAsTheyAreDrawn) {
-    OneIcon icons;
+    FakeIcons icons;
+    icons.pngs["/Known.app"].resize(7);
     MenuLayout layout(&icons);
     layout.setMenu(menuOf({actionItem("of the menu before")}));
     auto known = actionItem("a_&\tb"), unknown = actionItem("c");
@@ -179,7 +198,7 @@ TEST(MenuLayout, itsContentHasTheIdsForNumbersAndTitlesAsTheyAreDrawn) {
     EXPECT_EQ(shown.state, MenuItem::State::on);
     EXPECT_TRUE(layout.target(static_cast<Id>(shown.number)) == known.target.lock());
     EXPECT_TRUE(items[1].isSeparator);
-    EXPECT_EQ(items[2].picture, std::vector<std::uint8_t>());
+    EXPECT_EQ(items[2].picture, MenuLayout::genericIcon());
     EXPECT_FALSE(items[2].isEnabled);
     EXPECT_EQ(items[2].keyEquivalent, "q");
     EXPECT_FALSE(items[0].picture || items[2].submenu);

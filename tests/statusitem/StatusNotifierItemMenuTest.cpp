@@ -1,8 +1,10 @@
 #include <fstream>
 #include <gtest/gtest.h>
 
+#include "platform/linux/MenuLayout.h"
 #include "statusitem/MenuSamples.h"
 #include "statusitem/StatusItemFixture.h"
+#include "support/FakeIcons.h"
 
 namespace quorvel {
 namespace {
@@ -57,7 +59,7 @@ TEST_F(StatusNotifierItemMenuTest, sendsEveryItemAsItReads) {
         {{"label", "Color Icon"}, {"toggle-type", "checkmark"}, {"toggle-state", "1"}},
         {{"label", "Émoji 😀\n1 → 2"},
          {"children-display", "submenu"},
-         {"icon-name", "application-x-executable"}},
+         {"icon-data", std::to_string(MenuLayout::genericIcon().size()) + " bytes"}},
         {{"label", "No Updates Available"}, {"enabled", "0"}},
     };
     ASSERT_EQ(root.children.size(), std::size(expected));
@@ -65,6 +67,38 @@ TEST_F(StatusNotifierItemMenuTest, sendsEveryItemAsItReads) {
         EXPECT_EQ(root.children[index].properties, expected[index]) << "item " << index;
     EXPECT_EQ(root.children[4].children.at(0).properties, (Properties{{"label", "Open App Page"}}));
     EXPECT_EQ(root.properties, (Properties{{"children-display", "submenu"}}));
+}
+
+TEST_F(StatusNotifierItemMenuTest, picturesThatComeLaterAreOneSignal) {
+    FakeIcons bundleIcons;
+    StatusNotifierBar barWithIcons(bus, &bundleIcons);
+    item.reset();
+    item = barWithIcons.makeStatusItem();
+    ASSERT_TRUE(registered(2));
+    const auto with = [](const char* bundle) {
+        auto made = actionItem(bundle);
+        made.image = BundleIcon{bundle};
+        return made;
+    };
+    item->setMenu(menuOf({with("/Old.app")}));
+    item->setMenu(menuOf({with("/A.app"), submenuItem("sub", {with("/B.app"), with("/C.app")})}));
+    EXPECT_EQ(bundleIcons.listed, (std::vector<BundleIcon>{{"/A.app"}, {"/B.app"}, {"/C.app"}}));
+    const auto root = panel->menu(name).root;
+    const auto generic = root.named("/A.app").properties.at("icon-data");
+
+    bundleIcons.come({{"/A.app", std::vector<std::uint8_t>(7)}, {"/C.app", std::vector<std::uint8_t>(8)}});
+    bundleIcons.come({{"/Old.app", std::vector<std::uint8_t>(9)}});
+    settle();
+    using Update = std::map<std::int32_t, std::map<std::string, std::string>>;
+    EXPECT_EQ(panel->propertyUpdates,
+              std::vector{(Update{{root.named("/A.app").id, {{"icon-data", "7 bytes"}}},
+                                  {root.named("/C.app").id, {{"icon-data", "8 bytes"}}}})});
+    EXPECT_EQ(panel->layoutUpdates.size(), 2U) << "it is still the same menu";
+    const auto after = panel->menu(name).root;
+    EXPECT_EQ(after.named("/C.app").properties.at("icon-data"), "8 bytes");
+    EXPECT_EQ(after.named("/B.app").properties.at("icon-data"), generic);
+    item.reset();
+    bundleIcons.come({{"/B.app", {}}});
 }
 
 TEST_F(StatusNotifierItemMenuTest, runsTheActionOfAChosenItemOnce) {

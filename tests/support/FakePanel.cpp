@@ -45,18 +45,24 @@ std::string readValue(sd_bus_message* message) {
     return text;
 }
 
-ShownItem readItem(sd_bus_message* message) {
-    ShownItem item;
-    require(sd_bus_message_enter_container(message, 'r', "ia{sv}av"));
-    require(sd_bus_message_read(message, "i", &item.id));
+std::map<std::string, std::string> readProperties(sd_bus_message* message) {
+    std::map<std::string, std::string> properties;
     require(sd_bus_message_enter_container(message, 'a', "{sv}"));
     while (require(sd_bus_message_enter_container(message, 'e', "sv")) > 0) {
         const char* name = nullptr;
         require(sd_bus_message_read(message, "s", &name));
-        item.properties[name] = readValue(message);
+        properties[name] = readValue(message);
         require(sd_bus_message_exit_container(message));
     }
     require(sd_bus_message_exit_container(message));
+    return properties;
+}
+
+ShownItem readItem(sd_bus_message* message) {
+    ShownItem item;
+    require(sd_bus_message_enter_container(message, 'r', "ia{sv}av"));
+    require(sd_bus_message_read(message, "i", &item.id));
+    item.properties = readProperties(message);
     require(sd_bus_message_enter_container(message, 'a', "v"));
     while (require(sd_bus_message_enter_container(message, 'v', "(ia{sv}av)")) > 0) {
         item.children.push_back(readItem(message));
@@ -160,6 +166,7 @@ int FakePanel::signalled(sd_bus_message* signal) {
     const std::string member = sd_bus_message_get_member(signal);
     if (member != "LayoutUpdated") {
         ++signals[member];
+        if (member == "ItemsPropertiesUpdated") readPropertyUpdates(signal);
         return 0;
     }
     std::uint32_t revision = 0;
@@ -168,6 +175,20 @@ int FakePanel::signalled(sd_bus_message* signal) {
     EXPECT_EQ(parent, 0) << "a new menu is new from its root on";
     layoutUpdates.push_back(revision);
     return 0;
+}
+
+void FakePanel::readPropertyUpdates(sd_bus_message* signal) {
+    auto& items = propertyUpdates.emplace_back();
+    require(sd_bus_message_enter_container(signal, 'a', "(ia{sv})"));
+    while (require(sd_bus_message_enter_container(signal, 'r', "ia{sv}")) > 0) {
+        std::int32_t id = -1;
+        require(sd_bus_message_read(signal, "i", &id));
+        items[id] = readProperties(signal);
+        require(sd_bus_message_exit_container(signal));
+    }
+    require(sd_bus_message_exit_container(signal));
+    require(sd_bus_message_enter_container(signal, 'a', "(ias)"));
+    EXPECT_GT(require(sd_bus_message_at_end(signal, 0)), 0);
 }
 
 BusMessage FakePanel::complete(BusMessage call) {

@@ -62,6 +62,10 @@ public:
     std::vector<std::uint32_t> layoutUpdates;
     std::map<std::string, int> signals;
 
+    /// What each ItemsPropertiesUpdated signal said of which item. It must take away nothing: hosts differ in
+    /// which half of the signal they read first.
+    std::vector<std::map<std::int32_t, std::map<std::string, std::string>>> propertyUpdates;
+
     /// A method call on an item; the reply, or an error reply.
     BusMessage call(const std::string& item, const char* path, const char* interface, const char* member,
                     const char* types = nullptr, ...);
@@ -87,6 +91,7 @@ private:
     int registerItem(sd_bus_message* call);
     int isHostRegistered(sd_bus_message* reply);
     int signalled(sd_bus_message* signal);
+    void readPropertyUpdates(sd_bus_message* signal);
     BusMessage complete(BusMessage call);
 
     EventQueue& queue;

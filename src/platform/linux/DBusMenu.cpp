@@ -103,7 +103,9 @@ const sd_bus_vtable* DBusMenu::vtable() {
     return members;
 }
 
-DBusMenu::DBusMenu(SessionBus& sessionBus, IconProvider* icons) : bus(sessionBus), layout(icons) {
+DBusMenu::DBusMenu(SessionBus& sessionBus, IconProvider* menuIcons)
+    : bus(sessionBus), icons(menuIcons), layout(menuIcons) {
+    if (icons) arrival = icons->onArrival([this](const auto& arrived) { announce(arrived); });
     if (!bus.connection()) return;
     sd_bus_slot* slot = nullptr;
     require(sd_bus_add_object_vtable(bus.connection(), &slot, path, interfaceName, vtable(), this));
@@ -112,10 +114,31 @@ DBusMenu::DBusMenu(SessionBus& sessionBus, IconProvider* icons) : bus(sessionBus
 
 void DBusMenu::setMenu(std::shared_ptr<const Menu> menu) {
     layout.setMenu(std::move(menu));
+    if (icons) icons->setListed(layout.images());
     // The whole menu is new, from its root on. A signal that cannot be sent means that the bus is lost.
     if (auto* const connection = bus.connection())
         sd_bus_emit_signal(connection, path, interfaceName, "LayoutUpdated", "ui", layout.revision(),
                            MenuLayout::root);
+}
+
+/// One signal for all. As for a new menu, one that cannot be sent means that the bus is lost.
+void DBusMenu::announce(const std::vector<BundleIcon>& arrived) {
+    const auto ids = layout.itemsWith(arrived);
+    sd_bus_message* made = nullptr;
+    if (ids.empty() || !bus.connection() ||
+        sd_bus_message_new_signal(bus.connection(), &made, path, interfaceName, "ItemsPropertiesUpdated") < 0)
+        return;
+    const BusMessage signal(made);
+    appendContainer(made, 'a', "(ia{sv})", [&] {
+        for (const Id id : ids) {
+            appendContainer(made, 'r', "ia{sv}", [&] {
+                require(sd_bus_message_append(made, "i", id));
+                append(made, layout.properties(id), {"icon-data"});
+            });
+        }
+    });
+    require(sd_bus_message_append(made, "a(ias)", 0));
+    sd_bus_send(bus.connection(), made, nullptr);
 }
 
 int DBusMenu::version(sd_bus_message* reply) {

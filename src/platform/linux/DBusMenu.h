@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "platform/linux/BusSlot.h"
 #include "platform/linux/MenuLayout.h"
@@ -12,7 +13,7 @@ namespace quorvel {
 
 /// A menu on the session bus for the hosts of status items (`com.canonical.dbusmenu`, version 3). A new menu
 /// is announced once, as a whole, and nothing is filled in when the host is about to show it: hosts differ in
-/// whether they ask then. Main thread.
+/// whether they ask then. Pictures that come later are announced as changes of their items. Main thread.
 class DBusMenu {
 public:
     static constexpr const char* path = "/MenuBar";
@@ -38,9 +39,12 @@ private:
     int aboutToShow(sd_bus_message* call);
     int aboutToShowGroup(sd_bus_message* call);
     bool receive(MenuLayout::Id id, std::string_view eventName);
+    void announce(const std::vector<BundleIcon>& arrived);
 
     SessionBus& bus;
+    IconProvider* icons;
     MenuLayout layout;
+    std::shared_ptr<const IconProvider::Arrival> arrival;
     BusSlot objectSlot;
 };
 

@@ -1,17 +1,17 @@
 #include "platform/linux/MenuLayout.h"
 
+#include <algorithm>
 #include <limits>
 #include <ranges>
+#include <set>
 #include <utility>
 
 #include "platform/MenuTitle.h"
+#include "platform/linux/EmbeddedPictures.h"
 
 namespace quorvel {
 
 namespace {
-
-/// What stands for an application whose own picture is not there.
-constexpr const char* genericIconName = "application-x-executable";
 
 /// A single underscore would vanish and underline the character behind it.
 std::string withDoubledUnderscores(std::string_view title) {
@@ -24,18 +24,9 @@ std::string withDoubledUnderscores(std::string_view title) {
     return label;
 }
 
-/// Empty while there is none.
 std::vector<std::uint8_t> pictureOf(const BundleIcon& image, IconProvider* icons) {
-    const auto png = icons ? icons->pngFor(image) : std::nullopt;
-    return png.value_or(std::vector<std::uint8_t>());
-}
-
-void addImage(MenuProperties& properties, const BundleIcon& image, IconProvider* icons) {
     auto png = icons ? icons->pngFor(image) : std::nullopt;
-    if (png)
-        properties.emplace_back("icon-data", *std::move(png));
-    else
-        properties.emplace_back("icon-name", std::string(genericIconName));
+    return png ? *std::move(png) : MenuLayout::genericIcon();
 }
 
 MenuProperties propertiesOf(const MenuItem& item, IconProvider* icons) {
@@ -49,7 +40,7 @@ MenuProperties propertiesOf(const MenuItem& item, IconProvider* icons) {
     if (item.submenu) properties.emplace_back("children-display", std::string("submenu"));
     if (!item.keyEquivalent.empty())
         properties.emplace_back("shortcut", MenuProperty::Shortcut{{"Control", item.keyEquivalent}});
-    if (item.image) addImage(properties, *item.image, icons);
+    if (item.image) properties.emplace_back("icon-data", pictureOf(*item.image, icons));
     return properties;
 }
 
@@ -61,6 +52,15 @@ MenuItem remainder(std::size_t count) {
 }
 
 }  // namespace
+
+/// It goes by no name of an icon theme: hosts differ in whether a picture that comes later takes the place of
+/// a named one, but all let one picture take the place of another.
+std::vector<std::uint8_t> MenuLayout::genericIcon() {
+    const auto pictures = embeddedPictures();
+    const auto found = std::ranges::find(pictures, "GenericApplicationIcon", &EmbeddedPicture::name);
+    const auto png = found->pngs.front();
+    return {png.begin(), png.end()};
+}
 
 MenuLayout::MenuLayout(IconProvider* iconProvider) : icons(iconProvider) {}
 
@@ -144,6 +144,26 @@ std::vector<MenuContent::Item> MenuLayout::contents(Id parent) const {
         if (item.submenu) content.submenu = contents(id);
     }
     return items;
+}
+
+std::vector<BundleIcon> MenuLayout::images() const {
+    std::vector<BundleIcon> images;
+    for (const auto& [item, firstChild, childCount] : nodes) {
+        if (item && item->image) images.push_back(*item->image);
+    }
+    return images;
+}
+
+std::vector<MenuLayout::Id> MenuLayout::itemsWith(const std::vector<BundleIcon>& images) const {
+    std::set<std::filesystem::path> bundles;
+    for (const auto& image : images)
+        bundles.insert(image.bundle);
+    std::vector<Id> ids;
+    for (std::size_t index = 1; index < nodes.size(); ++index) {
+        const auto& image = nodes[index].item->image;
+        if (image && bundles.contains(image->bundle)) ids.push_back(idAt(index));
+    }
+    return ids;
 }
 
 std::shared_ptr<MenuTarget> MenuLayout::target(Id id) const {

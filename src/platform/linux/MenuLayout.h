@@ -43,6 +43,9 @@ public:
     /// times as many.
     static constexpr std::size_t longestMenu = 1'000;
 
+    /// A PNG file of what stands for an application whose own picture is not there.
+    static std::vector<std::uint8_t> genericIcon();
+
     explicit MenuLayout(IconProvider* iconProvider = nullptr);
 
     void setMenu(std::shared_ptr<const Menu> newMenu);
@@ -58,6 +61,9 @@ public:
     MenuProperties properties(Id id) const;
     /// The whole menu, for those who show it by themselves; its numbers are the ids.
     MenuContent content() const { return {contents(root)}; }
+    /// The pictures that items of the present menu have, and the items that have one of some pictures.
+    std::vector<BundleIcon> images() const;
+    std::vector<Id> itemsWith(const std::vector<BundleIcon>& images) const;
     /// What choosing the item calls; none for an id that the menu does not have and for an item that cannot
     /// be chosen.
     std::shared_ptr<MenuTarget> target(Id id) const;

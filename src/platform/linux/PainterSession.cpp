@@ -61,7 +61,9 @@ void PainterSession::decodeIcon(std::string path, IconHandler decoded) {
 }
 
 void PainterSession::addStatusItem(IconProvider* itemIcons) {
-    status = {.image = {}, .toolTip = "", .menu = nullptr, .numbers = MenuLayout(itemIcons)};
+    status = {
+        .image = {}, .toolTip = "", .menu = nullptr, .numbers = MenuLayout(itemIcons), .arrival = nullptr};
+    if (itemIcons) status->arrival = itemIcons->onArrival([this](const auto&) { sendMenu(); });
 }
 
 void PainterSession::removeStatusItem() {
@@ -84,6 +86,10 @@ void PainterSession::setStatusMenu(std::shared_ptr<const Menu> menu) {
     status->menu = std::move(menu);
     if (!isMenuUsed()) return;
     status->numbers.setMenu(status->menu);
+    sendMenu();
+}
+
+void PainterSession::sendMenu() {
     sendTrayIcon();
     if (process && popUp) send(SetMenu{*popUp, status->numbers.content()});
 }

@@ -71,6 +71,7 @@ private:
         std::shared_ptr<const Menu> menu;
         /// The menu's items by their numbers, while the menu is in a tray or open.
         MenuLayout numbers;
+        std::shared_ptr<const IconProvider::Arrival> arrival;
     };
     struct TrayIcon {
         std::uint64_t showing = 0;
@@ -95,6 +96,7 @@ private:
     bool isMenuUsed() const { return trayIcon || popUp; }
     void useMenu();
     void releaseMenu();
+    void sendMenu();
     void loseTrayIcon();
 
     void ended(const std::string& reason);

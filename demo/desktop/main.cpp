@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <getopt.h>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,12 +17,13 @@ constexpr const char* usage =
     "Usage: quorvel-demo [--watch-network] [--check-every SECONDS]\n"
     "                    SYSTEM-FOLDER CATALOG-URL STORAGE-FOLDER [ACTION]\n";
 
-std::optional<std::chrono::seconds> secondsFrom(std::string_view word) {
+/// 0 for a word that is no number above it.
+std::chrono::seconds secondsFrom(std::string_view word) {
     int seconds = 0;
     const char* const end = word.data() + word.size();
     const auto [rest, error] = std::from_chars(word.data(), end, seconds);
-    if (error != std::errc{} || rest != end || seconds < 1) return std::nullopt;
-    return std::chrono::seconds(seconds);
+    const bool isNumber = error == std::errc{} && rest == end && seconds > 0;
+    return std::chrono::seconds(isNumber ? seconds : 0);
 }
 
 }  // namespace
@@ -32,16 +32,17 @@ std::optional<std::chrono::seconds> secondsFrom(std::string_view word) {
 /// constants. Its catalog is on this machine, so the network is taken to be there unless it is to be watched.
 int main(int argc, char* argv[]) {
     bool watchesNetwork = false;
-    std::optional<std::chrono::seconds> period = std::chrono::hours(6);
+    std::chrono::seconds period = std::chrono::hours(6);
+    bool isUsable = true;
     const option options[] = {
         {"watch-network", no_argument, nullptr, 'n'}, {"check-every", required_argument, nullptr, 's'}, {}};
     for (int found = 0; (found = getopt_long(argc, argv, "+", options, nullptr)) != -1;) {
         if (found == 'n') watchesNetwork = true;
         if (found == 's') period = secondsFrom(optarg);
-        if (found == '?') period.reset();
+        isUsable = isUsable && found != '?' && period.count() > 0;
     }
     const std::vector<std::string> words(argv + optind, argv + argc);
-    if ((words.size() != 3 && words.size() != 4) || !period) {
+    if ((words.size() != 3 && words.size() != 4) || !isUsable) {
         std::fputs(usage, stderr);
         return 2;
     }
@@ -55,6 +56,6 @@ int main(int argc, char* argv[]) {
          .environment = {quorvel::thisProgram(), quorvel::installedOSVersion(system)},
          .persistence = persistence,
          .skipMonitoring = !watchesNetwork,
-         .backgroundInterval = *period},
+         .backgroundInterval = period},
         words.size() == 4 ? words[3] : "");
 }

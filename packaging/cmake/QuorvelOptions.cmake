@@ -28,6 +28,7 @@ if(QUORVEL_SANITIZE)
     add_compile_options(-fsanitize=${QUORVEL_SANITIZE} -fno-sanitize-recover=all)
     add_link_options(-fsanitize=${QUORVEL_SANITIZE})
 elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
-    add_compile_options(-fstack-protector-strong -D_FORTIFY_SOURCE=2 -D_GLIBCXX_ASSERTIONS)
+    add_compile_options(-fstack-protector-strong -fstack-clash-protection -fcf-protection -D_GLIBCXX_ASSERTIONS
+                        -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3)
     add_link_options(-pie -Wl,-z,relro,-z,now -Wl,--as-needed)
 endif()

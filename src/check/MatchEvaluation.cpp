@@ -102,7 +102,7 @@ void sortByName(std::vector<AppUpdate>& updates) {
         order.emplace_back(collator.sortKey(updates[index].app.name), index);
     }
     // The index in the pair keeps equal names in their order.
-    std::sort(order.begin(), order.end());
+    std::ranges::sort(order);
     std::vector<AppUpdate> sorted;
     sorted.reserve(updates.size());
     for (const auto& [key, index] : order)

@@ -113,11 +113,11 @@ std::expected<CommandLine, std::string> parseCommandLine(std::span<const char* c
         }
         const auto option = withValue.find(name);
         if (option == withValue.end()) return std::unexpected("unknown argument " + std::string(argument));
-        const bool inline_ = equals != std::string_view::npos;
-        if (!inline_ && index + 1 == arguments.size()) {
+        const bool isInline = equals != std::string_view::npos;
+        if (!isInline && index + 1 == arguments.size()) {
             return std::unexpected(std::string(name) + " needs a value.");
         }
-        const std::string_view value = inline_ ? argument.substr(equals + 1) : arguments[++index];
+        const std::string_view value = isInline ? argument.substr(equals + 1) : arguments[++index];
         if (value.empty()) return std::unexpected(std::string(name) + " needs a value.");
         if (auto problem = option->second(value)) return std::unexpected(std::move(*problem));
     }

@@ -16,6 +16,7 @@ constexpr std::size_t widestAligned = 36;
 
 std::vector<std::size_t> columnWidths(const Table& table) {
     std::vector<std::size_t> widths;
+    widths.reserve(table.headings.size());
     for (const auto& heading : table.headings)
         widths.push_back(text::displayWidth(heading));
     for (const auto& row : table.rows) {

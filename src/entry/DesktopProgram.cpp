@@ -103,7 +103,7 @@ public:
             queue.onSignal(number, [this] { queue.quit(); });
         std::signal(SIGPIPE, SIG_IGN);
         if (const auto connected = bus.connect(); !connected) {
-            std::fprintf(stderr, "quorvel: There is no session bus, so no status item: %s\n",
+            std::fprintf(stderr, "quorvel: There is no session bus, so no panel shows the status item: %s\n",
                          connected.error().c_str());
         }
         makeDelegate(configuration);

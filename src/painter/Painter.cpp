@@ -125,6 +125,12 @@ void Painter::perform(const PopUpMenu& request) {
     QObject::connect(popUp.menu.get(), &QMenu::aboutToHide, &end, [this, number = request.popUp] {
         QTimer::singleShot(0, &end, [this, number] { menuClosed(number); });
     });
+    // A compositor that knows no menus without a window shows an ordinary window, whose only sign of a click
+    // elsewhere this is.
+    QObject::connect(qGuiApp, &QGuiApplication::applicationStateChanged, popUp.menu.get(),
+                     [menu = popUp.menu.get()](Qt::ApplicationState state) {
+                         if (state == Qt::ApplicationInactive) menu->close();
+                     });
     useActivationToken(request.activationToken);
     popUp.menu->popup(QCursor::pos());
     popUp.menu->activateWindow();

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <unistd.h>
 
+#include "painter/LeastPower.h"
 #include "painter/MessagePipe.h"
 #include "painter/Painter.h"
 #include "platform/ProgramInfo.h"
@@ -47,6 +48,7 @@ QIcon programIcon() {
 }  // namespace
 
 int main(int argc, char** argv) {
+    quorvel::painter::dropPower(quorvel::painter::isRemoteDisplay(getenv("DISPLAY")));
     qInstallMessageHandler(printMessage);
     // A session that is restored starts the program, and that starts this one.
     qunsetenv("SESSION_MANAGER");

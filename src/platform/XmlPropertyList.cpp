@@ -90,7 +90,8 @@ bool isReal(std::string_view text) {
     double number = 0;
     const char* const end = text.data() + text.size();
     const auto [rest, error] = std::from_chars(text.data(), end, number);
-    return error != std::errc::invalid_argument && rest == end;
+    // C++ knows a form of NaN that no property list has, with more in parentheses.
+    return error != std::errc::invalid_argument && rest == end && !text.contains('(');
 }
 
 /// 2001-02-03T04:05:06Z, also of a year before the first.

@@ -131,7 +131,8 @@ TEST_F(DesktopProgramTest, saysWhyAndChecksOnWithoutASessionBus) {
     alone.signal(SIGTERM);
     const auto result = alone.finish();
     EXPECT_EQ(result.status, 0);
-    EXPECT_TRUE(result.errors.starts_with("quorvel: There is no session bus, so no status item:"))
+    EXPECT_TRUE(
+        result.errors.starts_with("quorvel: There is no session bus, so no panel shows the status item:"))
         << result.errors;
     EXPECT_EQ(std::ranges::count(result.errors, '\n'), 1) << result.errors;
     EXPECT_TRUE(isDone());

@@ -15,7 +15,7 @@ namespace quorvel {
 class VirtualDesktop {
 public:
     VirtualDesktop() {
-        for (const char* tool : {"Xvfb", "xfce4-panel", "xdotool", "xclip", "import"}) {
+        for (const char* tool : {"Xvfb", "xfce4-panel", "trayer", "xdotool", "xclip", "import"}) {
             if (run({"which", tool}).status != 0) {
                 reason = std::string(tool) + " is not installed";
                 return;
@@ -44,6 +44,14 @@ public:
             {"HOME=" + home, "XDG_CONFIG_HOME=" + home + "/.config", "xfce4-panel", "--disable-wm-check"});
     }
 
+    /// Shows the icons of X clients at the same place, on a dark ground, and knows nothing of the session
+    /// bus.
+    static std::unique_ptr<Process> startTray() {
+        return start({"trayer", "--edge", "top", "--align", "left", "--widthtype", "request", "--heighttype",
+                      "pixel", "--height", "26", "--transparent", "true", "--alpha", "0", "--tint",
+                      "0x202020"});
+    }
+
     static std::unique_ptr<Process> start(std::vector<std::string> words) {
         words.insert(words.begin(), "/usr/bin/env");
         return std::make_unique<Process>(std::move(words));
@@ -54,8 +62,22 @@ public:
 
     /// The visible window with exactly that title; empty when there is none.
     static std::string windowNamed(const std::string& title) {
-        const auto found = run({"xdotool", "search", "--onlyvisible", "--name", "^" + title + "$"}).output;
-        return found.substr(0, found.find('\n'));
+        return firstFound("--name", "^" + title + "$");
+    }
+
+    /// Any visible window of the painter, an icon in a tray too.
+    static std::string paintedWindow() { return firstFound("--class", "^quorvel$"); }
+
+    /// Also into a menu, which never has the focus.
+    static void type(const std::string& window, const std::vector<std::string>& keys) {
+        for (const auto& key : keys)
+            run({"xdotool", "key", "--window", window, key});
+    }
+
+    /// The process that shows the window; 0 when the window is gone.
+    static pid_t ownerOf(const std::string& window) {
+        const auto owner = run({"xdotool", "getwindowpid", window}).output;
+        return owner.empty() ? 0 : std::stoi(owner);
     }
 
     /// In pixels from the upper left corner of the window, or of the screen when there is none.
@@ -74,6 +96,13 @@ public:
         return !colours.empty() && colours != "1";
     }
 
+    /// Whether the panel's left end shows anything white.
+    static bool showsWhite() {
+        return run({"import", "-silent", "-window", "root", "-crop", "26x26+0+0", "-format", "%[fx:maxima]",
+                    "info:-"})
+                   .output == "1";
+    }
+
     /// Whether the panel's plugin has a menu open beside the place of its icons.
     static bool showsPanelMenu() {
         const auto windows = run({"xdotool", "search", "--onlyvisible", "--class", "wrapper-2.0"}).output;
@@ -81,6 +110,11 @@ public:
     }
 
 private:
+    static std::string firstFound(const std::string& property, const std::string& pattern) {
+        const auto found = run({"xdotool", "search", "--onlyvisible", property, pattern}).output;
+        return found.substr(0, found.find('\n'));
+    }
+
     std::string reason;
     std::string home;
     std::unique_ptr<Process> desktop;

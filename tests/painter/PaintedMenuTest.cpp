@@ -126,6 +126,13 @@ TEST_F(PaintedPopUpTest, escapeClosesWithoutAChoiceAndThePainterIsNeededNoMore) 
     EXPECT_TRUE(QTest::qWaitFor([&] { return isOver; }));
 }
 
+TEST_F(PaintedPopUpTest, closesWhenAnotherProgramBecomesActive) {
+    popUp(7);
+    Q_EMIT qGuiApp->applicationStateChanged(Qt::ApplicationInactive);
+    EXPECT_EQ(events(1), std::vector{closed});
+    EXPECT_EQ(open(), nullptr);
+}
+
 TEST_F(PaintedPopUpTest, changesInItsPlaceWhileItIsOpenAndOnlyThen) {
     popUp(7);
     perform(SetMenu{7, {{item(9, "new")}}});

@@ -87,15 +87,16 @@ TEST_F(PaintedStatusItemTest, picturesThatComeLaterAreShownWhereTheMenuIs) {
 
 TEST_F(PaintedStatusItemTest, anItemOfAMenuThatWasReplacedOrIsNoneDoesNothing) {
     script({hello + "read showTrayIcon\n" + shown(1) + "read showTrayIcon\n" + chosen(1) + chosen(0) +
-            chosen(99) + chosen(std::numeric_limits<std::uint64_t>::max()) + chosen(3) + "read end\n"});
+            chosen(99) + chosen(std::numeric_limits<std::uint64_t>::max()) + chosen(4) + "read end\n"});
     makeItem();
-    const auto old = std::make_shared<CountingTarget>();
-    const auto oldMenu = menuWith(old);
-    item->setMenu(oldMenu);
+    const auto unchosen = std::make_shared<CountingTarget>(), last = quitting();
+    const auto replaced = menuOf({actionItem("a", unchosen), actionItem("b")});
+    item->setMenu(replaced);
     show();
-    item->setMenu(menuWith(quitting()));
+    item->setMenu(menuOf({actionItem("a", unchosen), actionItem("b", last)}));
     loop.run();
-    EXPECT_EQ(old->count, 0);
+    EXPECT_EQ(unchosen->count, 0);
+    EXPECT_EQ(last->count, 1);
 }
 
 TEST_F(PaintedStatusItemTest, comesBackInATrayWhenThePainterDies) {

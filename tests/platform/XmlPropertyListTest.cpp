@@ -147,6 +147,7 @@ TEST(XmlPropertyList, refusesMalformedValues) {
                                     "<real></real>",
                                     "<real>1.5x</real>",
                                     "<real>+-1</real>",
+                                    "<real>nan(1)</real>",
                                     "<date></date>",
                                     "<date>2001-02-03</date>",
                                     "<date>2001-02-03T04:05:06</date>",

@@ -32,15 +32,15 @@ std::vector<std::uint8_t> pictureOf(const BundleIcon& image, IconProvider* icons
 MenuProperties propertiesOf(const MenuItem& item, IconProvider* icons) {
     if (item.isSeparator) return {{"type", std::string("separator")}};
     MenuProperties properties{{"label", withDoubledUnderscores(displayTitle(item))}};
-    if (!item.isEnabled) properties.push_back({"enabled", false});
+    if (!item.isEnabled) properties.emplace_back("enabled", false);
     if (item.state != MenuItem::State::none) {
-        properties.push_back({"toggle-type", std::string("checkmark")});
-        properties.push_back({"toggle-state", item.state == MenuItem::State::on ? 1 : 0});
+        properties.emplace_back("toggle-type", std::string("checkmark"));
+        properties.emplace_back("toggle-state", item.state == MenuItem::State::on ? 1 : 0);
     }
-    if (item.submenu) properties.push_back({"children-display", std::string("submenu")});
+    if (item.submenu) properties.emplace_back("children-display", std::string("submenu"));
     if (!item.keyEquivalent.empty())
-        properties.push_back({"shortcut", MenuProperty::Shortcut{{"Control", item.keyEquivalent}}});
-    if (item.image) properties.push_back({"icon-data", pictureOf(*item.image, icons)});
+        properties.emplace_back("shortcut", MenuProperty::Shortcut{{"Control", item.keyEquivalent}});
+    if (item.image) properties.emplace_back("icon-data", pictureOf(*item.image, icons));
     return properties;
 }
 

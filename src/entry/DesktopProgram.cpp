@@ -14,6 +14,7 @@
 #include "app/AppDelegate.h"
 #include "platform/AnnouncedPathMonitor.h"
 #include "platform/linux/AutostartEntry.h"
+#include "platform/linux/BundleIcons.h"
 #include "platform/linux/CurlSession.h"
 #include "platform/linux/DesktopStatusBar.h"
 #include "platform/linux/DesktopWorkspace.h"
@@ -91,7 +92,7 @@ public:
     explicit DesktopProgram(const DesktopConfiguration& configuration)
         : instance(bus, configuration.busName),
           painter(queue),
-          statusBar(bus, painter),
+          statusBar(bus, painter, &icons),
           workspace(bus, [](const auto& arguments) { startDetached(arguments); }),
           loginItem(AutostartEntry::standardFolder(), std::filesystem::read_symlink("/proc/self/exe")),
           application(queue),
@@ -200,6 +201,7 @@ private:
     SessionBus bus{queue};
     RunningInstance instance;
     CurlSession session;
+    BundleIcons icons{queue};
     PainterChannel painter;
     DesktopStatusBar statusBar;
     ImageResources images;

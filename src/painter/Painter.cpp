@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "painter/AlertBox.h"
-#include "painter/IconFile.h"
 #include "painter/PaintedMenu.h"
 #include "painter/PaintedTrayIcon.h"
 #include "painter/PaintedWindow.h"
@@ -102,10 +101,6 @@ void Painter::perform(const SetPasteboard& request) {
     QGuiApplication::clipboard()->setText(QString::fromStdString(request.text));
     pasteboard = request.content;
     clipboardChanged();
-}
-
-void Painter::perform(const DecodeIcon& request) {
-    report(IconDecoded{request.icon, decodedIcon(request.path)});
 }
 
 void Painter::perform(const ShowTrayIcon& request) {

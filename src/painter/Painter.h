@@ -44,7 +44,6 @@ private:
     void perform(const SetRows& request);
     void perform(const RunAlert& request);
     void perform(const SetPasteboard& request);
-    void perform(const DecodeIcon& request);
     void perform(const ShowTrayIcon& request);
     void perform(const HideTrayIcon& request);
     void perform(const PopUpMenu& request);

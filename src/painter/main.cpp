@@ -33,6 +33,18 @@ int lingerFrom(const QApplication& application) {
     return parser.value(linger).toInt();
 }
 
+QString programIdentifier() {
+    return QString::fromStdString(quorvel::thisProgram().bundleIdentifier.value_or(""));
+}
+
+/// As it is installed in the icon theme, else as it was built in.
+QIcon programIcon() {
+    QIcon builtIn;
+    for (const char* const file : {"32.png", "48.png", "64.png", "128.png"})
+        builtIn.addFile(QStringLiteral(":/program-icon/") + QString::fromLatin1(file));
+    return QIcon::fromTheme(programIdentifier(), builtIn);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -43,9 +55,8 @@ int main(int argc, char** argv) {
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("quorvel"));
     QApplication::setQuitOnLastWindowClosed(false);
-    if (const auto identifier = quorvel::thisProgram().bundleIdentifier)
-        QApplication::setDesktopFileName(QString::fromStdString(*identifier));
-    QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("quorvel")));
+    QApplication::setDesktopFileName(programIdentifier());
+    QApplication::setWindowIcon(programIcon());
 
     using namespace quorvel::painter;
     Painter* brush = nullptr;

@@ -25,36 +25,6 @@ Placement decodePlacement(const Json& value) {
     return {coordinate(0), coordinate(1), coordinate(2), coordinate(3)};
 }
 
-/// PNG files travel as hexadecimal digits, since JSON has no bytes.
-std::string encodeBytes(std::string_view bytes) {
-    constexpr std::string_view digits = "0123456789abcdef";
-    std::string text;
-    text.reserve(bytes.size() * 2);
-    for (const char byte : bytes) {
-        text += digits[static_cast<unsigned char>(byte) >> 4];
-        text += digits[static_cast<unsigned char>(byte) & 15U];
-    }
-    return text;
-}
-
-std::string decodeBytes(const Json& value) {
-    const auto fail = [] { return DecodingFailure("The member \"pngs\" holds other than bytes."); };
-    const auto nibble = [&fail](char digit) {
-        if (digit >= '0' && digit <= '9') return digit - '0';
-        if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
-        throw fail();
-    };
-    if (!value.is_string()) throw fail();
-    const auto& text = value.get_ref<const std::string&>();
-    if (text.size() % 2 != 0) throw fail();
-    std::string bytes;
-    bytes.reserve(text.size() / 2);
-    for (std::size_t index = 0; index < text.size(); index += 2) {
-        bytes += static_cast<char>(nibble(text[index]) * 16 + nibble(text[index + 1]));
-    }
-    return bytes;
-}
-
 Json toJson(const Hello& hello) {
     return {{"type", "hello"}, {"version", hello.version}};
 }
@@ -89,10 +59,6 @@ Json toJson(const RunAlert& run) {
 
 Json toJson(const SetPasteboard& set) {
     return {{"type", "setPasteboard"}, {"content", set.content}, {"text", set.text}};
-}
-
-Json toJson(const DecodeIcon& decode) {
-    return {{"type", "decodeIcon"}, {"icon", decode.icon}, {"path", decode.path}};
 }
 
 Json toJson(const ShowTrayIcon& show) {
@@ -135,14 +101,6 @@ Json toJson(const AlertDismissed& dismissed) {
 
 Json toJson(const PasteboardLost& lost) {
     return {{"type", "pasteboardLost"}, {"content", lost.content}};
-}
-
-Json toJson(const IconDecoded& decoded) {
-    Json pngs = Json::array();
-    for (const std::string& png : decoded.pngs) {
-        pngs.push_back(encodeBytes(png));
-    }
-    return {{"type", "iconDecoded"}, {"icon", decoded.icon}, {"pngs", std::move(pngs)}};
 }
 
 Json toJson(const TrayIconShown& shown) {
@@ -190,7 +148,6 @@ Request requestFrom(const std::string& type, const Json& object) {
         return RunAlert{number("alert"), text("messageText"), text("informativeText"),
                         text("activationToken")};
     if (type == "setPasteboard") return SetPasteboard{number("content"), text("text")};
-    if (type == "decodeIcon") return DecodeIcon{number("icon"), text("path")};
     if (type == "showTrayIcon")
         return ShowTrayIcon{number("showing"), decodeImage(member(object, "image")), text("toolTip"),
                             decodeMenu(listMember(object, "menu"))};
@@ -199,14 +156,6 @@ Request requestFrom(const std::string& type, const Json& object) {
         return PopUpMenu{number("popUp"), decodeMenu(listMember(object, "menu")), text("activationToken")};
     if (type == "setMenu") return SetMenu{number("popUp"), decodeMenu(listMember(object, "menu"))};
     throw DecodingFailure("The type of the request is not known.");
-}
-
-IconDecoded iconDecodedFrom(const Json& object) {
-    IconDecoded decoded{numberMember(object, "icon"), {}};
-    for (const Json& png : listMember(object, "pngs")) {
-        decoded.pngs.push_back(decodeBytes(png));
-    }
-    return decoded;
 }
 
 Event eventFrom(const std::string& type, const Json& object) {
@@ -218,7 +167,6 @@ Event eventFrom(const std::string& type, const Json& object) {
     if (type == "buttonPressed") return ButtonPressed{number("window"), textMember(object, "title")};
     if (type == "alertDismissed") return AlertDismissed{number("alert")};
     if (type == "pasteboardLost") return PasteboardLost{number("content")};
-    if (type == "iconDecoded") return iconDecodedFrom(object);
     if (type == "trayIconShown") return TrayIconShown{number("showing")};
     if (type == "trayIconMissing") return TrayIconMissing{number("showing")};
     if (type == "menuItemChosen") return MenuItemChosen{number("item")};

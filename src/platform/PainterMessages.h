@@ -18,7 +18,7 @@
 /// nothing to the painter.
 namespace quorvel::painter {
 
-inline constexpr std::uint64_t protocolVersion = 2;
+inline constexpr std::uint64_t protocolVersion = 3;
 /// In bytes, without the line feed. A longer line is neither sent nor read.
 inline constexpr std::size_t longestRequest = 16 * 1024 * 1024;
 /// Events are small; a short bound keeps a painter gone wild from filling the program's memory.
@@ -76,12 +76,6 @@ struct SetPasteboard {
     std::string text;
 };
 
-/// Asks for the pictures in an .icns file; answered in the order of the requests.
-struct DecodeIcon {
-    std::uint64_t icon = 0;
-    std::string path;
-};
-
 /// Shows the status item in the tray of the X display, or brings what is shown of it up to date. Answered by
 /// `TrayIconShown` or `TrayIconMissing`.
 struct ShowTrayIcon {
@@ -109,7 +103,7 @@ struct SetMenu {
 };
 
 using Request = std::variant<Hello, ShowWindow, CloseWindow, SetText, SetRows, RunAlert, SetPasteboard,
-                             DecodeIcon, ShowTrayIcon, HideTrayIcon, PopUpMenu, SetMenu>;
+                             ShowTrayIcon, HideTrayIcon, PopUpMenu, SetMenu>;
 
 struct WindowClosed {
     std::uint64_t window = 0;
@@ -131,12 +125,6 @@ struct PasteboardLost {
     std::uint64_t content = 0;
 };
 
-/// PNG files, 16 by 16 and 32 by 32 pixels; none when the file could not be decoded.
-struct IconDecoded {
-    std::uint64_t icon = 0;
-    std::vector<std::string> pngs;
-};
-
 /// The icon is in a tray, from where it follows its tray when that is started again.
 struct TrayIconShown {
     std::uint64_t showing = 0;
@@ -156,8 +144,8 @@ struct MenuClosed {
     std::uint64_t popUp = 0;
 };
 
-using Event = std::variant<Hello, WindowClosed, ButtonPressed, AlertDismissed, PasteboardLost, IconDecoded,
-                           TrayIconShown, TrayIconMissing, MenuItemChosen, MenuClosed>;
+using Event = std::variant<Hello, WindowClosed, ButtonPressed, AlertDismissed, PasteboardLost, TrayIconShown,
+                           TrayIconMissing, MenuItemChosen, MenuClosed>;
 
 /// The line without its line feed; malformed UTF-8 in it has become U+FFFD.
 std::string encode(const Request& request);

@@ -9,6 +9,7 @@
 
 #include "desktop/DesktopProgramFixture.h"
 #include "linux/NetworkNamespace.h"
+#include "platform/linux/MenuLayout.h"
 #include "support/PrivateBus.h"
 
 namespace quorvel {
@@ -156,6 +157,21 @@ TEST_F(DesktopProgramTest, aCatalogThatFailsIsNamedInTheMenuUntilItWorksAgain) {
     ASSERT_TRUE(choose("Check for Updates"));
     ASSERT_TRUE(comesTrue([&] { return !panel->menu(item).root.has("Last check failed"); }));
     menuWith("New Versions Available (15)");
+}
+
+TEST_F(DesktopProgramTest, updatesCarryTheIconsOfTheirApplications) {
+    panel->come();
+    start();
+    const auto menu = menuWith("New Versions Available (15)");
+    const auto generic = std::to_string(MenuLayout::genericIcon().size()) + " bytes";
+    const auto iconOf = [](const ShownMenu& some, const char* label) {
+        return some.root.named(label).properties.at("icon-data");
+    };
+    const char* const withIcon = "Cobblestone (1.8 → 1.9)";
+    ASSERT_TRUE(comesTrue([&] { return iconOf(panel->menu(item), withIcon) != generic; }));
+    EXPECT_EQ(iconOf(panel->menu(item), "Driftmark (418 → 431)"), generic) << "it has none";
+    EXPECT_EQ(panel->menu(item).revision, menu.revision) << "icons are no new menu";
+    EXPECT_FALSE(panel->menu(item).root.named("About").properties.contains("icon-data"));
 }
 
 /// What a process holds, by /proc.

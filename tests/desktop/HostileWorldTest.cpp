@@ -1,11 +1,15 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <limits>
 #include <nlohmann/json.hpp>
+#include <sys/stat.h>
 
 #include "desktop/DesktopProgramFixture.h"
+#include "icons/IconSamples.h"
+#include "platform/linux/MenuLayout.h"
 #include "support/PrivateBus.h"
 
 namespace quorvel {
@@ -40,7 +44,15 @@ protected:
         folder.write("system/Applications/" + fileName + "/Contents/Info.plist",
                      "<plist><dict><key>CFBundleIdentifier</key>" + text(identifier) +
                          "<key>CFBundleName</key>" + text(name) +
-                         "<key>CFBundleShortVersionString</key><string>1.0</string></dict></plist>");
+                         "<key>CFBundleShortVersionString</key><string>1.0</string>"
+                         "<key>CFBundleIconFile</key><string>Icon</string></dict></plist>");
+    }
+
+    /// Where the bundle's icon lies, in a folder that is there.
+    std::filesystem::path iconOf(const std::string& fileName) const {
+        const auto icon = folder.path / "system/Applications" / fileName / "Contents/Resources/Icon.icns";
+        std::filesystem::create_directories(icon.parent_path());
+        return icon;
     }
 
     /// A catalog with an entry for each of `entries`: bundle identifier, id and version.
@@ -119,6 +131,44 @@ TEST_F(HostileWorldTest, textsFromOutsideAreShownAndNothingElse) {
     EXPECT_TRUE(addresses.contains((folder.path / "system/Applications").string() + "|")) << addresses;
     EXPECT_TRUE(addresses.contains("mailto:support@")) << addresses;
     EXPECT_FALSE(std::filesystem::exists("x")) << "a shell has read a text from outside";
+}
+
+TEST_F(HostileWorldTest, iconsThatAreNoneLeaveTheGenericOneAndAProgramThatAnswers) {
+    std::string bomb = pngOf(1024, {1, 2, 3, 4});
+    // The width that the header promises; its checksum is the bomb's own fault.
+    bomb.replace(16, 4, std::string("\x7F\xFF\xFF\xFF", 4));
+    const std::string good = iconFile(iconChunk("ic11", pngOf(32, {250, 10, 20, 255})));
+    const std::pair<const char*, std::string> contents[] = {
+        {"bomb.app", iconFile(iconChunk("ic11", bomb))},
+        {"cut.app", good.substr(0, good.size() / 2)},
+        {"good.app", good},
+        {"huge.app", good + std::string(9 * 1024 * 1024, ' ')}};
+    std::vector<Entry> entries;
+    for (const char* name : {"bomb.app", "cut.app", "fifo.app", "good.app", "huge.app", "link.app"}) {
+        addBundle(name, std::string("com.example.") + name, name);
+        entries.push_back({std::string("com.example.") + name, std::ssize(entries) + 1, "2.0"});
+    }
+    for (const auto& [name, content] : contents)
+        std::ofstream(iconOf(name), std::ios::binary) << content;
+    ASSERT_EQ(mkfifo(iconOf("fifo.app").c_str(), 0600), 0);
+    std::filesystem::create_symlink("/dev/zero", iconOf("link.app"));
+    startCatalogOf(entries);
+    start();
+    menuWith("New Versions Available (6)");
+    const auto generic = std::to_string(MenuLayout::genericIcon().size()) + " bytes";
+    const auto iconIn = [](const ShownItem& root, const char* name) {
+        return root.named(name + std::string(" (1.0 → 2.0)")).properties.at("icon-data");
+    };
+    ASSERT_TRUE(comesTrue([&] { return iconIn(panel->menu(item).root, "good.app") != generic; }));
+    const auto root = panel->menu(item).root;
+    for (const char* none : {"bomb.app", "cut.app", "fifo.app", "huge.app", "link.app"})
+        EXPECT_EQ(iconIn(root, none), generic) << none;
+    ASSERT_TRUE(choose(root.named("good.app (1.0 → 2.0)").named("Ignore This Version")));
+    menuWith("New Versions Available (5)");
+    EXPECT_TRUE(comesTrue([&] {
+        const auto id = std::to_string(program->id());
+        return TemporaryFolder::contentOf("/proc/" + id + "/task/" + id + "/children").empty();
+    })) << "a decoder stays though nothing is to decode";
 }
 
 TEST_F(HostileWorldTest, thousandsOfBundlesOfOneIdentifierLeaveAMenuThatCanBeUsed) {

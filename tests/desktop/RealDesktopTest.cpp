@@ -53,9 +53,12 @@ protected:
     pid_t painter() const {
         const auto number = std::to_string(program->id());
         std::ifstream children("/proc/" + number + "/task/" + number + "/children");
-        pid_t child = 0;
-        children >> child;
-        return child;
+        // A decoder of icons may be there too, for a moment.
+        for (pid_t child = 0; children >> child;) {
+            if (TemporaryFolder::contentOf("/proc/" + std::to_string(child) + "/comm") == "quorvel-painter\n")
+                return child;
+        }
+        return 0;
     }
 
     std::size_t checksAsked() const {

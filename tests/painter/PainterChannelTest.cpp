@@ -208,26 +208,6 @@ TEST_F(PainterChannelTest, whatIsTooLongToSendEndsAtOnce) {
     loop.run();
 }
 
-TEST_F(PainterChannelTest, anIconThatEndsThePainterIsNoneAndTheNextIsDecoded) {
-    script(
-        {hello + "read decodeIcon\nread decodeIcon\n",
-         hello +
-             "read decodeIcon\nsay {\"type\":\"iconDecoded\",\"icon\":2,\"pngs\":[\"4142\"]}\nread end\n"});
-    Lines answers;
-    channel->decodeIcon("/hostile.icns", [&](const Lines& pngs) {
-        EXPECT_TRUE(pngs.empty());
-        answers.push_back("hostile");
-    });
-    channel->decodeIcon("/good.icns", [&](const Lines& pngs) {
-        EXPECT_EQ(pngs, Lines{"AB"});
-        answers.push_back("good");
-        loop.queue.quit();
-    });
-    loop.run();
-    EXPECT_EQ(answers, (Lines{"hostile", "good"}));
-    EXPECT_EQ(countOf("hostile"), 1);
-}
-
 TEST_F(PainterChannelTest, windowsAndCompletionsOutliveTheChannelWithoutHarm) {
     script({hello + "read end\n"});
     const auto window = makeLog();

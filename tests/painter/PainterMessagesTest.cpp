@@ -52,7 +52,6 @@ std::vector<std::string> everyRequest() {
             encode(SetRows{1, {{"name", "1.0"}}}),
             encode(RunAlert{4, "message", "more", "token"}),
             encode(SetPasteboard{5, "text"}),
-            encode(DecodeIcon{6, "/a/b.icns"}),
             encode(ShowTrayIcon{7, picture(), "Quorvel", everyItem()}),
             encode(HideTrayIcon{}),
             encode(PopUpMenu{8, everyItem(), "token"}),
@@ -68,8 +67,7 @@ std::vector<std::string> everyEvent() {
             encode(TrayIconShown{7}),
             encode(TrayIconMissing{7}),
             encode(MenuItemChosen{9}),
-            encode(MenuClosed{8}),
-            encode(IconDecoded{6, {std::string("\x89PNG\0\xff", 6), ""}})};
+            encode(MenuClosed{8})};
 }
 
 TEST(PainterMessagesTest, whatIsDecodedEncodesToTheSameLine) {
@@ -98,8 +96,8 @@ TEST(PainterMessagesTest, valuesArriveAsTheyWere) {
     EXPECT_EQ(std::get<TextView>(show.content.views.at(2)).inset, 8);
     EXPECT_EQ(std::get<TableView>(show.content.views.at(3)).columns.at(1).identifier, "version");
 
-    const auto event = decodeEvent(everyEvent().back());
-    EXPECT_EQ(std::get<IconDecoded>(event.value()).pngs.at(0), std::string("\x89PNG\0\xff", 6));
+    const auto event = decodeEvent(everyEvent()[1]);
+    EXPECT_EQ(std::get<WindowClosed>(event.value()).placement, (Placement{10, 20, 600, 400}));
 }
 
 TEST(PainterMessagesTest, aMenuArrivesAsItWas) {
@@ -163,10 +161,6 @@ TEST(PainterMessagesTest, refusesWhatIsNotAnEvent) {
         R"({"type":"windowClosed","window":1,"showing":1,"placement":[0,0,9,9,9]})",
         R"({"type":"windowClosed","window":1,"showing":1,"placement":[0,0,9,9.5]})",
         R"({"type":"windowClosed","window":1,"showing":1,"placement":[0,0,9,32768]})",
-        R"({"type":"iconDecoded","icon":1,"pngs":"00"})",
-        R"({"type":"iconDecoded","icon":1,"pngs":[0]})",
-        R"({"type":"iconDecoded","icon":1,"pngs":["0"]})",
-        R"({"type":"iconDecoded","icon":1,"pngs":["0g"]})",
     };
     for (const char* line : lines)
         EXPECT_FALSE(decodeEvent(line)) << line;

@@ -104,8 +104,4 @@ void PainterChannel::setActivationToken(std::string token) {
     session->setActivationToken(std::move(token));
 }
 
-void PainterChannel::decodeIcon(const std::filesystem::path& file, IconHandler decoded) {
-    session->decodeIcon(file.string(), std::move(decoded));
-}
-
 }  // namespace quorvel

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -45,12 +44,6 @@ public:
 
     /// What the desktop gave along with the user's last action, for the next window, alert or menu.
     void setActivationToken(std::string token);
-
-    /// PNG files of 16 by 16 and 32 by 32 pixels; none when the file holds no icon that can be decoded.
-    using IconHandler = std::move_only_function<void(const std::vector<std::string>& pngs)>;
-    /// Reads an .icns file outside of this process. `decoded` runs once, later. A file that ends the painter
-    /// counts as none; use a channel of its own where that should not touch open windows.
-    void decodeIcon(const std::filesystem::path& file, IconHandler decoded);
 
 private:
     std::shared_ptr<PainterSession> session;

@@ -54,12 +54,6 @@ void PainterSession::setPasteboard(std::string text) {
     if (!start()) send(*pasteboard);
 }
 
-void PainterSession::decodeIcon(std::string path, IconHandler decoded) {
-    const auto number = ++lastNumber;
-    icons[number] = {std::move(path), std::move(decoded)};
-    if (!start()) send(DecodeIcon{number, icons[number].path});
-}
-
 void PainterSession::addStatusItem(IconProvider* itemIcons) {
     status = {
         .image = {}, .toolTip = "", .menu = nullptr, .numbers = MenuLayout(itemIcons), .arrival = nullptr};
@@ -125,7 +119,7 @@ void PainterSession::releaseMenu() {
 
 bool PainterSession::isNeeded() const {
     const auto isShown = [](const auto& entry) { return entry.second.isShown; };
-    return std::ranges::any_of(windows, isShown) || !alerts.empty() || !icons.empty() || pasteboard ||
+    return std::ranges::any_of(windows, isShown) || !alerts.empty() || pasteboard ||
            (trayIcon && trayIcon->isShown);
 }
 
@@ -168,9 +162,6 @@ void PainterSession::sendAll() {
     if (pasteboard) send(*pasteboard);
     sendTrayIcon();
     if (popUp) sendPopUp();
-    for (const auto& [number, icon] : icons) {
-        send(DecodeIcon{number, icon.path});
-    }
 }
 
 void PainterSession::send(const Request& request) {
@@ -213,13 +204,12 @@ void PainterSession::sendPopUp() {
     send(PopUpMenu{*popUp, status->numbers.content(), std::exchange(activationToken, {})});
 }
 
-/// The end of a painter that shows nothing is the rule. Of the icons, the first is the one that it was
-/// decoding. One that ends while it looks for a tray has found none.
+/// The end of a painter that shows nothing is the rule. One that ends while it looks for a tray has found
+/// none.
 void PainterSession::ended(const std::string& reason) {
     process.reset();
     if (popUp) take(MenuClosed{*popUp});
     if (trayIcon && !trayIcon->isShown) loseTrayIcon();
-    if (!icons.empty()) take(IconDecoded{icons.begin()->first, {}});
     if (!isNeeded()) return;
     std::cerr << "quorvel: The painter is gone. " << reason << '\n';
     const auto now = steady_clock::now();
@@ -234,9 +224,6 @@ void PainterSession::giveUp() {
     }
     for (auto& [number, alert] : std::exchange(alerts, {})) {
         queue.post(std::move(alert.dismissed));
-    }
-    for (auto& [number, icon] : std::exchange(icons, {})) {
-        queue.post([decoded = std::move(icon.decoded)]() mutable { decoded({}); });
     }
     pasteboard.reset();
     if (popUp) take(MenuClosed{*popUp});
@@ -274,11 +261,6 @@ void PainterSession::take(const AlertDismissed& dismissed) {
 
 void PainterSession::take(const PasteboardLost& lost) {
     if (pasteboard && pasteboard->content == lost.content) pasteboard.reset();
-}
-
-void PainterSession::take(const IconDecoded& decoded) {
-    auto icon = icons.extract(decoded.icon);
-    if (icon) icon.mapped().decoded(decoded.pngs);
 }
 
 void PainterSession::take(const TrayIconShown& shown) {

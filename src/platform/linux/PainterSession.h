@@ -21,8 +21,6 @@ namespace quorvel {
 /// channel. On the main queue.
 class PainterSession : public std::enable_shared_from_this<PainterSession> {
 public:
-    using IconHandler = std::move_only_function<void(const std::vector<std::string>& pngs)>;
-
     PainterSession(EventQueue& queue, std::vector<std::string> command, const PainterLimits& limits);
 
     /// Windows go by the number that `addWindow` gives them, until they are removed.
@@ -34,7 +32,6 @@ public:
 
     void runAlert(std::string messageText, std::string informativeText, Task dismissed);
     void setPasteboard(std::string text);
-    void decodeIcon(std::string path, IconHandler decoded);
 
     void addStatusItem(IconProvider* icons);
     void removeStatusItem();
@@ -58,10 +55,6 @@ private:
     struct ScreenAlert {
         std::string messageText, informativeText;
         Task dismissed;
-    };
-    struct Icon {
-        std::string path;
-        IconHandler decoded;
     };
 
     /// What the status item shows, wherever it is shown.
@@ -108,7 +101,6 @@ private:
     void take(const painter::ButtonPressed& pressed);
     void take(const painter::AlertDismissed& dismissed);
     void take(const painter::PasteboardLost& lost);
-    void take(const painter::IconDecoded& decoded);
     void take(const painter::TrayIconShown& shown);
     void take(const painter::TrayIconMissing& missing);
     void take(const painter::MenuItemChosen& chosen);
@@ -121,8 +113,6 @@ private:
     std::uint64_t lastNumber = 0;
     std::map<std::uint64_t, ScreenWindow> windows;
     std::map<std::uint64_t, ScreenAlert> alerts;
-    /// In the order of asking, in which the painter answers.
-    std::map<std::uint64_t, Icon> icons;
     /// As long as this text is what the pasteboard holds.
     std::optional<painter::SetPasteboard> pasteboard;
     std::optional<ScreenStatusItem> status;

@@ -60,8 +60,9 @@ QColor linkColor(const QPalette& palette) {
     const QColor ground = palette.color(QPalette::Window), text = palette.color(QPalette::WindowText);
     const QColor link = palette.color(QPalette::Link);
     constexpr double legible = 4.5;
-    for (double share = 1; share > 0; share -= 0.1) {
-        if (const QColor color = mixed(link, text, share); contrast(color, ground) >= legible) return color;
+    for (int tenths = 10; tenths > 0; --tenths) {
+        if (const QColor color = mixed(link, text, tenths / 10.0); contrast(color, ground) >= legible)
+            return color;
     }
     return text;
 }

@@ -44,7 +44,7 @@ void MessagePipe::readSome() {
     if (count == 0) return end({});
     // Only the new portion is searched: a long message arrives in hundreds.
     std::string_view rest(portion.data(), static_cast<std::size_t>(count));
-    for (auto lineFeed = rest.find('\n'); lineFeed != rest.npos; lineFeed = rest.find('\n')) {
+    for (auto lineFeed = rest.find('\n'); lineFeed != std::string_view::npos; lineFeed = rest.find('\n')) {
         input += rest.substr(0, lineFeed);
         rest.remove_prefix(lineFeed + 1);
         const auto request = decodeRequest(std::exchange(input, {}));

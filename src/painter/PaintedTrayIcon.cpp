@@ -13,7 +13,8 @@ namespace quorvel::painter {
 namespace {
 
 QImage imageOf(const Bitmap& bitmap) {
-    return QImage(bitmap.rgba.data(), bitmap.width, bitmap.height, bitmap.width * 4, QImage::Format_RGBA8888)
+    return QImage(bitmap.rgba.data(), bitmap.width, bitmap.height, qsizetype{4} * bitmap.width,
+                  QImage::Format_RGBA8888)
         .copy();
 }
 

@@ -110,7 +110,7 @@ private:
     /// Reads the marker, and the count that follows it when its low half is 15.
     std::optional<Object> objectAt(std::uint64_t index) const {
         if (index >= objectCount) return std::nullopt;
-        std::size_t offset = static_cast<std::size_t>(offsetOf(index));
+        auto offset = static_cast<std::size_t>(offsetOf(index));
         const auto marker = static_cast<unsigned char>(bytes[offset++]);
         Object object{static_cast<Kind>(marker >> 4), static_cast<std::uint8_t>(marker & 0xF), 0, offset};
         object.count = object.detail;

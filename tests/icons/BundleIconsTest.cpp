@@ -208,6 +208,7 @@ TEST_F(BundleIconsTest, decodesAgainOnlyWhatWasForgottenMeanwhile) {
 TEST_F(BundleIconsTest, whatHasComeIsNotHeldBackByAPictureThatTakesLong) {
     IconLimits limits;
     limits.gathering = milliseconds(1);
+    limits.pictureTime = std::chrono::minutes(10);
     openFake(limits);
     add("1.app", "picture");
     add("2.app", "hang");

@@ -57,10 +57,10 @@ void BundleIcons::later(Work work) {
 
 /// Leads from the event loop's callbacks, which no exception may leave, to the main queue.
 template <typename Argument>
-std::function<void(Argument)> BundleIcons::posting(void (BundleIcons::*take)(Argument)) {
+std::function<void(Argument)> BundleIcons::posting(void (BundleIcons::*take)(const Argument&)) {
     return [this, run = runs, take](Argument argument) {
-        later([this, run, take, argument = std::move(argument)]() mutable {
-            if (runs == run) (this->*take)(std::move(argument));
+        later([this, run, take, argument = std::move(argument)] {
+            if (runs == run) (this->*take)(argument);
         });
     };
 }
@@ -98,7 +98,7 @@ bool BundleIcons::start() {
     return process != nullptr;
 }
 
-void BundleIcons::decoded(std::optional<icons::Pixels> pixels) {
+void BundleIcons::decoded(const std::optional<icons::Pixels>& pixels) {
     const auto bundle = *std::exchange(current, std::nullopt);
     const auto listed = pngs.find(bundle);
     if (pixels && listed != pngs.end()) {
@@ -108,7 +108,7 @@ void BundleIcons::decoded(std::optional<icons::Pixels> pixels) {
     decodeNext();
 }
 
-void BundleIcons::ended(std::string reason) {
+void BundleIcons::ended(const std::string& reason) {
     if (!process) return;  // It was not needed any more.
     const bool wasReady = process->isReady();
     process.reset();

@@ -39,12 +39,12 @@ private:
     template <typename Work>
     void later(Work work);
     template <typename Argument>
-    std::function<void(Argument)> posting(void (BundleIcons::*take)(Argument));
+    std::function<void(Argument)> posting(void (BundleIcons::*take)(const Argument&));
 
     void decodeNext();
     bool start();
-    void decoded(std::optional<icons::Pixels> pixels);
-    void ended(std::string reason);
+    void decoded(const std::optional<icons::Pixels>& pixels);
+    void ended(const std::string& reason);
     void giveUp();
     void gather(const std::filesystem::path& bundle);
     void announce();

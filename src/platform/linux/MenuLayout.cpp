@@ -108,6 +108,7 @@ bool MenuLayout::contains(Id id) const {
 
 std::vector<MenuLayout::Id> MenuLayout::all() const {
     std::vector<Id> ids;
+    ids.reserve(nodes.size());
     for (std::size_t index = 0; index < nodes.size(); ++index)
         ids.push_back(idAt(index));
     return ids;

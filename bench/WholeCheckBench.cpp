@@ -122,7 +122,7 @@ private:
 /// The number of updates that one check finds, once its tracking event is out; none when the check fails.
 std::optional<std::size_t> check(UpdateCheckService& service, EventQueue& queue, CurlSession& session) {
     std::optional<std::size_t> updates;
-    service.scanAndCheck("background", [&](auto result) {
+    service.scanAndCheck("background", [&](const auto& result) {
         if (result) updates = result->size();
         queue.quit();
     });

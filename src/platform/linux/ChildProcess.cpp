@@ -70,7 +70,9 @@ struct Child {
 };
 
 int reap(sd_event_source* source, int, std::uint32_t, void* data) {
-    waitpid(static_cast<Child*>(data)->number, nullptr, WNOHANG);
+    // One that takes long to die, or is traced, counts as ended before it can be taken away: it is looked at
+    // again.
+    if (waitpid(static_cast<Child*>(data)->number, nullptr, WNOHANG) == 0) return 0;
     sd_event_source_disable_unref(source);
     return 0;
 }

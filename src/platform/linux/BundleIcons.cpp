@@ -4,6 +4,8 @@
 #include <iostream>
 #include <utility>
 
+#include "platform/DisplayText.h"
+#include "platform/Text.h"
 #include "platform/linux/BundleIconFile.h"
 #include "platform/linux/PngEncoder.h"
 
@@ -114,8 +116,9 @@ void BundleIcons::ended(const std::string& reason) {
     process.reset();
     ++lost;
     const auto bundle = std::exchange(current, std::nullopt);
-    std::cerr << "quorvel: The decoder of icons is gone" << (bundle ? " over " + bundle->string() : "")
-              << ". " << reason << '\n';
+    std::cerr << "quorvel: The decoder of icons is gone"
+              << (bundle ? " over " + onOneLine(text::repairedUtf8(bundle->string())) : "") << ". " << reason
+              << '\n';
     if (!wasReady) return giveUp();
     if (bundle) harmful.insert(*bundle);
     decodeNext();

@@ -28,7 +28,14 @@ constexpr std::string_view leftToRightMark = "\u200E";
 constexpr std::string_view firstStrongIsolate = "\u2068";
 constexpr std::string_view popDirectionalIsolate = "\u2069";
 
+/// Each byte a character of one column, and none of them changes: no need to ask Unicode, which takes a long
+/// menu most of its time.
+bool isPlain(std::string_view text) {
+    return std::ranges::all_of(text, [](char byte) { return byte >= ' ' && byte <= '~'; });
+}
+
 std::string harmless(const std::string& text) {
+    if (isPlain(text)) return text;
     return onOneLine(text::repairedUtf8(text));
 }
 
@@ -36,6 +43,7 @@ std::string harmless(const std::string& text) {
 /// marks without end counts as the columns that its bytes would fill: a text of nothing else would have no
 /// end.
 std::size_t fitting(std::string_view text, std::size_t columns) {
+    if (isPlain(text)) return std::min(text.size(), columns);
     std::size_t bytes = 0, width = 0;
     for (const auto character : text::characters(text)) {
         width += std::max({std::size_t{1}, text::displayWidth(character), character.size() / bytesOfColumn});

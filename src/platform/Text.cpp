@@ -128,7 +128,7 @@ std::string collationLocale() {
 }  // namespace
 
 bool isAscii(std::string_view text) {
-    return std::all_of(text.begin(), text.end(), [](char byte) { return (byte & 0x80) == 0; });
+    return std::ranges::all_of(text, [](char byte) { return (byte & 0x80) == 0; });
 }
 
 bool isValidUtf8(std::string_view text) {
@@ -165,7 +165,7 @@ std::string_view trimmed(std::string_view text) {
 }
 
 bool containsNumericCharacter(std::string_view text) {
-    if (isAscii(text)) return std::any_of(text.begin(), text.end(), isAsciiDigit);
+    if (isAscii(text)) return std::ranges::any_of(text, isAsciiDigit);
     bool found = false;
     visitCharacters(text, [&](std::string_view character) {
         found = isNumeric(firstCodePoint(character));

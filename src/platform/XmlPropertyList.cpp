@@ -178,7 +178,7 @@ private:
         const auto element = elementNamed(name);
         if (!element || !isAdmissible(*element) || ++nodes > propertyListNodeLimit) return refuse();
         if (!isContainer(*element)) {
-            leaf = *element;
+            leaf = element;
             leafText.clear();
             keepsLeafText = isLeafTextNeeded();
         } else {

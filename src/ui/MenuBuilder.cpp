@@ -108,8 +108,8 @@ MenuItem updateItem(const MenuContext& context, const AppUpdate& update, const U
     const bool fits = text::graphemeCount(name) <= longestNameOnOneLine &&
                       text::graphemeCount(plainTitle) <= longestTitleOnOneLine;
 
-    MenuItem item = submenuItem(fits ? std::move(plainTitle) : name,
-                                MenuBuilder::buildUpdateSubmenu(context, update, onIgnore));
+    MenuItem item =
+        submenuItem(fits ? plainTitle : name, MenuBuilder::buildUpdateSubmenu(context, update, onIgnore));
     if (!fits) item.attributedTitle = MenuItem::AttributedTitle{.name = name, .detail = versions};
     // A name from right to left must not turn the versions round.
     item.titleParts = fits ? std::vector<std::string>{name, " (", local, " → ", latest, ")"}

@@ -36,8 +36,8 @@ bool isSwitchedOff(const std::string& entry) {
 
 }  // namespace
 
-AutostartEntry::AutostartEntry(std::filesystem::path folder, std::filesystem::path program)
-    : file(std::move(folder) / "com.ob.quorvel.desktop"), program(std::move(program)) {}
+AutostartEntry::AutostartEntry(const std::filesystem::path& folder, std::filesystem::path program)
+    : file(folder / "com.ob.quorvel.desktop"), program(std::move(program)) {}
 
 std::filesystem::path AutostartEntry::standardFolder() {
     const char* chosen = std::getenv("XDG_CONFIG_HOME");

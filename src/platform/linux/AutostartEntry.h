@@ -13,7 +13,7 @@ namespace quorvel {
 class AutostartEntry final : public LoginItem {
 public:
     /// `folder`: where the user's autostart entries lie; `program`: the program's absolute path.
-    AutostartEntry(std::filesystem::path folder, std::filesystem::path program);
+    AutostartEntry(const std::filesystem::path& folder, std::filesystem::path program);
 
     /// "autostart" below $XDG_CONFIG_HOME, or below ~/.config.
     static std::filesystem::path standardFolder();

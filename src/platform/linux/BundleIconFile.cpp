@@ -30,7 +30,7 @@ bool hasExtension(std::string_view name) {
 
 /// A bundle may leave the extension out, and some files have none.
 std::vector<std::string> fileNames(std::string name) {
-    if (name.empty() || name.find_first_of(std::string_view("/\0", 2)) != name.npos) return {};
+    if (name.empty() || name.find_first_of(std::string_view("/\0", 2)) != std::string::npos) return {};
     if (hasExtension(name)) return {std::move(name)};
     return {name + std::string(extension), std::move(name)};
 }

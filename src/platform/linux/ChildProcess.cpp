@@ -42,6 +42,7 @@ std::vector<char*> environmentFor(const ChildProcess::Start& start) {
 /// 0 and the child's number, or an errno. The main queue blocks signals, which a child would inherit.
 int spawn(const ChildProcess::Start& start, int standardInput, pid_t& child) {
     std::vector<char*> arguments;
+    arguments.reserve(start.command.size() + 1);
     for (const std::string& argument : start.command) {
         arguments.push_back(const_cast<char*>(argument.c_str()));
     }
@@ -83,7 +84,7 @@ bool reapWhenEnded(sd_event* loop, pid_t number, int process) {
     sd_event_source* source = nullptr;
     if (sd_event_add_io(loop, &source, child->process.get(), EPOLLIN, reap, child.get()) < 0) return false;
     sd_event_source_set_destroy_callback(source, [](void* data) { delete static_cast<Child*>(data); });
-    child.release();
+    (void)child.release();  // now the source's
     sd_event_source_set_floating(source, 1);
     sd_event_source_unref(source);
     return true;

@@ -29,6 +29,7 @@ namespace {
 bool startDetached(const std::vector<std::string>& arguments) {
     std::vector<std::string> copies = arguments;
     std::vector<char*> list;
+    list.reserve(copies.size() + 1);
     for (auto& argument : copies)
         list.push_back(argument.data());
     list.push_back(nullptr);

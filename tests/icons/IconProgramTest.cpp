@@ -1,4 +1,3 @@
-#include <cstring>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <optional>
@@ -13,6 +12,7 @@
 #include "platform/linux/ChildProcess.h"
 #include "platform/linux/EventQueue.h"
 #include "platform/linux/FileDescriptor.h"
+#include "platform/linux/FilePassing.h"
 
 namespace quorvel {
 namespace {
@@ -46,22 +46,7 @@ protected:
         return count == sizeof message ? std::optional(message) : std::nullopt;
     }
 
-    void send(int file) const {
-        char request = 0;
-        iovec part{&request, 1};
-        alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
-        msghdr message{};
-        message.msg_iov = &part;
-        message.msg_iovlen = 1;
-        message.msg_control = control.data();
-        message.msg_controllen = control.size();
-        cmsghdr* const header = CMSG_FIRSTHDR(&message);
-        header->cmsg_level = SOL_SOCKET;
-        header->cmsg_type = SCM_RIGHTS;
-        header->cmsg_len = CMSG_LEN(sizeof(int));
-        std::memcpy(CMSG_DATA(header), &file, sizeof file);
-        ASSERT_EQ(sendmsg(program->socket(), &message, MSG_NOSIGNAL), 1);
-    }
+    void send(int file) const { ASSERT_TRUE(sendFile(program->socket(), file)); }
 
     std::optional<Answer> decode(const std::string& content) const {
         const FileDescriptor file(memfd_create("icon", MFD_CLOEXEC));

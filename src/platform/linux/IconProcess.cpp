@@ -1,13 +1,13 @@
 #include "platform/linux/IconProcess.h"
 
-#include <array>
 #include <cerrno>
-#include <cstring>
 #include <string_view>
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <systemd/sd-event.h>
 #include <utility>
+
+#include "platform/linux/FilePassing.h"
 
 namespace quorvel {
 
@@ -18,28 +18,6 @@ using icons::Answer;
 /// A decoder has no use for who the user is, where the session is, and what else the environment tells.
 bool isForDecoder(std::string_view variable) {
     return variable.starts_with("LD_LIBRARY_PATH=");
-}
-
-/// One byte with an open file, as the decoder reads it. False, with errno, when it could not be sent.
-bool sendFile(int socket, int file) {
-    char request = 0;
-    iovec part{&request, 1};
-    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof file)> control{};
-    msghdr message{};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    message.msg_control = control.data();
-    message.msg_controllen = control.size();
-    cmsghdr* const header = CMSG_FIRSTHDR(&message);
-    header->cmsg_level = SOL_SOCKET;
-    header->cmsg_type = SCM_RIGHTS;
-    header->cmsg_len = CMSG_LEN(sizeof file);
-    std::memcpy(CMSG_DATA(header), &file, sizeof file);
-    ssize_t count = 0;
-    do
-        count = sendmsg(socket, &message, MSG_DONTWAIT | MSG_NOSIGNAL);
-    while (count < 0 && errno == EINTR);
-    return count == 1;
 }
 
 }  // namespace

@@ -41,7 +41,7 @@ int serve(const CommandLine& line) {
     CatalogServer server(endpoints, scenario, record.get(), line.server);
     const auto url = server.start();
     if (!url) return fail(1, url.error());
-    std::cout << *url << std::endl;
+    std::cout << *url << '\n' << std::flush;
 
     int received = 0;
     sigwait(&endSignals, &received);

@@ -9,18 +9,22 @@ namespace quorvel {
 
 namespace {
 
+/// A dumb terminal shows the controls themselves.
+bool knowsControls() {
+    const char* kind = std::getenv("TERM");
+    return kind != nullptr && std::string_view(kind) != "dumb";
+}
+
 /// By the convention of no-color.org, an empty value counts as not set.
 bool userWantsNoColour() {
     const char* noColour = std::getenv("NO_COLOR");
-    const char* kind = std::getenv("TERM");
-    return (noColour != nullptr && noColour[0] != '\0') || kind == nullptr ||
-           std::string_view(kind) == "dumb";
+    return noColour != nullptr && noColour[0] != '\0';
 }
 
 }  // namespace
 
 Terminal describeTerminal(int descriptor) {
-    if (isatty(descriptor) == 0) return {};
+    if (isatty(descriptor) == 0 || !knowsControls()) return {};
     Terminal terminal{.isTerminal = true, .colour = !userWantsNoColour(), .width = std::nullopt};
     winsize size{};
     if (ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) terminal.width = size.ws_col;

@@ -7,6 +7,7 @@ namespace quorvel {
 
 /// What one of the standard streams can show.
 struct Terminal {
+    /// False also for a terminal that knows no controls.
     bool isTerminal = false;
     /// False also when the user set NO_COLOR.
     bool colour = false;

@@ -4,9 +4,11 @@
 #include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <pty.h>
 #include <regex>
 #include <sstream>
 
+#include "support/ForkedChild.h"
 #include "support/Process.h"
 #include "support/TemporaryFolder.h"
 
@@ -49,11 +51,35 @@ protected:
         return server->readLine();
     }
 
-    Process::Result run(std::vector<std::string> options) const {
+    std::vector<std::string> command(std::vector<std::string> options) const {
         options.insert(options.begin(), check);
         options.insert(options.end(), {"--root", (folder.path / "Applications").string(), "--data-dir",
                                        (folder.path / "data").string(), "--os-version", "14.5.0"});
-        return Process(std::move(options)).finish();
+        return options;
+    }
+
+    Process::Result run(std::vector<std::string> options) const {
+        return Process(command(std::move(options))).finish();
+    }
+
+    /// All that is written where both streams are a terminal.
+    std::string runOnTerminal(unsigned short columns, std::vector<std::string> options) const {
+        auto words = command(std::move(options));
+        std::vector<char*> list;
+        for (auto& word : words)
+            list.push_back(word.data());
+        list.push_back(nullptr);
+        const winsize size{.ws_row = 24, .ws_col = columns, .ws_xpixel = 0, .ws_ypixel = 0};
+        int terminal = -1;
+        const pid_t child = forkpty(&terminal, nullptr, nullptr, &size);
+        if (child == 0) {
+            execv(list[0], list.data());
+            _exit(127);
+        }
+        const std::string output = forkedChild::readToEnd(terminal);
+        close(terminal);
+        waitpid(child, nullptr, 0);
+        return output;
     }
 
     /// The paths below /v1 that the catalog was asked for, in order.
@@ -177,6 +203,27 @@ TEST_F(CheckProgramTest, saysWhoCouldNotBeReached) {
     EXPECT_TRUE(folder.read("data/error.log").contains("Chunk 1/1 failed: Could not connect to 127.0.0.1:1"));
 }
 
+TEST_F(CheckProgramTest, onATerminalShowsHowFarItIsAndCutsItsTableToFit) {
+    struct Row {
+        const char *terminal, *noColour;
+        bool isColoured, hasControls;
+    };
+    const Row rows[] = {{"xterm", nullptr, true, true},
+                        {"xterm", "1", false, true},
+                        {"xterm", "", true, true},
+                        {"dumb", nullptr, false, false}};
+    installApps(201);
+    const auto url = startCatalog(201);
+    for (const auto& [terminal, noColour, isColoured, hasControls] : rows) {
+        setenv("TERM", terminal, 1);
+        noColour == nullptr ? unsetenv("NO_COLOR") : setenv("NO_COLOR", noColour, 1);
+        const auto output = runOnTerminal(20, {"--catalog", url});
+        EXPECT_EQ(output.contains("\r\x1b[KAsking the catalog: 2 of 2"), hasControls) << output;
+        EXPECT_EQ(output.contains("\x1b[1;32m"), isColoured) << output;
+        EXPECT_EQ(output.contains("…"), hasControls) << output;
+    }
+}
+
 TEST_F(CheckProgramTest, worksWithoutAStorageFolder) {
     installApps(1);
     folder.write("data", "a file where the folder should be");
@@ -196,6 +243,7 @@ TEST_F(CheckProgramTest, refusesWrongUsageWithAReason) {
         {{"--al"}, "unknown argument --al"},
         {{"file"}, "unknown argument file"},
         {{"--os-version", "14.x"}, "--os-version: 14.x is not of the form X.Y.Z."},
+        {{"--os-version", "14.5.0.1"}, "--os-version: 14.5.0.1 is not of the form X.Y.Z."},
         {{"--catalog", "ftp://x"}, "--catalog: ftp://x is no https or http address."},
         {{"--root", "/nowhere/at/all"}, "--root: there is no folder /nowhere/at/all."},
         {{"--data-dir="}, "--data-dir needs a value."},

@@ -11,12 +11,9 @@ nlohmann::json load(const std::filesystem::path& url) {
 }
 
 bool save(const std::filesystem::path& url, const nlohmann::ordered_json& value) {
-    try {
-        return files::writeAtomically(url, value.dump());
-    } catch (const nlohmann::json::exception&) {
-        // A text that is not valid UTF-8 cannot be written as JSON.
-        return false;
-    }
+    // JSON has no other texts than UTF-8.
+    constexpr auto repaired = nlohmann::ordered_json::error_handler_t::replace;
+    return files::writeAtomically(url, value.dump(-1, ' ', /*ensure_ascii=*/false, repaired));
 }
 
 }  // namespace quorvel::storedJson

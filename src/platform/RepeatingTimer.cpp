@@ -17,10 +17,6 @@ RepeatingTimer::RepeatingTimer(Queue& queue, std::chrono::nanoseconds interval, 
 
 RepeatingTimer::~RepeatingTimer() = default;
 
-void RepeatingTimer::invalidate() {
-    state.reset();
-}
-
 void RepeatingTimer::schedule(const std::shared_ptr<State>& state) {
     state->queue.postAfter(state->interval, [weakState = std::weak_ptr(state)] {
         const auto alive = weakState.lock();

@@ -8,7 +8,7 @@
 
 namespace quorvel {
 
-/// Runs its block every `interval` until it is invalidated or destroyed. Time that the machine spends asleep
+/// Runs its block every `interval` until it is destroyed. Time that the machine spends asleep
 /// counts as the queue's delays count it; several periods missed during sleep run the block once. The queue's
 /// own thread.
 class RepeatingTimer {
@@ -17,8 +17,6 @@ public:
     ~RepeatingTimer();
     RepeatingTimer(const RepeatingTimer&) = delete;
     RepeatingTimer& operator=(const RepeatingTimer&) = delete;
-
-    void invalidate();
 
 private:
     struct State;

@@ -9,6 +9,7 @@
 #include "persistence/PersistenceManager.h"
 #include "persistence/SettingsStore.h"
 #include "platform/Files.h"
+#include "support/ForkedChild.h"
 #include "support/TemporaryFolder.h"
 
 namespace quorvel {
@@ -42,6 +43,28 @@ TEST_F(StoresTest, makesItsFolderForTheOwnerAloneAndADifferentOneForEachBase) {
     const std::regex name("quorvel-[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}");
     EXPECT_TRUE(std::regex_match(first.appSupportURL.filename().string(), name)) << first.appSupportURL;
     EXPECT_TRUE(std::filesystem::is_directory(first.appSupportURL));
+}
+
+TEST_F(StoresTest, storesATextThatIsNoTextWithWhatIsWrongReplaced) {
+    IgnoredVersionsStore(persistence).ignore("2\xff.0", "Editor", "com.example.editor");
+    EXPECT_EQ(IgnoredVersionsStore(persistence).load().at("com.example.editor").version, "2\uFFFD.0");
+}
+
+/// By the XDG base directory rules.
+TEST_F(StoresTest, liesBesideTheUsersOtherData) {
+    const auto report = runInChild([this] {
+        const auto home = folder.path / "home", data = folder.path / "data";
+        setenv("HOME", home.c_str(), 1);
+        for (const auto& [named, expected] :
+             {std::pair{data, data / "quorvel"}, {"relative", home / ".local/share/quorvel"}}) {
+            setenv("XDG_DATA_HOME", named.c_str(), 1);
+            EXPECT_EQ(PersistenceManager().appSupportURL, expected);
+            EXPECT_EQ(modeOf(expected), 0700U);
+        }
+        unsetenv("XDG_DATA_HOME");
+        EXPECT_EQ(PersistenceManager().appSupportURL, home / ".local/share/quorvel");
+    });
+    EXPECT_EQ(report.failure, "");
 }
 
 TEST_F(StoresTest, writesTheFilesThatReadersExpectForTheOwnerAlone) {

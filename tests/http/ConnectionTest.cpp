@@ -76,15 +76,18 @@ TEST(Connection, carriesARequestTwiceOnlyWhenAllowedAndNoByteOfAnAnswerCame) {
         {"never, after an end", Resend::never, dies, "connectionLost", 2, 2},
         {"never, after a reset", Resend::never, resets, "connectionLost", 2, 2},
     };
-    for (const auto& row : cases) {
-        ScriptedServer server({ScriptedServer::answer("1"), row.second, ScriptedServer::answer("3")});
-        CurlSession session;
-        ASSERT_EQ(text(exchange(session, post(server.url("/")))), "200 1") << row.name;
-        const std::string outcome = text(exchange(session, post(server.url("/"), "{}", row.resend)));
-        EXPECT_EQ(outcome.substr(0, outcome.find(':')), row.outcome) << row.name;
-        EXPECT_EQ(server.requests().size(), row.requests) << row.name;
-        if (row.connections) {
-            EXPECT_EQ(server.connections(), *row.connections) << row.name;
+    for (const int family : {AF_INET, AF_INET6}) {
+        for (const auto& row : cases) {
+            ScriptedServer server({ScriptedServer::answer("1"), row.second, ScriptedServer::answer("3")},
+                                  Greeting::serve, {}, family);
+            CurlSession session;
+            ASSERT_EQ(text(exchange(session, post(server.url("/")))), "200 1") << row.name;
+            const std::string outcome = text(exchange(session, post(server.url("/"), "{}", row.resend)));
+            EXPECT_EQ(outcome.substr(0, outcome.find(':')), row.outcome) << row.name;
+            EXPECT_EQ(server.requests().size(), row.requests) << row.name;
+            if (row.connections) {
+                EXPECT_EQ(server.connections(), *row.connections) << row.name;
+            }
         }
     }
 }

@@ -63,6 +63,32 @@ TEST(PaintedMenuTest, showsEveryKindOfItemAsItIs) {
         << "the second line has its room";
 }
 
+/// How many lines of something lie one below the other, at the left of `place`.
+int linesIn(const QImage& image, const QRect& place) {
+    int lines = 0;
+    bool wasBlank = true;
+    for (int y = place.top() + 2; y <= place.bottom() - 2; ++y) {
+        bool isBlank = true;
+        for (int x = place.left() + 4; x < place.left() + place.width() / 2; ++x)
+            isBlank = isBlank && image.pixel(x, y) == image.pixel(place.right() - 4, y);
+        lines += wasBlank && !isBlank ? 1 : 0;
+        wasBlank = isBlank;
+    }
+    return lines;
+}
+
+TEST(PaintedMenuTest, drawsATitleOfTwoLinesOneBelowTheOther) {
+    PaintedMenu menu([](std::uint64_t) {});
+    menu.setContent({{item(1, "HHHHHHHHHHHHHHHH\nHHHH"), item(2, "HHHH")}});
+    const auto actions = menu.actions();
+    for (QAction* const selected : {actions[1], actions[0]}) {
+        menu.setActiveAction(selected);
+        const QImage image = menu.grab().toImage();
+        EXPECT_EQ(linesIn(image, menu.actionGeometry(actions[0])), 2) << (selected == actions[0]);
+        EXPECT_EQ(linesIn(image, menu.actionGeometry(actions[1])), 1) << (selected == actions[1]);
+    }
+}
+
 /// The painter, what it reports, and the user who sees the menu.
 class PaintedPopUpTest : public testing::Test {
 protected:

@@ -186,7 +186,24 @@ TEST_F(PaintedWindowTest, theFocusStartsAtWhatScrollsElseBeforeTheFirstLink) {
     EXPECT_EQ(open(ignoredVersions())->focusWidget()->metaObject()->className(), std::string("QTableView"));
     const auto window = open(about());
     QTest::keyClick(window.get(), Qt::Key_Tab);
-    EXPECT_EQ(QApplication::focusWidget(), child<QAbstractButton>(*window, 0));
+    auto* const link = child<QAbstractButton>(*window, 0);
+    EXPECT_EQ(QApplication::focusWidget(), link);
+    const QImage reachedByKey = link->grab().toImage();
+    window->setFocus();
+    link->setFocus(Qt::MouseFocusReason);
+    EXPECT_NE(link->grab().toImage(), reachedByKey) << "only who uses keys needs to see the focus";
+}
+
+TEST_F(PaintedWindowTest, anAlertShowsAllOfALongTextAndStillFitsTheScreen) {
+    std::string lines;
+    for (int line = 0; line < 300; ++line)
+        lines += "#" + std::to_string(line) + " <b>somewhere</b>\n";
+    AlertBox alert("It happened.", lines);
+    const auto details = alert.findChildren<QPlainTextEdit*>();
+    ASSERT_EQ(details.size(), 1);
+    EXPECT_EQ(details[0]->toPlainText().toStdString(), lines);
+    EXPECT_LT(alert.sizeHint().height(), 400);
+    EXPECT_TRUE(AlertBox("It happened.", "At once.").findChildren<QPlainTextEdit*>().isEmpty());
 }
 
 TEST_F(PaintedWindowTest, theTableShowsItsRowsEachOnOneLine) {

@@ -204,7 +204,8 @@ TEST(PainterMessagesTest, refusesAWindowWithOneThingWrong) {
 
 TEST(PainterMessagesTest, refusesATrayIconWithOneThingWrong) {
     expectRefused(encode(ShowTrayIcon{7, picture(), "Quorvel", everyItem()}),
-                  {{"\"type\":\"separator\"", "\"type\":\"line\""},
+                  {{"\"type\":\"showTrayIcon\"", "\"type\":\"showTray\""},
+                   {"\"type\":\"separator\"", "\"type\":\"line\""},
                    {"\"isEnabled\":true", "\"isEnabled\":1"},
                    {"\"isTemplate\":true", "\"isTemplate\":\"true\""},
                    {"\"state\":\"on\"", "\"state\":\"mixed\""},

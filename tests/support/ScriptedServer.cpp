@@ -53,20 +53,30 @@ std::optional<std::size_t> requestLength(std::string_view bytes) {
 
 }  // namespace
 
-ScriptedServer::ScriptedServer(std::vector<Reply> replies, Greeting how, Wrap with)
-    : greeting(how), wrap(std::move(with)), script(std::move(replies)) {
+ScriptedServer::ScriptedServer(std::vector<Reply> replies, Greeting how, Wrap with, int family)
+    : host(family == AF_INET6 ? "[::1]" : "127.0.0.1"),
+      greeting(how),
+      wrap(std::move(with)),
+      script(std::move(replies)) {
     if (!wrap) wrap = [](int socket) { return std::make_unique<PlainStream>(socket); };
-    listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    listener = ::socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    // The port, which the kernel chooses, stands at the same place in both.
+    union {
+        sockaddr_in6 six;
+        sockaddr_in four;
+    } address{};
+    address.six.sin6_family = static_cast<sa_family_t>(family);
+    if (family == AF_INET6)
+        address.six.sin6_addr = in6addr_loopback;
+    else
+        address.four.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t length = sizeof address;
     auto* const general = reinterpret_cast<sockaddr*>(&address);
     if (bind(listener, general, length) != 0 || listen(listener, 64) != 0 ||
         getsockname(listener, general, &length) != 0) {
         throw std::runtime_error("no server on loopback");
     }
-    portNumber = ntohs(address.sin_port);
+    portNumber = ntohs(address.four.sin_port);
     acceptor = std::thread([this] { acceptAll(); });
 }
 
@@ -93,7 +103,7 @@ ScriptedServer::Reply ScriptedServer::answer(std::string_view body, std::string_
 }
 
 std::string ScriptedServer::url(std::string_view path, std::string_view scheme) const {
-    return std::string(scheme) + "://127.0.0.1:" + std::to_string(portNumber) + std::string(path);
+    return std::string(scheme) + "://" + host + ":" + std::to_string(portNumber) + std::string(path);
 }
 
 std::vector<std::string> ScriptedServer::requests() const {

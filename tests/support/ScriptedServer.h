@@ -9,6 +9,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <sys/socket.h>
 #include <thread>
 #include <vector>
 
@@ -60,7 +61,8 @@ public:
     /// Makes the stream of an accepted socket; null when its handshake failed. The socket stays the server's.
     using Wrap = std::function<std::unique_ptr<Stream>(int socket)>;
 
-    explicit ScriptedServer(std::vector<Reply> script, Greeting greeting = Greeting::serve, Wrap wrap = {});
+    explicit ScriptedServer(std::vector<Reply> script, Greeting greeting = Greeting::serve, Wrap wrap = {},
+                            int family = AF_INET);
     ~ScriptedServer();
     ScriptedServer(const ScriptedServer&) = delete;
     ScriptedServer& operator=(const ScriptedServer&) = delete;
@@ -89,6 +91,7 @@ private:
 
     int listener = -1;
     int portNumber = 0;
+    std::string host;
     Greeting greeting;
     Wrap wrap;
     mutable std::mutex mutex;

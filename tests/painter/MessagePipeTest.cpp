@@ -1,0 +1,47 @@
+#include <QTest>
+#include <array>
+#include <gtest/gtest.h>
+#include <optional>
+#include <string>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "painter/MessagePipe.h"
+
+namespace quorvel::painter {
+namespace {
+
+/// How a painter that is told this ends, and how many requests it has heard before.
+TEST(MessagePipeTest, endsWithAReasonAtWhatItDoesNotUnderstand) {
+    const std::string hello = encode(Request(Hello{})) + "\n", hide = encode(Request(HideTrayIcon{})) + "\n";
+    const std::string other = "The program does not begin with a hello of this version.";
+    struct Row {
+        const char* name;
+        std::string told, reason;
+        int heard;
+    };
+    const Row rows[] = {{"nothing more", hello + hide, "", 2},
+                        {"half a request", hello + hide.substr(0, 9), "", 1},
+                        {"no hello", hide, other, 0},
+                        {"another hello", hello + hide + hello, other, 2},
+                        {"of a newer version", "{\"type\":\"hello\",\"version\":1000}\n", other, 0},
+                        {"no request", hello + "\n" + hide, "The message is not JSON.", 1}};
+    for (const auto& [name, told, reason, heard] : rows) {
+        std::array<int, 2> ends{};
+        ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
+        int requests = 0;
+        std::optional<std::string> ended;
+        MessagePipe pipe(
+            ends[0], [&](const Request&) { ++requests; }, [&](const std::string& why) { ended = why; });
+        ASSERT_EQ(write(ends[1], told.data(), told.size()), static_cast<ssize_t>(told.size()));
+        shutdown(ends[1], SHUT_WR);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return ended.has_value(); })) << name;
+        EXPECT_EQ(ended, reason) << name;
+        EXPECT_EQ(requests, heard) << name;
+        close(ends[0]);
+        close(ends[1]);
+    }
+}
+
+}  // namespace
+}  // namespace quorvel::painter

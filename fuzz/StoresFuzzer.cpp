@@ -59,10 +59,9 @@ void checkIgnoredVersions(const PersistenceManager& folder, std::string_view byt
     const auto version = fuzz::takeUpTo("|", texts);
     const auto appName = fuzz::takeUpTo("|", texts);
     store.ignore(version, appName, texts);
-    if (text::isValidUtf8(version) && text::isValidUtf8(appName) && text::isValidUtf8(texts))
-        entries.insert_or_assign(std::string(texts),
-                                 IgnoredEntry{std::string(appName), std::string(version)});
-    require(store.load() == entries, "what is ignored is added, or, malformed, changes nothing");
+    entries.insert_or_assign(text::repairedUtf8(texts),
+                             IgnoredEntry{text::repairedUtf8(appName), text::repairedUtf8(version)});
+    require(store.load() == entries, "what is ignored is added, with what is malformed in it replaced");
     store.removeAll();
     require(store.load().empty(), "none is left after a reset");
 }

@@ -2,6 +2,7 @@
 
 #include "persistence/StoredJson.h"
 #include "platform/Files.h"
+#include "platform/Text.h"
 
 namespace quorvel {
 
@@ -44,7 +45,9 @@ void IgnoredVersionsStore::ignore(std::string_view version, std::string_view app
     // Held over the read too, so that an entry of another process is not lost between the two.
     const files::FolderLock lock(url.parent_path());
     IgnoredVersions entries = load();
-    entries.insert_or_assign(std::string(bundleID), IgnoredEntry{std::string(appName), std::string(version)});
+    // As they are stored, so that the earlier entry is found by the same identifier.
+    entries.insert_or_assign(text::repairedUtf8(bundleID),
+                             IgnoredEntry{text::repairedUtf8(appName), text::repairedUtf8(version)});
     write(url, entries);
 }
 

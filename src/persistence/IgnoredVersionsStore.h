@@ -29,7 +29,8 @@ public:
     /// Empty when the file is missing or any part of it is malformed.
     IgnoredVersions load() const;
 
-    /// Replaces an earlier entry of the same application. A failure is silent.
+    /// Replaces an earlier entry of the same application. What is malformed in a text is replaced. A failure
+    /// is silent.
     void ignore(std::string_view version, std::string_view appName, std::string_view bundleID) const;
 
     void removeAll() const;

@@ -46,8 +46,10 @@ TEST_F(StoresTest, makesItsFolderForTheOwnerAloneAndADifferentOneForEachBase) {
 }
 
 TEST_F(StoresTest, storesATextThatIsNoTextWithWhatIsWrongReplaced) {
-    IgnoredVersionsStore(persistence).ignore("2\xff.0", "Editor", "com.example.editor");
-    EXPECT_EQ(IgnoredVersionsStore(persistence).load().at("com.example.editor").version, "2\uFFFD.0");
+    const IgnoredVersionsStore store(persistence);
+    store.ignore("1.0", "Editor", "com.example.\x80");
+    store.ignore("2\xff.0", "Edi\xfftor", "com.example.\x80");
+    EXPECT_EQ(store.load(), (IgnoredVersions{{"com.example.\uFFFD", {"Edi\uFFFDtor", "2\uFFFD.0"}}}));
 }
 
 /// By the XDG base directory rules.

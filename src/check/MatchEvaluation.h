@@ -23,7 +23,7 @@ struct SkippedApp {
     /// One of the texts below.
     std::string reason;
     /// Where the bundle lies: two copies of one application differ in nothing else.
-    std::filesystem::path path;
+    std::string path;
 };
 
 /// What the reasons of skipped applications are, or how they begin.

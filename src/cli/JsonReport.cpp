@@ -27,7 +27,7 @@ Json updateList(const std::vector<AppUpdate>& updates) {
     for (const auto& update : updates) {
         list.push_back({{"name", update.app.name},
                         {"bundle_identifier", update.app.bundleID},
-                        {"path", update.app.path.string()},
+                        {"path", update.app.path},
                         {"installed_version", update.app.version},
                         {"available_version", update.latestVersion},
                         {"catalog_id", update.obAppId},
@@ -42,7 +42,7 @@ Json skippedList(const std::vector<SkippedApp>& skipped) {
     for (const auto& app : skipped) {
         list.push_back({{"name", app.name},
                         {"bundle_identifier", app.bundleID},
-                        {"path", app.path.string()},
+                        {"path", app.path},
                         {"installed_version", app.version},
                         {"reason", app.reason}});
     }

@@ -46,7 +46,7 @@ std::optional<std::string> nonEmpty(std::optional<std::string>& text) {
 }
 
 ScanIssue issueWith(const BundleWalk::Bundle& bundle, std::string name, std::string reason) {
-    return {std::move(name), text::repairedUtf8(bundle.path.native()), std::move(reason)};
+    return {std::move(name), text::repairedUtf8(bundle.path), std::move(reason)};
 }
 
 /// Adds the bundle to the applications, or to the issues when it has no version.

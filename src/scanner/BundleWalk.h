@@ -1,7 +1,6 @@
 #pragma once
 
 #include <dirent.h>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,7 +20,7 @@ public:
         int folder;
         std::string name;
         /// May be longer than the system takes a path.
-        std::filesystem::path path;
+        std::string path;
     };
 
     /// `root`: an absolute path. One that is no folder has no bundles.

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <filesystem>
 #include <string>
 
 #include "platform/BundleIcon.h"
@@ -14,7 +13,8 @@ struct InstalledApp {
     std::string bundleID;
     /// Never empty; as the bundle has it, untrimmed.
     std::string version;
-    std::filesystem::path path;
+    /// Of the bundle's folder, as the file system has it: the one text that may be no UTF-8.
+    std::string path;
     BundleIcon icon;
 };
 

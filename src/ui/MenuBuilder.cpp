@@ -196,7 +196,7 @@ std::shared_ptr<const Menu> MenuBuilder::buildMenu(
 std::shared_ptr<const Menu> MenuBuilder::buildUpdateSubmenu(const MenuContext& context,
                                                             const AppUpdate& update,
                                                             const UpdateAction& onIgnore) {
-    // Shared by the items: a menu can list hundreds of updates, and a path alone takes 300 bytes.
+    // Shared by the items: a menu can list hundreds of updates.
     const auto shared = std::make_shared<const AppUpdate>(update);
     const auto link = [&](std::string title, std::string (*url)(const AppUpdate&)) {
         return makeActionItem(std::move(title), [&workspace = context.workspace, shared, url] {

@@ -34,7 +34,7 @@ protected:
         arrival = icons->onArrival([this](const auto& some) {
             auto& names = arrivals.emplace_back();
             for (const auto& icon : some)
-                names.push_back(icon.bundle.filename());
+                names.push_back(std::filesystem::path(icon.bundle).filename());
         });
     }
     void openFake(const IconLimits& limits = {}, const std::string& start = "") {

@@ -62,8 +62,8 @@ Inventory scanned(std::vector<fs::path> roots, std::optional<std::string> ownIde
 std::multiset<std::string> lines(const Inventory& inventory, const fs::path& folder) {
     std::multiset<std::string> result;
     for (const auto& app : inventory.apps) {
-        result.insert(app.path.lexically_relative(folder).string() + ": " + app.name + "|" + app.bundleID +
-                      "|" + app.version);
+        result.insert(fs::path(app.path).lexically_relative(folder).string() + ": " + app.name + "|" +
+                      app.bundleID + "|" + app.version);
     }
     for (const auto& issue : inventory.issues) {
         result.insert(fs::path(issue.path).lexically_relative(folder).string() + ": " + issue.appName + ", " +
@@ -353,7 +353,7 @@ TEST(AppScannerService, findsTheBundlesOnBothSidesOfEveryNestedFolder) {
     EXPECT_TRUE(inventory.issues.empty());
     std::set<std::string> paths;
     for (const auto& app : inventory.apps)
-        paths.insert(app.path.string());
+        paths.insert(app.path);
     EXPECT_EQ(paths.size(), inventory.apps.size()) << "a path is wrong or comes twice";
 }
 

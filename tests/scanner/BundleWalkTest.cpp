@@ -50,7 +50,7 @@ std::array<std::size_t, chainDepth + 1> foundWhileChanging(
     bool isChanged = false;
     BundleWalk walk(folder.path.string());
     while (const auto bundle = walk.next()) {
-        const auto relative = bundle->path.lexically_relative(folder.path);
+        const auto relative = fs::path(bundle->path).lexically_relative(folder.path);
         const auto level = static_cast<std::size_t>(std::distance(relative.begin(), relative.end()) - 1);
         ++found.at(level);
         if (level == chainDepth && !isChanged) change(folder.path);
@@ -84,7 +84,7 @@ TEST(BundleWalk, passesOverAFolderThatHasVanished) {
     BundleWalk walk(folder.path.string());
     const auto first = walk.next();
     ASSERT_TRUE(first.has_value());
-    const std::string left = first->path.parent_path().filename().string();
+    const std::string left = fs::path(first->path).parent_path().filename().string();
     const std::string vanished = left == "b" ? "a" : "b";
     fs::remove_all(folder.path / vanished);
     std::set<std::string> expected{"a", "b", "c"};
@@ -92,7 +92,7 @@ TEST(BundleWalk, passesOverAFolderThatHasVanished) {
     expected.erase(vanished);
     std::set<std::string> later;
     while (const auto bundle = walk.next())
-        later.insert(bundle->path.parent_path().filename().string());
+        later.insert(fs::path(bundle->path).parent_path().filename().string());
     EXPECT_EQ(later, expected);
 }
 

@@ -11,8 +11,6 @@
 
 namespace quorvel {
 
-namespace fs = std::filesystem;
-
 std::vector<std::string> iconDecoderCommand() {
     return {helperProgram("quorvel-icons")};
 }
@@ -33,7 +31,7 @@ void BundleIcons::setListed(const std::vector<BundleIcon>& icons) {
     // Whoever shows the new menu asks for all of its pictures.
     gathered.clear();
     const bool wasIdle = !current && stillWaiting.empty();
-    const std::set<fs::path> undecided(stillWaiting.begin(), stillWaiting.end());
+    const std::set<std::string> undecided(stillWaiting.begin(), stillWaiting.end());
     for (const auto& [bundle] : icons) {
         const auto known = before.find(bundle);
         const bool isKnown = known != before.end();
@@ -117,8 +115,7 @@ void BundleIcons::ended(const std::string& reason) {
     ++lost;
     const auto bundle = std::exchange(current, std::nullopt);
     std::cerr << "quorvel: The decoder of icons is gone"
-              << (bundle ? " over " + onOneLine(text::repairedUtf8(bundle->string())) : "") << ". " << reason
-              << '\n';
+              << (bundle ? " over " + onOneLine(text::repairedUtf8(*bundle)) : "") << ". " << reason << '\n';
     if (!wasReady) return giveUp();
     if (bundle) harmful.insert(*bundle);
     decodeNext();
@@ -130,7 +127,7 @@ void BundleIcons::giveUp() {
     decodeNext();
 }
 
-void BundleIcons::gather(const fs::path& bundle) {
+void BundleIcons::gather(const std::string& bundle) {
     gathered.push_back({bundle});
     if (gathered.size() > 1) return;
     queue.postAfter(limits.gathering, [this, weak = std::weak_ptr(present)] {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <deque>
-#include <filesystem>
 #include <map>
 #include <memory>
 #include <optional>
@@ -46,7 +45,7 @@ private:
     void decoded(const std::optional<icons::Pixels>& pixels);
     void ended(const std::string& reason);
     void giveUp();
-    void gather(const std::filesystem::path& bundle);
+    void gather(const std::string& bundle);
     void announce();
 
     EventQueue& queue;
@@ -54,13 +53,13 @@ private:
     const IconLimits limits;
 
     /// By bundle, what is listed; an empty file stands for no picture.
-    std::map<std::filesystem::path, Png> pngs;
+    std::map<std::string, Png> pngs;
     /// In the order in which they are listed.
-    std::deque<std::filesystem::path> waiting;
+    std::deque<std::string> waiting;
     /// What the decoder is at.
-    std::optional<std::filesystem::path> current;
+    std::optional<std::string> current;
     /// Bundles whose icons have ended a decoder.
-    std::set<std::filesystem::path> harmful;
+    std::set<std::string> harmful;
     int lost = 0;
 
     /// What has come and is not announced yet.

@@ -156,7 +156,7 @@ std::vector<BundleIcon> MenuLayout::images() const {
 }
 
 std::vector<MenuLayout::Id> MenuLayout::itemsWith(const std::vector<BundleIcon>& images) const {
-    std::set<std::filesystem::path> bundles;
+    std::set<std::string_view> bundles;
     for (const auto& image : images)
         bundles.insert(image.bundle);
     std::vector<Id> ids;

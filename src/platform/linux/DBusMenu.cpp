@@ -25,11 +25,15 @@ void append(sd_bus_message* message, const MenuProperty::Shortcut& shortcut) {
 }
 
 void append(sd_bus_message* message, const MenuProperty::Value& value) {
-    const auto variant = [message](const char* type, auto... arguments) {
-        require(sd_bus_message_append(message, "v", type, arguments...));
+    const auto variant = [message](const char* type, const void* basic) {
+        appendContainer(message, 'v', type,
+                        [&] { require(sd_bus_message_append_basic(message, *type, basic)); });
     };
-    if (const auto* truth = std::get_if<bool>(&value)) return variant("b", *truth ? 1 : 0);
-    if (const auto* number = std::get_if<std::int32_t>(&value)) return variant("i", *number);
+    if (const auto* truth = std::get_if<bool>(&value)) {
+        const int wide = *truth ? 1 : 0;
+        return variant("b", &wide);
+    }
+    if (const auto* number = std::get_if<std::int32_t>(&value)) return variant("i", number);
     if (const auto* text = std::get_if<std::string>(&value)) return variant("s", text->c_str());
     if (const auto* shortcut = std::get_if<MenuProperty::Shortcut>(&value))
         return appendContainer(message, 'v', "aas", [&] { append(message, *shortcut); });
@@ -45,7 +49,7 @@ void append(sd_bus_message* message, const MenuProperties& properties,
         for (const auto& property : properties) {
             if (!names.empty() && std::ranges::find(names, property.name) == names.end()) continue;
             appendContainer(message, 'e', "sv", [&] {
-                require(sd_bus_message_append(message, "s", property.name.data()));
+                require(sd_bus_message_append_basic(message, 's', property.name.data()));
                 append(message, property.value);
             });
         }
@@ -56,7 +60,7 @@ void append(sd_bus_message* message, const MenuProperties& properties,
 void append(sd_bus_message* message, const MenuLayout& layout, Id id, std::int32_t depth,
             const std::vector<std::string>& names) {
     appendContainer(message, 'r', "ia{sv}av", [&] {
-        require(sd_bus_message_append(message, "i", id));
+        require(sd_bus_message_append_basic(message, 'i', &id));
         append(message, layout.properties(id), names);
         appendContainer(message, 'a', "v", [&] {
             if (depth == 0) return;

@@ -28,4 +28,4 @@ build_packages=(g++ cmake ninja-build pkg-config ccache libexpat1-dev libicu-dev
     libssl-dev libsystemd-dev libpng-dev libseccomp-dev librsvg2-bin nlohmann-json3-dev libcpp-httplib-dev libbenchmark-dev
     ca-certificates qt6-base-dev)
 test_packages=(git libgtest-dev clang-format-19 clang-tidy-19 clang-19 libclang-rt-19-dev python3 iproute2 dbus xvfb
-    xfce4-panel trayer xdotool xclip imagemagick appstream desktop-file-utils groff-base systemd)
+    xfce4-panel trayer weston qt6-wayland xdotool xclip imagemagick appstream desktop-file-utils groff-base systemd)

@@ -17,10 +17,15 @@ public:
     /// Also while it is open, where it then changes in its place.
     void setContent(const MenuContent& content);
 
+    /// Where the pointer is; on Wayland, where no program is told that, as a window without a frame where the
+    /// compositor places it.
+    void popUp();
+
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void closeWithFocus();
     void fill(QMenu& menu, const std::vector<MenuContent::Item>& items);
     QAction* add(QMenu& menu, const MenuContent::Item& item);
 

@@ -1,7 +1,6 @@
 #include "painter/Painter.h"
 
 #include <QClipboard>
-#include <QCursor>
 #include <QGuiApplication>
 #include <algorithm>
 #include <utility>
@@ -125,15 +124,8 @@ void Painter::perform(const PopUpMenu& request) {
     QObject::connect(popUp.menu.get(), &QMenu::aboutToHide, &end, [this, number = request.popUp] {
         QTimer::singleShot(0, &end, [this, number] { menuClosed(number); });
     });
-    // A compositor that knows no menus without a window shows an ordinary window, whose only sign of a click
-    // elsewhere this is.
-    QObject::connect(qGuiApp, &QGuiApplication::applicationStateChanged, popUp.menu.get(),
-                     [menu = popUp.menu.get()](Qt::ApplicationState state) {
-                         if (state == Qt::ApplicationInactive) menu->close();
-                     });
     useActivationToken(request.activationToken);
-    popUp.menu->popup(QCursor::pos());
-    popUp.menu->activateWindow();
+    popUp.menu->popUp();
 }
 
 void Painter::menuClosed(std::uint64_t number) {

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "painter/LeastPower.h"
+#include "painter/MenuStyle.h"
 #include "painter/MessagePipe.h"
 #include "painter/Painter.h"
 #include "platform/ProgramInfo.h"
@@ -57,6 +58,7 @@ int main(int argc, char** argv) {
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setDesktopFileName(programIdentifier());
     QApplication::setWindowIcon(programIcon());
+    QApplication::setStyle(new quorvel::painter::MenuStyle);
 
     using namespace quorvel::painter;
     Painter* brush = nullptr;

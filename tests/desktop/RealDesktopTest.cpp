@@ -2,6 +2,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 
@@ -149,6 +150,27 @@ TEST_F(RealDesktopTest, aSecondStartPopsUpTheMenuAndItsItemOpensItsWindow) {
     VirtualDesktop::type(window("Quorvel"), {"Escape"});
     EXPECT_TRUE(closes("Quorvel"));
     EXPECT_TRUE(closes("About Quorvel"));
+}
+
+/// A compositor closes at once what claims to be the menu of a window that had a key some time ago.
+TEST_F(RealDesktopTest, onWaylandASecondStartPopsUpTheMenuBesideAWindowThatHadAKey) {
+    startCatalog();
+    const auto compositor = VirtualDesktop::startCompositor(folder);
+    ASSERT_TRUE(comesTrue([&] { return exists(folder.path / "wayland-test"); }));
+    startProgram();
+    menuWith("New Versions Available (15)");
+    // The toolkit's own colours of windows and menus.
+    const auto shows = [](const char* colour) { return VirtualDesktop::cornerOf(colour).has_value(); };
+    constexpr const char *window = "#efefef", *menu = "#ffffff";
+    ASSERT_TRUE(choose("About"));
+    ASSERT_TRUE(comesTrue([&] { return shows(window); }));
+    // The compositor counts steps of the pointer, which begin to be the screen's own at an edge.
+    VirtualDesktop::run({"xdotool", "mousemove", "0", "0", "mousemove", "500", "350", "key", "shift"});
+    EXPECT_EQ(Process(command()).finish().status, 0);
+    ASSERT_TRUE(comesTrue([&] { return shows(menu); }));
+    const auto corner = VirtualDesktop::cornerOf(menu).value();
+    VirtualDesktop::click(corner.first + 60, corner.second + 12);
+    EXPECT_TRUE(comesTrue([&] { return checksAsked() == 2 && !shows(menu); }));
 }
 
 TEST_F(RealDesktopTest, aTrayShowsTheItemAgainAfterThePaintersDeathAndUntilAPanelHostsIt) {

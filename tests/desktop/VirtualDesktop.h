@@ -1,12 +1,17 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdio>
 #include <memory>
+#include <optional>
 #include <stdlib.h>
 #include <string>
+#include <sys/stat.h>
+#include <utility>
 #include <vector>
 
 #include "support/Process.h"
+#include "support/TemporaryFolder.h"
 
 namespace quorvel {
 
@@ -15,7 +20,7 @@ namespace quorvel {
 class VirtualDesktop {
 public:
     VirtualDesktop() {
-        for (const char* tool : {"Xvfb", "xfce4-panel", "trayer", "xdotool", "xclip", "import"}) {
+        for (const char* tool : {"Xvfb", "xfce4-panel", "trayer", "xdotool", "xclip", "import", "weston"}) {
             if (run({"which", tool}).status != 0) {
                 reason = std::string(tool) + " is not installed";
                 return;
@@ -32,7 +37,8 @@ public:
         if (home.empty()) throw std::runtime_error("no virtual desktop: " + desktop->finish().errors);
     }
     ~VirtualDesktop() {
-        unsetenv("DISPLAY");
+        for (const char* variable : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "XDG_RUNTIME_DIR"})
+            unsetenv(variable);
         unsetenv("DBUS_SESSION_BUS_ADDRESS");
     }
 
@@ -50,6 +56,35 @@ public:
         return start({"trayer", "--edge", "top", "--align", "left", "--widthtype", "request", "--heighttype",
                       "pixel", "--height", "26", "--transparent", "true", "--alpha", "0", "--tint",
                       "0x202020"});
+    }
+
+    /// A Wayland compositor that fills the screen. What is started afterwards is its client, until the test
+    /// ends.
+    static std::unique_ptr<Process> startCompositor(const TemporaryFolder& folder) {
+        chmod(folder.path.c_str(), 0700);
+        setenv("XDG_RUNTIME_DIR", folder.path.c_str(), 1);
+        folder.write("weston.ini",
+                     "[shell]\npanel-position=none\nstartup-animation=none\n"
+                     "background-color=0xff305070\n");
+        auto compositor = start({"weston", "--backend=x11-backend.so", "--use-pixman", "--width=1000",
+                                 "--height=700", "--idle-time=0", "--socket=wayland-test",
+                                 "--config=" + folder.path.string() + "/weston.ini",
+                                 "--log=" + folder.path.string() + "/weston.log"});
+        setenv("WAYLAND_DISPLAY", "wayland-test", 1);
+        setenv("QT_QPA_PLATFORM", "wayland", 1);
+        return compositor;
+    }
+
+    /// The upper left corner of what has exactly this colour, for ten pixels in both directions and more: no
+    /// text, and no line of an icon.
+    static std::optional<std::pair<int, int>> cornerOf(const std::string& colour) {
+        const auto bounds = run({"convert", "x:root", "-fill", "black", "+opaque", colour, "-morphology",
+                                 "Open", "Square:5", "-format", "%@", "info:-"})
+                                .output;
+        int width = 0, height = 0, x = 0, y = 0;
+        if (std::sscanf(bounds.c_str(), "%dx%d+%d+%d", &width, &height, &x, &y) != 4 || width * height == 0)
+            return std::nullopt;
+        return std::pair(x, y);
     }
 
     static std::unique_ptr<Process> start(std::vector<std::string> words) {

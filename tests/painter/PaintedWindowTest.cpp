@@ -15,6 +15,7 @@
 
 #include "painter/AlertBox.h"
 #include "painter/Looks.h"
+#include "painter/MenuStyle.h"
 #include "painter/PaintedWindow.h"
 
 namespace quorvel::painter {
@@ -27,6 +28,7 @@ public:
         qputenv("QT_QPA_PLATFORM", "offscreen");
         application = std::make_unique<QApplication>(count, arguments.data());
         QApplication::setQuitOnLastWindowClosed(false);
+        QApplication::setStyle(new MenuStyle);
     }
     void TearDown() override { application.reset(); }
 

@@ -160,16 +160,23 @@ TEST_F(RealDesktopTest, onWaylandASecondStartPopsUpTheMenuBesideAWindowThatHadAK
     startProgram();
     menuWith("New Versions Available (15)");
     // The toolkit's own colours of windows and menus.
-    const auto shows = [](const char* colour) { return VirtualDesktop::cornerOf(colour).has_value(); };
+    const auto shows = [](const char* colour) { return VirtualDesktop::placeOf(colour).has_value(); };
     constexpr const char *window = "#efefef", *menu = "#ffffff";
+    const auto click = [](const char* colour, int right, int down) {
+        const auto place = VirtualDesktop::placeOf(colour).value();
+        VirtualDesktop::click(place.first + right, place.second + down);
+    };
     ASSERT_TRUE(choose("About"));
     ASSERT_TRUE(comesTrue([&] { return shows(window); }));
     // The compositor counts steps of the pointer, which begin to be the screen's own at an edge.
     VirtualDesktop::run({"xdotool", "mousemove", "0", "0", "mousemove", "500", "350", "key", "shift"});
     EXPECT_EQ(Process(command()).finish().status, 0);
     ASSERT_TRUE(comesTrue([&] { return shows(menu); }));
-    const auto corner = VirtualDesktop::cornerOf(menu).value();
-    VirtualDesktop::click(corner.first + 60, corner.second + 12);
+    click(window, 0, 0);
+    ASSERT_TRUE(comesTrue([&] { return !shows(menu); }));
+    EXPECT_EQ(Process(command()).finish().status, 0);
+    ASSERT_TRUE(comesTrue([&] { return shows(menu); }));
+    click(menu, 55, 7);
     EXPECT_TRUE(comesTrue([&] { return checksAsked() == 2 && !shows(menu); }));
 }
 

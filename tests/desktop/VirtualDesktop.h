@@ -6,7 +6,6 @@
 #include <optional>
 #include <stdlib.h>
 #include <string>
-#include <sys/stat.h>
 #include <utility>
 #include <vector>
 
@@ -61,7 +60,6 @@ public:
     /// A Wayland compositor that fills the screen. What is started afterwards is its client, until the test
     /// ends.
     static std::unique_ptr<Process> startCompositor(const TemporaryFolder& folder) {
-        chmod(folder.path.c_str(), 0700);
         setenv("XDG_RUNTIME_DIR", folder.path.c_str(), 1);
         folder.write("weston.ini",
                      "[shell]\npanel-position=none\nstartup-animation=none\n"
@@ -75,14 +73,35 @@ public:
         return compositor;
     }
 
-    /// The upper left corner of what has exactly this colour, for ten pixels in both directions and more: no
-    /// text, and no line of an icon.
-    static std::optional<std::pair<int, int>> cornerOf(const std::string& colour) {
-        const auto bounds = run({"convert", "x:root", "-fill", "black", "+opaque", colour, "-morphology",
-                                 "Open", "Square:5", "-format", "%@", "info:-"})
-                                .output;
-        int width = 0, height = 0, x = 0, y = 0;
-        if (std::sscanf(bounds.c_str(), "%dx%d+%d+%d", &width, &height, &x, &y) != 4 || width * height == 0)
+    /// The uppermost point that has exactly this colour for five pixels in all directions: of no text, and of
+    /// no line of an icon.
+    static std::optional<std::pair<int, int>> placeOf(const std::string& colour) {
+        const auto found = run({"convert",
+                                "x:root",
+                                "-fill",
+                                "black",
+                                "+opaque",
+                                colour,
+                                "-fill",
+                                "white",
+                                "-opaque",
+                                colour,
+                                "-colorspace",
+                                "Gray",
+                                "-morphology",
+                                "Erode",
+                                "Square:5",
+                                "-define",
+                                "identify:locate=maximum",
+                                "-define",
+                                "identify:limit=1",
+                                "info:-"})
+                               .output;
+        int brightness = 0, x = 0, y = 0;
+        const auto place = found.find("Gray: ");
+        if (place == std::string::npos ||
+            std::sscanf(found.c_str() + place, "Gray: %d (%*f) %d,%d", &brightness, &x, &y) != 3 ||
+            brightness == 0)
             return std::nullopt;
         return std::pair(x, y);
     }

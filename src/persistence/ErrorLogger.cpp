@@ -19,19 +19,16 @@ void ErrorLogger::log(std::string_view message) const {
 }
 
 void ErrorLogger::appendRaw(std::string_view text) const {
-    const files::FolderLock lock(url.parent_path());
     append(std::string(text) + "\n");
     trim();
 }
 
 void ErrorLogger::resetWithEntry(std::string_view message) const {
-    const files::FolderLock lock(url.parent_path());
     replace(entryLine(message) + "\n");
     trim();
 }
 
 void ErrorLogger::resetWithHeader(std::string_view text) const {
-    const files::FolderLock lock(url.parent_path());
     replace(text.ends_with('\n') ? std::string(text) : std::string(text) + "\n");
 }
 

@@ -12,8 +12,9 @@
 namespace quorvel {
 
 /// A diagnostic log in "error.log", bounded to its last lines. Holds nothing in memory, so that loggers on
-/// one folder agree; each operation takes the folder's lock, so that two processes never mix their lines.
-/// Every file error is swallowed: the entry is lost and the program goes on. Main thread.
+/// one folder agree. Two processes never mix their lines, but one that trims or resets the log can lose a
+/// line that the other appends in that moment. Every file error is swallowed: the entry is lost and the
+/// program goes on. Main thread.
 class ErrorLogger {
 public:
     static constexpr std::size_t defaultMaxLines = 500;

@@ -8,7 +8,6 @@ FirstRunStore::FirstRunStore(const PersistenceManager& persistence)
     : url(persistence.appSupportURL / "isFirstRun.txt") {}
 
 void FirstRunStore::markFirstRun() const {
-    const files::FolderLock lock(url.parent_path());
     files::writeAtomically(url, "");
 }
 

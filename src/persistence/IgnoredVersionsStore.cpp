@@ -1,7 +1,6 @@
 #include "persistence/IgnoredVersionsStore.h"
 
 #include "persistence/StoredJson.h"
-#include "platform/Files.h"
 #include "platform/Text.h"
 
 namespace quorvel {
@@ -11,14 +10,6 @@ namespace {
 const nlohmann::json* textMember(const nlohmann::json& object, const char* key) {
     const auto member = object.find(key);
     return member != object.end() && member->is_string() ? &*member : nullptr;
-}
-
-void write(const std::filesystem::path& url, const IgnoredVersions& entries) {
-    auto value = nlohmann::ordered_json::object();
-    for (const auto& [bundleID, entry] : entries) {
-        value[bundleID] = {{"appName", entry.appName}, {"version", entry.version}};
-    }
-    storedJson::save(url, value);
 }
 
 }  // namespace
@@ -42,13 +33,11 @@ IgnoredVersions IgnoredVersionsStore::load() const {
 
 void IgnoredVersionsStore::ignore(std::string_view version, std::string_view appName,
                                   std::string_view bundleID) const {
-    // Held over the read too, so that an entry of another process is not lost between the two.
-    const files::FolderLock lock(url.parent_path());
     IgnoredVersions entries = load();
     // As they are stored, so that the earlier entry is found by the same identifier.
     entries.insert_or_assign(text::repairedUtf8(bundleID),
                              IgnoredEntry{text::repairedUtf8(appName), text::repairedUtf8(version)});
-    write(url, entries);
+    save(entries);
 }
 
 void IgnoredVersionsStore::removeAll() const {
@@ -56,8 +45,11 @@ void IgnoredVersionsStore::removeAll() const {
 }
 
 void IgnoredVersionsStore::save(const IgnoredVersions& entries) const {
-    const files::FolderLock lock(url.parent_path());
-    write(url, entries);
+    auto value = nlohmann::ordered_json::object();
+    for (const auto& [bundleID, entry] : entries) {
+        value[bundleID] = {{"appName", entry.appName}, {"version", entry.version}};
+    }
+    storedJson::save(url, value);
 }
 
 }  // namespace quorvel

@@ -1,7 +1,6 @@
 #include "persistence/InstanceStore.h"
 
 #include "persistence/StoredJson.h"
-#include "platform/Files.h"
 #include "platform/JsonInteger.h"
 
 namespace quorvel {
@@ -29,7 +28,6 @@ std::optional<std::int64_t> InstanceStore::load() const {
 }
 
 void InstanceStore::save(std::int64_t id) const {
-    const files::FolderLock lock(url.parent_path());
     storedJson::save(url, {{"id", id}});
 }
 

@@ -1,7 +1,6 @@
 #include "persistence/SettingsStore.h"
 
 #include "persistence/StoredJson.h"
-#include "platform/Files.h"
 
 namespace quorvel {
 
@@ -19,7 +18,6 @@ Settings SettingsStore::load() const {
 }
 
 void SettingsStore::save(const Settings& settings) const {
-    const files::FolderLock lock(url.parent_path());
     storedJson::save(url, {{"openAtLogin", settings.openAtLogin}, {"colorIcon", settings.colorIcon}});
 }
 

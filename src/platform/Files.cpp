@@ -1,9 +1,15 @@
 #include "platform/Files.h"
 
+#include <array>
 #include <cerrno>
+#include <cinttypes>
+#include <cstdint>
 #include <cstdio>
+#include <ctime>
+#include <dirent.h>
 #include <fcntl.h>
-#include <sys/file.h>
+#include <memory>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -14,6 +20,8 @@ namespace {
 
 constexpr mode_t ownerOnlyFile = 0600;
 constexpr mode_t ownerOnlyFolder = 0700;
+/// In seconds. A temporary file this old has no writer any more: one lives for a single fsync.
+constexpr std::time_t abandonedAge = 60;
 
 class Descriptor {
 public:
@@ -73,11 +81,37 @@ bool writeNameless(int folder, const std::string& temporary, std::string_view by
 }
 
 bool writeNamed(int folder, const std::string& temporary, std::string_view bytes) {
-    unlinkat(folder, temporary.c_str(), 0);
-    // O_EXCL also refuses a symbolic link that somebody put there in the meantime.
     Descriptor file(
         openat(folder, temporary.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, ownerOnlyFile));
     return writeAndSync(file, bytes) && file.close();
+}
+
+/// Hidden, beside the file, and shared by no two writers.
+std::string temporaryName(const std::string& name) {
+    std::uint64_t number = 0;
+    [[maybe_unused]] const int outcome = getentropy(&number, sizeof number);
+    std::array<char, 17> digits{};
+    std::snprintf(digits.data(), digits.size(), "%016" PRIx64, number);
+    return "." + name + "." + digits.data() + ".tmp";
+}
+
+bool isAbandoned(int folder, const char* name) {
+    struct stat status{};
+    return fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+           status.st_mtime < std::time(nullptr) - abandonedAge;
+}
+
+/// A writer that is killed in the moment between the two names of its file leaves the first one behind.
+void removeAbandoned(int folder, const std::string& name) {
+    const int copy = openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (copy < 0) return;
+    const std::unique_ptr<DIR, int (*)(DIR*)> entries(fdopendir(copy), closedir);
+    if (!entries) return;
+    while (const dirent* const entry = readdir(entries.get())) {
+        const std::string_view found = entry->d_name;
+        const bool isTemporary = found.starts_with("." + name + ".") && found.ends_with(".tmp");
+        if (isTemporary && isAbandoned(folder, entry->d_name)) unlinkat(folder, entry->d_name, 0);
+    }
 }
 
 }  // namespace
@@ -107,9 +141,9 @@ bool writeAtomically(const std::filesystem::path& path, std::string_view bytes) 
     const Descriptor folder(openFolder(path.parent_path()));
     if (!folder.isOpen()) return false;
     const std::string name = path.filename().string();
-    const std::string temporary = "." + name + ".tmp";
+    const std::string temporary = temporaryName(name);
 
-    unlinkat(folder.number, temporary.c_str(), 0);
+    removeAbandoned(folder.number, name);
     const bool written =
         writeNameless(folder.number, temporary, bytes) || writeNamed(folder.number, temporary, bytes);
     if (!written || renameat(folder.number, temporary.c_str(), folder.number, name.c_str()) != 0) {
@@ -126,9 +160,13 @@ AppendResult append(const std::filesystem::path& path, std::string_view bytes) {
     if (!file.isOpen()) return AppendResult::notOpened;
     const auto sizeBefore = regularFileSize(file.number);
     if (!sizeBefore) return AppendResult::notOpened;
-    if (writeAll(file.number, bytes)) return file.close() ? AppendResult::done : AppendResult::failed;
-    // A full disk takes part of a line; the half must not stay.
-    [[maybe_unused]] const int outcome = ftruncate(file.number, static_cast<off_t>(*sizeBefore));
+    const auto count = uninterrupted([&] { return ::write(file.number, bytes.data(), bytes.size()); });
+    const std::size_t written = count < 0 ? 0 : static_cast<std::size_t>(count);
+    if (written == bytes.size()) return file.close() ? AppendResult::done : AppendResult::failed;
+    // A full disk takes part of a line; the half must not stay, and no other writer's line may go.
+    if (written > 0 && regularFileSize(file.number) == *sizeBefore + written) {
+        [[maybe_unused]] const int outcome = ftruncate(file.number, static_cast<off_t>(*sizeBefore));
+    }
     return AppendResult::failed;
 }
 
@@ -141,14 +179,6 @@ bool makeFolder(const std::filesystem::path& path) {
     }
     struct stat status{};
     return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
-
-FolderLock::FolderLock(const std::filesystem::path& folder) : descriptor(openFolder(folder)) {
-    if (descriptor >= 0) uninterrupted([this] { return flock(descriptor, LOCK_EX); });
-}
-
-FolderLock::~FolderLock() {
-    if (descriptor >= 0) ::close(descriptor);
 }
 
 }  // namespace quorvel::files

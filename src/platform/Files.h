@@ -15,8 +15,8 @@ std::optional<std::string> read(const std::filesystem::path& path, std::size_t s
 
 /// Replaces the file at `path` in one step: a reader sees the old or the new content, never a part, also
 /// after a crash or a loss of power. The file gets mode 0600. A symbolic link at `path` is replaced, not
-/// followed. False on any failure, with the old file in place and no temporary file left. The caller holds
-/// the folder's `FolderLock`, since writers of one file share the name of their temporary file.
+/// followed. Of several writers at once the last one wins. False on any failure, with the old file in place
+/// and no temporary file left; what a killed writer left is removed by a later write of the same file.
 bool writeAtomically(const std::filesystem::path& path, std::string_view bytes);
 
 enum class AppendResult {
@@ -27,25 +27,11 @@ enum class AppendResult {
     failed,
 };
 
-/// Appends to an existing regular file with one write. Should the process be killed inside it, a write that
-/// spans several pages of the file can end at any of them.
+/// Appends to an existing regular file with one write, so that the lines of two writers do not mix. Should
+/// the process be killed inside it, a write that spans several pages of the file can end at any of them.
 AppendResult append(const std::filesystem::path& path, std::string_view bytes);
 
 /// Makes the folder and its missing parents, each with mode 0700. True when it is there afterwards.
 bool makeFolder(const std::filesystem::path& path);
-
-/// Held while files of one folder are changed, so that two processes take turns. Waits for the other one to
-/// finish. When the folder cannot be opened, nothing is held. Not recursive: a second lock on the same folder
-/// waits for ever.
-class FolderLock {
-public:
-    explicit FolderLock(const std::filesystem::path& folder);
-    ~FolderLock();
-    FolderLock(const FolderLock&) = delete;
-    FolderLock& operator=(const FolderLock&) = delete;
-
-private:
-    int descriptor;
-};
 
 }  // namespace quorvel::files

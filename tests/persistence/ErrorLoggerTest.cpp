@@ -1,9 +1,5 @@
 #include <algorithm>
 #include <gtest/gtest.h>
-#include <map>
-#include <sstream>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "persistence/ErrorLogger.h"
 #include "support/TemporaryFolder.h"
@@ -91,38 +87,6 @@ TEST_F(ErrorLoggerTest, replacesAFileThatCannotBeOpenedForAppending) {
     logger.appendRaw("new");
     EXPECT_EQ(folder.read("elsewhere/victim"), "precious");
     EXPECT_EQ(logText(), "new\n");
-}
-
-/// Two processes append and trim side by side; each line must come out whole, and those of one process in
-/// their order.
-TEST_F(ErrorLoggerTest, twoProcessesNeverMixTheirLines) {
-    constexpr int linesEach = 400;
-    std::vector<pid_t> children;
-    for (const char name : {'a', 'b'}) {
-        const pid_t child = fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            for (int line = 0; line < linesEach; ++line) {
-                logger.appendRaw(std::string(200, name) + " " + std::to_string(line));
-            }
-            _exit(0);
-        }
-        children.push_back(child);
-    }
-    for (const pid_t child : children)
-        ASSERT_EQ(waitpid(child, nullptr, 0), child);
-
-    std::istringstream lines(logText());
-    std::map<char, int> newest;
-    int count = 0;
-    for (std::string line; std::getline(lines, line); ++count) {
-        ASSERT_EQ(line.substr(0, 200), std::string(200, line[0])) << line;
-        const int number = std::stoi(line.substr(201));
-        const auto previous = newest.find(line[0]);
-        EXPECT_EQ(number, previous == newest.end() ? number : previous->second + 1) << line;
-        newest[line[0]] = number;
-    }
-    EXPECT_EQ(count, 500);
 }
 
 }  // namespace

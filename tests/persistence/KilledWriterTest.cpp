@@ -89,9 +89,16 @@ public:
         }
         expectWholeLog();
         for (const auto& entry : std::filesystem::directory_iterator(storage.persistence.appSupportURL))
-            leftovers += entry.path().extension() == ".tmp" ? 1 : 0;
+            if (entry.path().extension() == ".tmp") age(entry.path());
         finished += isDone ? 1 : 0;
         return isDone;
+    }
+
+    /// As if the writer had been killed an hour ago.
+    void age(const std::filesystem::path& leftover) {
+        using namespace std::chrono_literals;
+        last_write_time(leftover, last_write_time(leftover) - 1h);
+        ++leftovers;
     }
 
     void expectNoTemporaryFile() const {

@@ -48,7 +48,6 @@ std::filesystem::path AutostartEntry::standardFolder() {
 bool AutostartEntry::registerItem() {
     if (const auto present = files::read(file); present && isSwitchedOff(*present)) return false;
     if (!files::makeFolder(file.parent_path())) return false;
-    const files::FolderLock lock(file.parent_path());
     return files::writeAtomically(file,
                                   "[Desktop Entry]\nType=Application\nName=Quorvel\n"
                                   "Comment=Tells which installed applications have newer versions\n"

@@ -21,7 +21,6 @@
 #include "platform/linux/DetachedProgram.h"
 #include "platform/linux/EventQueue.h"
 #include "platform/linux/ImageResources.h"
-#include "platform/linux/InstanceLock.h"
 #include "platform/linux/NetlinkPathMonitor.h"
 #include "platform/linux/PainterChannel.h"
 #include "platform/linux/RunningInstance.h"
@@ -96,12 +95,12 @@ public:
           workspace(bus, [](const auto& arguments) { startDetached(arguments); }),
           loginItem(AutostartEntry::standardFolder(), std::filesystem::read_symlink("/proc/self/exe")),
           application(queue),
-          storage(configuration.persistence.appSupportURL),
           skipsMonitoring(configuration.skipMonitoring) {
         // Before anything starts a thread, which would otherwise take the signals.
         for (const int number : {SIGTERM, SIGINT, SIGHUP})
             queue.onSignal(number, [this] { queue.quit(); });
         std::signal(SIGPIPE, SIG_IGN);
+        endWithTheSession();
         if (const auto connected = bus.connect(); !connected) {
             std::fprintf(stderr, "quorvel: There is no session bus, so no panel shows the status item: %s\n",
                          connected.error().c_str());
@@ -111,8 +110,6 @@ public:
 
     int run(const RunningInstance::Request& request) {
         if (instance.claim() == RunningInstance::Claim::another) return instance.ask(request) ? 0 : 1;
-        const InstanceLock lock(storage);
-        if (lock.isHeldByAnother()) return refuse();
         if (request.action == "quit") return 0;
         if (!request.action.empty()) waiting.push_back(request);
         instance.onRequest([this](const RunningInstance::Request& later) { take(later); });
@@ -122,15 +119,16 @@ public:
     }
 
 private:
-    /// An instance without a bus, or of another session, whose files two would take out of each other's
-    /// hands.
-    static int refuse() {
-        std::fputs("quorvel: It is running already, where this session cannot reach it.\n", stderr);
-        return 1;
+    /// At logout nobody signals a process that has no display of its own.
+    void endWithTheSession() {
+        bus.onLost([this] { queue.quit(); });
+        painter.onDisplayLost([this] {
+            if (bus.connection() == nullptr) queue.quit();
+        });
     }
 
-    /// Unwinding as far as here frees what the throwing task held, a lock on the storage folder for example,
-    /// before the handler of uncaught exceptions needs it.
+    /// Unwinding as far as here frees what the throwing task held before the handler of uncaught exceptions
+    /// runs.
     void serve() {
         try {
             queue.run();
@@ -208,7 +206,6 @@ private:
     DesktopWorkspace workspace;
     AutostartEntry loginItem;
     QueueApplication application;
-    const std::filesystem::path storage;
     const bool skipsMonitoring;
     bool isLaunched = false;
     /// What was asked for before there is a menu and a window to show.

@@ -91,21 +91,6 @@ TEST_F(DesktopProgramTest, aSecondStartLeavesTheFirstAloneAndAsksIt) {
     EXPECT_EQ(program->finish().status, 0);
 }
 
-TEST_F(DesktopProgramTest, leavesAStorageFolderAloneWithWhichAnotherSessionWorks) {
-    panel->come();
-    start();
-    menuWith("New Versions Available (15)");
-    const std::string address = daemon.address;
-    PrivateBus otherSession;
-    const auto result = Process(command()).finish();
-    setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
-    EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.errors, "quorvel: It is running already, where this session cannot reach it.\n");
-    program->signal(SIGKILL);
-    program->finish();
-    start();
-}
-
 TEST_F(DesktopProgramTest, aSettingIsCheckedInTheMenuAndInItsFile) {
     panel->come();
     start();

@@ -3,11 +3,11 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 
 #include "desktop/DesktopProgramFixture.h"
 #include "desktop/VirtualDesktop.h"
+#include "support/PrivateBus.h"
 
 namespace quorvel {
 namespace {
@@ -46,21 +46,19 @@ protected:
         return comesTrue([&] { return VirtualDesktop::windowNamed(title).empty(); });
     }
 
+    /// By itself, in order, and soon.
+    void expectProgramToEnd() {
+        const auto before = std::chrono::steady_clock::now();
+        EXPECT_EQ(program->finish().status, 0);
+        EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(5));
+    }
+
     static void press(const std::string& window, const std::string& key) {
         VirtualDesktop::run({"xdotool", "windowfocus", "--sync", window, "key", key});
     }
 
     /// The painter that the program has started.
-    pid_t painter() const {
-        const auto number = std::to_string(program->id());
-        std::ifstream children("/proc/" + number + "/task/" + number + "/children");
-        // A decoder of icons may be there too, for a moment.
-        for (pid_t child = 0; children >> child;) {
-            if (TemporaryFolder::contentOf("/proc/" + std::to_string(child) + "/comm") == "quorvel-painter\n")
-                return child;
-        }
-        return 0;
-    }
+    pid_t painter() const { return VirtualDesktop::childOf(program->id(), "quorvel-painter"); }
 
     std::size_t checksAsked() const {
         return static_cast<std::size_t>(
@@ -104,13 +102,45 @@ TEST_F(RealDesktopTest, anAlertTellsOfTheCheckThatRunsAndASignalEndsBothAtOnce) 
     restartCatalog({"--scenario", "slow", "--pause-ms", "60000"});
     ASSERT_TRUE(choose("Check for Updates"));
     ASSERT_TRUE(comesTrue([&] { return checksAsked() == 2; }));
-    ASSERT_TRUE(choose("Check for Updates"));
+    for (int time = 0; time < 3; ++time)
+        ASSERT_TRUE(choose("Check for Updates"));
     window("Quorvel");
-    const auto before = std::chrono::steady_clock::now();
+    ASSERT_TRUE(choose("About"));
+    window("About Quorvel");  // whose painter has been told of every alert before
+    EXPECT_EQ(VirtualDesktop::windowsNamed("Quorvel"), 1);
     program->signal(SIGTERM);
-    EXPECT_EQ(program->finish().status, 0);
-    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(5));
+    expectProgramToEnd();
     EXPECT_TRUE(closes("Quorvel"));
+}
+
+/// What a logout takes away; nobody signals the program.
+TEST_F(RealDesktopTest, itEndsWithItsSessionsBusAndTheNextLoginHasIt) {
+    startCatalog();
+    auto session = std::make_unique<PrivateBus>();
+    watchSession();
+    startProgram();
+    menuWith("New Versions Available (15)");
+    ASSERT_TRUE(choose("About"));
+    window("About Quorvel");
+    session->end();
+    expectProgramToEnd();
+    EXPECT_TRUE(closes("About Quorvel"));
+
+    session.reset();
+    session = std::make_unique<PrivateBus>();
+    watchSession();
+    startProgram();
+    menuWith("New Versions Available (15)");
+}
+
+TEST_F(RealDesktopTest, withoutABusItEndsWithItsDisplay) {
+    startCatalog();
+    setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere", 1);
+    const auto tray = VirtualDesktop::startTray();
+    program = std::make_unique<Process>(command());
+    ASSERT_TRUE(comesTrue([] { return !VirtualDesktop::paintedWindow().empty(); }));
+    desktop.endDisplay();
+    expectProgramToEnd();
 }
 
 TEST_F(RealDesktopTest, aWindowComesBackWhenThePainterDies) {

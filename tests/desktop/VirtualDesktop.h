@@ -1,7 +1,9 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
+#include <fstream>
 #include <memory>
 #include <optional>
 #include <stdlib.h>
@@ -117,6 +119,25 @@ public:
     /// The visible window with exactly that title; empty when there is none.
     static std::string windowNamed(const std::string& title) {
         return firstFound("--name", "^" + title + "$");
+    }
+
+    static std::ptrdiff_t windowsNamed(const std::string& title) {
+        return std::ranges::count(
+            run({"xdotool", "search", "--onlyvisible", "--name", "^" + title + "$"}).output, '\n');
+    }
+
+    /// Takes the display from under its programs.
+    void endDisplay() const { kill(childOf(desktop->id(), "Xvfb"), SIGTERM); }
+
+    /// The child that runs the program of this name; 0 when there is none.
+    static pid_t childOf(pid_t parent, const std::string& program) {
+        const auto number = std::to_string(parent);
+        std::ifstream children("/proc/" + number + "/task/" + number + "/children");
+        for (pid_t child = 0; children >> child;) {
+            if (TemporaryFolder::contentOf("/proc/" + std::to_string(child) + "/comm") == program + '\n')
+                return child;
+        }
+        return 0;
     }
 
     /// Any visible window of the painter, an icon in a tray too.

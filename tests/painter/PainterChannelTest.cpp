@@ -61,6 +61,44 @@ TEST_F(PainterChannelTest, replacesAPainterThatDiesAndShowsEverythingAgain) {
     EXPECT_EQ(starts(), 2);
 }
 
+TEST_F(PainterChannelTest, anAlertThatIsShownAlreadyComesToTheFront) {
+    script({hello + "read runAlert\nread runAlert\nread runAlert\n" +
+            "say {\"type\":\"alertDismissed\",\"alert\":1}\n" + "read runAlert\n" +
+            "say {\"type\":\"alertDismissed\",\"alert\":3}\nread end\n"});
+    int dismissals = 0;
+    const auto again = [&] {
+        if (++dismissals == 2) channel->runAlert("message", "", quit());
+    };
+    channel->runAlert("message", "", again);
+    channel->runAlert("message", "more", [] { FAIL() << "nobody dismissed it"; });
+    channel->runAlert("message", "", again);
+    loop.run();
+    EXPECT_EQ(dismissals, 2);
+    EXPECT_EQ(countOf("\"alert\":1,"), 2);
+    EXPECT_EQ(countOf("\"alert\":2,"), 1);
+}
+
+/// A painter says hello once it has a display.
+TEST_F(PainterChannelTest, tellsThatTheDisplayIsGoneWhenItWasThereBefore) {
+    const std::string dies = hello + "read showWindow\n", findsNone;
+    const std::vector<std::pair<Lines, int>> rows{
+        {{dies, findsNone}, 1}, {{dies, dies}, 0}, {{findsNone, findsNone}, 0}};
+    for (const auto& [scripts, expected] : rows) {
+        for (const auto& entry : std::filesystem::directory_iterator(folder.path))
+            std::filesystem::remove(entry);
+        open();
+        script(scripts);
+        int losses = 0;
+        channel->onDisplayLost([&] { ++losses; });
+        const auto window = makeLog();
+        window->show();
+        channel->runAlert("message", "", quit());
+        loop.run();
+        EXPECT_EQ(starts(), 2);
+        EXPECT_EQ(losses, expected) << testing::PrintToString(scripts);
+    }
+}
+
 TEST_F(PainterChannelTest, givesUpWhenTheNextOneDiesTooUntilSomethingIsAskedFor) {
     script({hello + "read runAlert\n", hello + "read runAlert\n", hello + "read showWindow\n" + press});
     const auto window = makeLog();

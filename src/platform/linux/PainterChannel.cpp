@@ -100,6 +100,10 @@ void PainterChannel::popUpMenu() {
     session->popUpMenu();
 }
 
+void PainterChannel::onDisplayLost(Task lost) {
+    session->onDisplayLost(std::move(lost));
+}
+
 void PainterChannel::setActivationToken(std::string token) {
     session->setActivationToken(std::move(token));
 }

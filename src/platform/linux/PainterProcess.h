@@ -48,6 +48,9 @@ public:
     PainterProcess(const PainterProcess&) = delete;
     PainterProcess& operator=(const PainterProcess&) = delete;
 
+    /// Whether it has come as far as its hello, which it says once it has a display.
+    bool hasSaidHello() const { return saidHello; }
+
     /// Queues a line, given without its line feed.
     void send(const std::string& line);
 

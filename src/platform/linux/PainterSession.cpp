@@ -43,10 +43,15 @@ void PainterSession::reloadTable(std::uint64_t number) {
     if (process && window.isShown && delegate) send(SetRows{number, delegate->tableRows()});
 }
 
-void PainterSession::runAlert(std::string messageText, std::string informativeText, Task dismissed) {
-    const auto number = ++lastNumber;
-    alerts[number] = {std::move(messageText), std::move(informativeText), std::move(dismissed)};
-    if (!start()) sendAlert(number);
+void PainterSession::runAlert(const std::string& messageText, const std::string& informativeText,
+                              Task dismissed) {
+    auto found = std::ranges::find_if(alerts, [&](const auto& entry) {
+        return entry.second.messageText == messageText && entry.second.informativeText == informativeText;
+    });
+    if (found == alerts.end())
+        found = alerts.emplace(++lastNumber, ScreenAlert{messageText, informativeText, {}}).first;
+    found->second.dismissed.push_back(std::move(dismissed));
+    if (!start()) sendAlert(found->first);
 }
 
 void PainterSession::setPasteboard(std::string text) {
@@ -207,6 +212,7 @@ void PainterSession::sendPopUp() {
 /// The end of a painter that shows nothing is the rule. One that ends while it looks for a tray has found
 /// none.
 void PainterSession::ended(const std::string& reason) {
+    noticeDisplay(process->hasSaidHello());
     process.reset();
     if (popUp) take(MenuClosed{*popUp});
     if (trayIcon && !trayIcon->isShown) loseTrayIcon();
@@ -218,12 +224,18 @@ void PainterSession::ended(const std::string& reason) {
     start();
 }
 
+void PainterSession::noticeDisplay(bool isThere) {
+    if (hadDisplay && !isThere && displayLost) queue.post(std::exchange(displayLost, {}));
+    hadDisplay = hadDisplay || isThere;
+}
+
 void PainterSession::giveUp() {
     for (auto& [number, window] : windows) {
         window.isShown = false;
     }
     for (auto& [number, alert] : std::exchange(alerts, {})) {
-        queue.post(std::move(alert.dismissed));
+        for (auto& task : alert.dismissed)
+            queue.post(std::move(task));
     }
     pasteboard.reset();
     if (popUp) take(MenuClosed{*popUp});
@@ -256,7 +268,9 @@ void PainterSession::take(const ButtonPressed& pressed) {
 
 void PainterSession::take(const AlertDismissed& dismissed) {
     auto alert = alerts.extract(dismissed.alert);
-    if (alert) alert.mapped().dismissed();
+    if (!alert) return;
+    for (auto& task : alert.mapped().dismissed)
+        task();
 }
 
 void PainterSession::take(const PasteboardLost& lost) {

@@ -30,7 +30,7 @@ public:
     void setText(std::uint64_t number, const std::string& text);
     void reloadTable(std::uint64_t number);
 
-    void runAlert(std::string messageText, std::string informativeText, Task dismissed);
+    void runAlert(const std::string& messageText, const std::string& informativeText, Task dismissed);
     void setPasteboard(std::string text);
 
     void addStatusItem(IconProvider* icons);
@@ -42,6 +42,7 @@ public:
     void hideTrayIcon();
     void popUpMenu();
 
+    void onDisplayLost(Task lost) { displayLost = std::move(lost); }
     void setActivationToken(std::string token) { activationToken = std::move(token); }
 
 private:
@@ -54,7 +55,8 @@ private:
     };
     struct ScreenAlert {
         std::string messageText, informativeText;
-        Task dismissed;
+        /// One for each time that it was asked for.
+        std::vector<Task> dismissed;
     };
 
     /// What the status item shows, wherever it is shown.
@@ -93,6 +95,7 @@ private:
     void loseTrayIcon();
 
     void ended(const std::string& reason);
+    void noticeDisplay(bool isThere);
     void giveUp();
 
     void received(const painter::Event& event);
@@ -124,6 +127,8 @@ private:
     /// Counts the painters, so that nothing counts that a replaced one said.
     std::uint64_t runs = 0;
     std::optional<std::chrono::steady_clock::time_point> lastRestart;
+    bool hadDisplay = false;
+    Task displayLost;
     std::unique_ptr<PainterProcess> process;
 };
 

@@ -80,7 +80,15 @@ void Painter::perform(const SetRows& request) {
 
 void Painter::perform(const RunAlert& request) {
     auto& box = alerts[request.alert];
-    box = std::make_unique<AlertBox>(request.messageText, request.informativeText);
+    if (!box) box = makeAlert(request);
+    useActivationToken(request.activationToken);
+    box->show();
+    box->raise();
+    box->activateWindow();
+}
+
+std::unique_ptr<AlertBox> Painter::makeAlert(const RunAlert& request) {
+    auto box = std::make_unique<AlertBox>(request.messageText, request.informativeText);
     QObject::connect(box.get(), &QDialog::finished, &end, [this, number = request.alert] {
         report(AlertDismissed{number});
         // Not inside its own signal.
@@ -89,10 +97,7 @@ void Painter::perform(const RunAlert& request) {
             considerEnd();
         });
     });
-    useActivationToken(request.activationToken);
-    box->show();
-    box->raise();
-    box->activateWindow();
+    return box;
 }
 
 void Painter::perform(const SetPasteboard& request) {

@@ -50,6 +50,7 @@ private:
     void perform(const SetMenu& request);
     void menuClosed(std::uint64_t number);
     std::unique_ptr<PaintedWindow> makeWindow(std::uint64_t number, const WindowContent& content);
+    std::unique_ptr<AlertBox> makeAlert(const RunAlert& request);
     void clipboardChanged();
     bool isNeeded() const;
     void considerEnd();

@@ -21,7 +21,8 @@ public:
 class Alerts {
 public:
     virtual ~Alerts() = default;
-    /// Shows an alert with an OK button. `dismissed` runs once, later, also when no alert could be shown.
+    /// Shows an alert with an OK button, or brings the one that shows these texts to the front. `dismissed`
+    /// runs once, later, also when no alert could be shown.
     virtual void runAlert(const std::string& messageText, const std::string& informativeText,
                           Task dismissed) = 0;
 };

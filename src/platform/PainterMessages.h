@@ -64,6 +64,7 @@ struct SetRows {
     TableRows rows;
 };
 
+/// Shows the alert, or brings the one of this number to the front.
 struct RunAlert {
     std::uint64_t alert = 0;
     std::string messageText;

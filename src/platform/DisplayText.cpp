@@ -6,6 +6,8 @@
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
 
+#include "platform/Text.h"
+
 namespace quorvel {
 
 namespace {
@@ -68,6 +70,10 @@ std::string onOneLine(std::string_view text) {
         text.remove_prefix(length < text.size() ? length : text.size());
     }
     return line;
+}
+
+std::string forTerminal(std::string_view text) {
+    return onOneLine(text::repairedUtf8(text));
 }
 
 std::string isolated(std::string_view text) {

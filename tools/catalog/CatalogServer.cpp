@@ -138,6 +138,7 @@ void CatalogServer::send(CatalogAnswer answer, httplib::Response& response) {
         case Delivery::whole:
             break;
     }
+    if (answer.retryAfter != 0) response.set_header("Retry-After", std::to_string(answer.retryAfter));
     response.set_content(answer.body, answer.contentType);
 }
 

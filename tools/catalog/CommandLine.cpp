@@ -1,105 +1,84 @@
 #include "CommandLine.h"
 
-#include <charconv>
-#include <string_view>
+#include <filesystem>
+
+#include "platform/CommandOptions.h"
 
 namespace quorvel {
 
 namespace {
 
-/// What is wrong with the command line; never leaves this file.
-struct BadUsage {
-    std::string sentence;
-};
+using Problem = std::optional<std::string>;
 
-class Arguments {
-public:
-    explicit Arguments(std::span<const char* const> texts) : rest(texts) {}
-
-    bool empty() const { return rest.empty(); }
-
-    std::string_view next() {
-        const std::string_view first = rest.front();
-        rest = rest.subspan(1);
-        return first;
-    }
-
-    std::string value(std::string_view option) {
-        if (rest.empty()) throw BadUsage{std::string(option) + " needs a value."};
-        return std::string(next());
-    }
-
-    int number(std::string_view option, int greatest) {
-        const std::string text = value(option);
-        int number = -1;
-        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-        if (error != std::errc{} || end != text.data() + text.size() || number < 0 || number > greatest)
-            throw BadUsage{std::string(option) + " takes a number from 0 to " + std::to_string(greatest) +
-                           ", not \"" + text + "\"."};
-        return number;
-    }
-
-private:
-    std::span<const char* const> rest;
-};
-
-Scenario::Name scenarioOf(const std::string& text) {
-    const auto name = Scenario::named(text);
-    if (!name) throw BadUsage{"There is no scenario \"" + text + "\"; --help lists them."};
-    return *name;
+CommandOption textOption(std::string name, std::string& text) {
+    return {.name = std::move(name), .takesValue = true, .handle = [&text](const std::string& value) {
+                text = value;
+                return Problem();
+            }};
 }
 
-void readOption(std::string_view option, Arguments& arguments, CommandLine& line) {
-    constexpr int greatestPort = 65535;
-    constexpr int greatestPause = 3'600'000;
-    if (option == "--help")
-        line.help = true;
-    else if (option == "--version")
-        line.version = true;
-    else if (option == "--data")
-        line.dataFile = arguments.value(option);
-    else if (option == "--record")
-        line.recordFile = arguments.value(option);
-    else if (option == "--scenario")
-        line.scenario = scenarioOf(arguments.value(option));
-    else if (option == "--port")
-        line.server.port = arguments.number(option, greatestPort);
-    else if (option == "--pause-ms")
-        line.server.pause = std::chrono::milliseconds(arguments.number(option, greatestPause));
-    else if (option == "--tls") {
-        const std::string certificate = arguments.value(option);
-        line.server.certificate = {certificate, arguments.value(option)};
-    } else
-        throw BadUsage{"There is no option \"" + std::string(option) + "\"."};
+template <typename Take>
+CommandOption numberOption(std::string name, int greatest, Take take) {
+    const std::string refusal =
+        "--" + name + " takes a number from 0 to " + std::to_string(greatest) + ", not ";
+    return {.name = std::move(name), .takesValue = true, .handle = [=](const std::string& value) -> Problem {
+                const auto number = numberBetween(0, greatest, value);
+                if (!number) return refusal + value + ".";
+                take(*number);
+                return std::nullopt;
+            }};
+}
+
+CommandOption scenarioOption(Scenario::Name& scenario) {
+    return {.name = "scenario", .takesValue = true, .handle = [&](const std::string& value) -> Problem {
+                const auto name = Scenario::named(value);
+                if (!name) return "There is no scenario " + value + "; --help lists them.";
+                scenario = *name;
+                return std::nullopt;
+            }};
 }
 
 }  // namespace
 
-std::expected<CommandLine, std::string> parseCommandLine(std::span<const char* const> texts) {
+std::expected<CommandLine, std::string> parseCommandLine(std::span<const char* const> arguments) {
     CommandLine line;
-    try {
-        Arguments arguments(texts);
-        while (!arguments.empty())
-            readOption(arguments.next(), arguments, line);
-        if (!line.help && !line.version && line.dataFile.empty()) throw BadUsage{"--data FILE is missing."};
-    } catch (const BadUsage& usage) {
-        return std::unexpected(usage.sentence);
-    }
+    std::string certificate, key, record;
+    const std::vector<CommandOption> options{
+        textOption("data", line.dataFile),
+        textOption("record", record),
+        scenarioOption(line.scenario),
+        numberOption("port", 65535, [&](int port) { line.server.port = port; }),
+        numberOption("pause-ms", 3'600'000,
+                     [&](int pause) { line.server.pause = std::chrono::milliseconds(pause); }),
+        textOption("certificate", certificate),
+        textOption("key", key),
+        flagOption("version", line.version, 'V'),
+        flagOption("help", line.help, 'h')};
+    const auto words = readOptions(options, arguments);
+    if (!words) return std::unexpected(words.error());
+    if (!words->empty()) return std::unexpected("There is no use for the word " + words->front() + ".");
+    if (line.help || line.version) return line;
+    if (line.dataFile.empty()) return std::unexpected("--data FILE is missing.");
+    if (certificate.empty() != key.empty()) return std::unexpected("--certificate and --key go together.");
+    if (!certificate.empty()) line.server.certificate = {certificate, key};
+    if (!record.empty()) line.recordFile = record;
     return line;
 }
 
 std::string helpText() {
     std::string text =
         "Usage: quorvel-catalog --data FILE [OPTION...]\n"
-        "A software catalog on this machine's loopback address, for demonstrations and tests.\n"
-        "Its first line on standard output is its base URL. It ends on SIGTERM or SIGINT.\n\n"
+        "A software catalog on this machine's loopback address, for demonstrations and\n"
+        "tests. Its first line on standard output is its base URL. It ends on SIGTERM or SIGINT.\n\n"
         "  --data FILE        the applications that the catalog knows, as JSON\n"
         "  --port N           the port to listen on; 0, the default, takes a free one\n"
-        "  --tls CERT KEY     serve HTTPS with this certificate and key, both PEM files\n"
+        "  --certificate FILE serve HTTPS with this certificate, and the key beside it\n"
+        "  --key FILE         the certificate's key; both are PEM files\n"
         "  --record FILE      append each request to FILE, one JSON document a line\n"
         "  --scenario NAME    misbehave, in one of the ways below\n"
         "  --pause-ms N       how long the scenario \"slow\" waits; 2000 by default\n"
-        "  --help, --version  print this text, or the version, and end\n\n"
+        "  -h, --help         print this text and end\n"
+        "  -V, --version      print the version and end\n\n"
         "Scenarios:\n";
     for (const auto& [name, option, sentence] : Scenario::all()) {
         constexpr std::size_t column = 19;

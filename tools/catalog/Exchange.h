@@ -27,6 +27,8 @@ struct CatalogAnswer {
     std::string body;
     std::string contentType = "application/json";
     Delivery delivery = Delivery::whole;
+    /// Seconds, sent as Retry-After unless 0.
+    int retryAfter = 0;
 };
 
 }  // namespace quorvel

@@ -12,11 +12,12 @@ namespace {
 using Json = nlohmann::ordered_json;
 using Name = Scenario::Name;
 
-constexpr std::array<Scenario::Description, 10> descriptions{{
+constexpr std::array<Scenario::Description, 11> descriptions{{
     {Name::slow, "slow", "auto-match answers come after a pause (--pause-ms)"},
-    {Name::stalled, "stalled", "auto-match sends the head and half of the body, then nothing more"},
+    {Name::stalled, "stalled", "auto-match sends the head, half of the body, then nothing"},
     {Name::failingChunks, "failing-chunks", "every second auto-match request gets a 500"},
-    {Name::blocked, "blocked", "auto-match gets a 403 whose body says that the network is blocked"},
+    {Name::blocked, "blocked", "auto-match gets a 403 that says the network is blocked"},
+    {Name::rateLimited, "rate-limited", "auto-match gets a 429 with Retry-After: 300"},
     {Name::noApps, "no-apps", "auto-match gets a 404: no apps were found"},
     {Name::html, "html", "auto-match gets a web page with status 200"},
     {Name::cut, "cut", "auto-match answers end before their Content-Length does"},
@@ -84,6 +85,8 @@ CatalogAnswer Scenario::bendMatches(CatalogAnswer answer) {
             break;
         case Name::blocked:
             return {.status = 403, .body = refusalBody("Blocked: too many requests from here")};
+        case Name::rateLimited:
+            return {.status = 429, .body = refusalBody("Too many requests"), .retryAfter = 300};
         case Name::noApps:
             return {.status = 404, .body = refusalBody("No apps were found")};
         case Name::html:

@@ -19,6 +19,7 @@ public:
         stalled,
         failingChunks,
         blocked,
+        rateLimited,
         noApps,
         html,
         cut,

@@ -5,13 +5,14 @@
 
 #include "Catalog.h"
 #include "CommandLine.h"
+#include "platform/DisplayText.h"
 
 namespace quorvel {
 
 namespace {
 
 int fail(int status, const std::string& sentence) {
-    std::cerr << "quorvel-catalog: " << sentence << '\n';
+    std::cerr << "quorvel-catalog: " << forTerminal(sentence) << '\n';
     return status;
 }
 
@@ -57,11 +58,7 @@ int main(int count, char** arguments) {
     using namespace quorvel;
     const auto line = parseCommandLine({arguments + 1, static_cast<std::size_t>(count > 0 ? count - 1 : 0)});
     if (!line) return fail(2, line.error() + " Try --help.");
-    if (line->help)
-        std::cout << helpText();
-    else if (line->version)
-        std::cout << "quorvel-catalog " QUORVEL_VERSION "\n";
-    else
-        return serve(*line);
-    return 0;
+    if (!line->help && !line->version) return serve(*line);
+    std::cout << (line->help ? helpText() : "quorvel-catalog " QUORVEL_VERSION "\n") << std::flush;
+    return std::cout ? 0 : fail(1, "Could not write to standard output.");
 }

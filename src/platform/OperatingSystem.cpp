@@ -30,13 +30,16 @@ std::optional<OSVersion> parseOSVersion(std::string_view text) {
     return std::nullopt;
 }
 
-OSVersion installedOSVersion(const std::filesystem::path& systemRoot) {
+std::optional<OSVersion> readOSVersion(const std::filesystem::path& systemRoot) {
     const auto bytes = files::read(systemRoot / "System/Library/CoreServices/SystemVersion.plist");
-    if (!bytes) return newestKnownRelease;
+    if (!bytes) return std::nullopt;
     constexpr std::array<std::string_view, 1> keys{"ProductVersion"};
     const auto texts = readPropertyList(*bytes, keys);
-    if (!texts || !texts->front()) return newestKnownRelease;
-    return parseOSVersion(*texts->front()).value_or(newestKnownRelease);
+    return texts && texts->front() ? parseOSVersion(*texts->front()) : std::nullopt;
+}
+
+OSVersion installedOSVersion(const std::filesystem::path& systemRoot) {
+    return readOSVersion(systemRoot).value_or(newestKnownRelease);
 }
 
 std::string machineName() {

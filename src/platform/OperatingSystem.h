@@ -26,7 +26,10 @@ std::optional<OSVersion> parseOSVersion(std::string_view text);
 /// The release that a machine is taken to run when no system folder says which.
 inline constexpr OSVersion newestKnownRelease{26, 1, 0};
 
-/// The version of the macOS whose system folders lie below `systemRoot`, else `newestKnownRelease`.
+/// The version of the macOS whose system folders lie below `systemRoot`; none when they do not say.
+std::optional<OSVersion> readOSVersion(const std::filesystem::path& systemRoot);
+
+/// The same, else `newestKnownRelease`.
 OSVersion installedOSVersion(const std::filesystem::path& systemRoot = "/");
 
 /// The machine's hardware name, for example "arm64".

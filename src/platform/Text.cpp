@@ -253,10 +253,10 @@ struct NameCollator::Implementation {
     std::unique_ptr<UCollator, Close> collator;
 };
 
-NameCollator::NameCollator() : implementation(std::make_unique<Implementation>()) {
+NameCollator::NameCollator(Order order) : implementation(std::make_unique<Implementation>()) {
     auto& collator = implementation->collator;
     UErrorCode status = U_ZERO_ERROR;
-    collator.reset(ucol_open(collationLocale().c_str(), &status));
+    collator.reset(ucol_open(order == Order::root ? "" : collationLocale().c_str(), &status));
     if (U_FAILURE(status)) {
         // The environment may hold any text; ICU refuses what cannot be a locale's name.
         status = U_ZERO_ERROR;

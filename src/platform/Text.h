@@ -34,10 +34,15 @@ std::string lowerCased(std::string_view text);
 /// How many terminal columns `text` takes: 0 for combining and control characters, 2 for wide ones.
 std::size_t displayWidth(std::string_view text);
 
-/// Case-insensitive order of names in the user's locale (from LC_ALL, LC_COLLATE, LANG).
+/// Case-insensitive order of names.
 class NameCollator {
 public:
-    NameCollator();
+    enum class Order {
+        user,  ///< of the user's locale (from LC_ALL, LC_COLLATE, LANG)
+        root   ///< of no locale: the same everywhere
+    };
+
+    explicit NameCollator(Order order = Order::user);
     ~NameCollator();
     NameCollator(const NameCollator&) = delete;
     NameCollator& operator=(const NameCollator&) = delete;

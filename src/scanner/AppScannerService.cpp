@@ -1,10 +1,13 @@
 #include "scanner/AppScannerService.h"
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
 #include <memory>
 #include <stdlib.h>
 #include <string_view>
 #include <sys/stat.h>
+#include <system_error>
 #include <utility>
 
 #include "platform/Folders.h"
@@ -22,7 +25,7 @@ enum Key : std::size_t { identifier, shortVersion, bundleVersion, bundleName };
 constexpr std::array<std::string_view, 4> infoKeys{"CFBundleIdentifier", "CFBundleShortVersionString",
                                                    "CFBundleVersion", "CFBundleName"};
 
-/// The root's path without links; none when nothing is there.
+/// The root's path without links; none, and the reason in errno, when nothing can be found there.
 std::optional<std::string> resolvedRoot(const std::filesystem::path& root) {
     const std::unique_ptr<char, decltype(&free)> resolved(realpath(root.c_str(), nullptr), &free);
     if (resolved) return resolved.get();
@@ -65,6 +68,20 @@ void list(BundleWalk::Bundle bundle, PropertyListTexts info, std::vector<Install
                     std::move(bundle.path), std::move(icon)});
 }
 
+/// Without the slash at its end.
+std::string displayedFolder(std::string path) {
+    if (path.size() > 1 && path.ends_with('/')) path.pop_back();
+    return text::repairedUtf8(path);
+}
+
+void noteAbsence(const std::filesystem::path& root, int error, ScanCoverage& coverage) {
+    if (error == ENOENT || error == ENOTDIR) {
+        coverage.missingRoots.push_back(root);
+    } else {
+        coverage.unreadableFolders.push_back(displayedFolder(root.string()));
+    }
+}
+
 }  // namespace
 
 AppScannerService::AppScannerService(std::vector<std::filesystem::path> folders,
@@ -78,13 +95,43 @@ std::vector<std::filesystem::path> AppScannerService::standardRoots() {
     return roots;
 }
 
+std::vector<std::filesystem::path> AppScannerService::rootsOfVolume(const std::filesystem::path& systemRoot) {
+    const auto users = systemRoot / "Users";
+    std::vector<std::filesystem::path> roots;
+    std::error_code error;
+    for (std::filesystem::directory_iterator user(users, error), end; !error && user != end;
+         user.increment(error)) {
+        roots.push_back(user->path() / "Applications");
+    }
+    // The scan says of it what it says of any folder that cannot be read.
+    if (error && error != std::errc::no_such_file_or_directory) roots.push_back(users);
+    std::ranges::sort(roots);
+    roots.insert(roots.begin(), systemRoot / "Applications");
+    roots.push_back(systemRoot / "System/Applications");
+    return roots;
+}
+
 std::vector<InstalledApp> AppScannerService::scan(std::vector<ScanIssue>& issues) const {
+    ScanCoverage ignored;
+    return scan(issues, ignored);
+}
+
+std::vector<InstalledApp> AppScannerService::scan(std::vector<ScanIssue>& issues,
+                                                  ScanCoverage& coverage) const {
     std::vector<InstalledApp> apps;
     InfoPropertyListFile file;
     for (const auto& root : roots) {
         const auto resolved = resolvedRoot(root);
-        if (!resolved) continue;
+        if (!resolved) {
+            noteAbsence(root, errno, coverage);
+            continue;
+        }
         BundleWalk walk(*resolved);
+        if (walk.isRootOpen()) {
+            ++coverage.rootsRead;
+        } else if (walk.unreadableFolders().empty()) {
+            coverage.missingRoots.push_back(root);
+        }
         while (auto bundle = walk.next()) {
             auto info = readInfo(file, *bundle);
             if (!info) {
@@ -93,6 +140,8 @@ std::vector<InstalledApp> AppScannerService::scan(std::vector<ScanIssue>& issues
                 list(*std::move(bundle), *std::move(info), apps, issues);
             }
         }
+        for (const auto& folder : walk.unreadableFolders())
+            coverage.unreadableFolders.push_back(displayedFolder(folder));
     }
     return apps;
 }

@@ -1,5 +1,6 @@
 #include "scanner/BundleWalk.h"
 
+#include <cerrno>
 #include <fcntl.h>
 #include <string_view>
 #include <unistd.h>
@@ -29,23 +30,6 @@ bool isFolder(DIR* parent, const dirent& entry) {
     return fstatat(dirfd(parent), entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(status.st_mode);
 }
 
-std::string readEntries(DIR* folder) {
-    std::string entries;
-    while (const dirent* const entry = readdir(folder)) {
-        const std::string_view name = entry->d_name;
-        if (name.starts_with('.')) continue;
-        if (name.ends_with(".app")) {
-            entries += bundleKind;
-        } else if (isFolder(folder, *entry)) {
-            entries += folderKind;
-        } else {
-            continue;
-        }
-        entries.append(name).push_back('\0');
-    }
-    return entries;
-}
-
 bool isSame(DIR* folder, dev_t device, ino_t inode) {
     struct stat status{};
     return fstat(dirfd(folder), &status) == 0 && status.st_dev == device && status.st_ino == inode;
@@ -56,7 +40,12 @@ bool isSame(DIR* folder, dev_t device, ino_t inode) {
 BundleWalk::BundleWalk(const std::string& root) : path(root) {
     if (!path.ends_with('/')) path += '/';
     // The slash lets a root that could not be resolved be a link.
-    if (Folder folder{openFolder(AT_FDCWD, path.c_str())}) enter(std::move(folder), {});
+    if (Folder folder{openFolder(AT_FDCWD, path.c_str())}) {
+        opened = true;
+        enter(std::move(folder), {});
+    } else {
+        noteUnreadable(errno);
+    }
 }
 
 std::optional<BundleWalk::Bundle> BundleWalk::next() {
@@ -77,6 +66,8 @@ std::optional<BundleWalk::Bundle> BundleWalk::next() {
         if (Folder inner{openFolder(folder, name)}) {
             path += '/';
             enter(std::move(inner), {name, length});
+        } else {
+            noteUnreadable(errno);
         }
     }
     return std::nullopt;
@@ -92,6 +83,30 @@ void BundleWalk::enter(Folder folder, std::string name) {
     level.pathLength = path.size();
     levels.push_back(std::move(level));
     if (levels.size() > openFolderLimit + 1) closeOuterLevel();
+}
+
+std::string BundleWalk::readEntries(DIR* folder) {
+    std::string entries;
+    errno = 0;
+    for (const dirent* entry = nullptr; (entry = readdir(folder)) != nullptr; errno = 0) {
+        const std::string_view name = entry->d_name;
+        if (name.starts_with('.')) continue;
+        if (name.ends_with(".app")) {
+            entries += bundleKind;
+        } else if (isFolder(folder, *entry)) {
+            entries += folderKind;
+        } else {
+            continue;
+        }
+        entries.append(name).push_back('\0');
+    }
+    if (errno != 0) noteUnreadable(errno);
+    return entries;
+}
+
+/// Of the entry that `path` names. What has gone, or was replaced by something that is no folder, is no loss.
+void BundleWalk::noteUnreadable(int error) {
+    if (error != ENOENT && error != ENOTDIR && error != ELOOP) unreadable.push_back(path);
 }
 
 /// The root stays open: from it any level can be found again.
@@ -119,7 +134,9 @@ void BundleWalk::reopenInnermost(int leftFolder) {
     Folder outer(openFolder(leftFolder, ".."));
     const bool isFound = outer && isSame(outer.get(), level.device, level.inode);
     level.folder = isFound ? std::move(outer) : openByNames(levels.size() - 1);
-    if (!level.folder) level.position = level.entries.size();
+    if (level.folder) return;
+    level.position = level.entries.size();
+    unreadable.push_back(path.substr(0, level.pathLength));
 }
 
 BundleWalk::Folder BundleWalk::openByNames(std::size_t index) const {

@@ -26,7 +26,14 @@ public:
     /// `root`: an absolute path. One that is no folder has no bundles.
     explicit BundleWalk(const std::string& root);
 
+    /// Whether the root is a folder that could be opened.
+    bool isRootOpen() const { return opened; }
+
     std::optional<Bundle> next();
+
+    /// The folders met so far that could not be read, or not to their end. One that has vanished is not among
+    /// them.
+    const std::vector<std::string>& unreadableFolders() const { return unreadable; }
 
 private:
     struct FolderCloser {
@@ -51,13 +58,17 @@ private:
     };
 
     void enter(Folder folder, std::string name);
+    std::string readEntries(DIR* folder);
+    void noteUnreadable(int error);
     void leave();
     void closeOuterLevel();
     void reopenInnermost(int leftFolder);
     Folder openByNames(std::size_t level) const;
 
     std::string path;
+    bool opened = false;
     std::vector<Level> levels;
+    std::vector<std::string> unreadable;
 };
 
 }  // namespace quorvel

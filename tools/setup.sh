@@ -27,5 +27,5 @@ install_missing() {
 build_packages=(g++ cmake ninja-build pkg-config ccache libexpat1-dev libicu-dev libcurl4-openssl-dev zlib1g-dev
     libssl-dev libsystemd-dev libpng-dev libseccomp-dev librsvg2-bin nlohmann-json3-dev libcpp-httplib-dev libbenchmark-dev
     ca-certificates qt6-base-dev)
-test_packages=(git libgtest-dev clang-format-19 clang-tidy-19 clang-19 libclang-rt-19-dev python3 iproute2 dbus xvfb
+test_packages=(git libgtest-dev clang-format-19 clang-tidy-19 clang-19 libclang-rt-19-dev python3 python3-jsonschema iproute2 dbus xvfb
     xfce4-panel trayer weston qt6-wayland xdotool xclip imagemagick appstream desktop-file-utils groff-base systemd)

@@ -8,10 +8,10 @@ _quorvel_check() {
             compopt -o filenames
             return
             ;;
-        --catalog | --os-version) return ;;
+        --catalog | --os-version | --timeout | --explain | --ignore | --unignore) return ;;
     esac
-    local options="--root --system-root --os-version --catalog --data-dir --all --json --show-request --exit-zero
-        --version --help"
+    local options="--root --system-root --os-version --catalog --timeout --data-dir --all --json --exit-zero
+        --explain --ignore --unignore --show-request --version --help"
     mapfile -t COMPREPLY < <(compgen -W "$options" -- "$current")
 }
 complete -F _quorvel_check quorvel-check

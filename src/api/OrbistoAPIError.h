@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <optional>
 #include <string>
 #include <variant>
 
@@ -21,6 +23,8 @@ struct OrbistoAPIError {
     struct HttpError {
         int statusCode = 0;
         std::string body;
+        /// When the server asks to come back, from the answer's arrival on.
+        std::optional<std::chrono::seconds> retryAfter = std::nullopt;
     };
     /// The body is no envelope for the expected data.
     struct DecodingFailed {

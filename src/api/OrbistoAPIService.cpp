@@ -33,8 +33,8 @@ std::expected<std::string, RequestError> validateResponse(HttpOutcome outcome, s
                                             std::string(hostOf(url)) + " gave no valid HTTP answer."});
     }
     if (*outcome.statusCode < 200 || *outcome.statusCode > 299) {
-        return std::unexpected(
-            OrbistoAPIError{OrbistoAPIError::HttpError{*outcome.statusCode, bodyPreview(*outcome.data)}});
+        return std::unexpected(OrbistoAPIError{
+            OrbistoAPIError::HttpError{*outcome.statusCode, bodyPreview(*outcome.data), outcome.retryAfter}});
     }
     return std::move(*outcome.data);
 }
@@ -59,24 +59,26 @@ bool saysNoAppsFound(std::string_view message) {
     return text::lowerCased(message).find("no apps were found") != std::string::npos;
 }
 
-std::expected<std::vector<AutoMatchResult>, RequestError> autoMatchResults(
+std::expected<AutoMatchAnswer, RequestError> autoMatchAnswer(
     std::expected<APIResponse<AutoMatchData>, RequestError> response) {
     if (!response) {
         const auto* http = httpError(response.error());
-        if (http != nullptr && http->statusCode == 404 && saysNoAppsFound(http->body)) return {};
+        if (http != nullptr && http->statusCode == 404 && saysNoAppsFound(http->body))
+            return AutoMatchAnswer();
         return std::unexpected(std::move(response.error()));
     }
     if (!response->success || !response->data) {
         auto message = refusalMessage(*response);
-        if (saysNoAppsFound(message)) return {};
+        if (saysNoAppsFound(message)) return AutoMatchAnswer();
         return std::unexpected(OrbistoAPIError{OrbistoAPIError::ServerError{std::move(message)}});
     }
-    std::vector<AutoMatchResult> results;
-    results.reserve(response->data->size());
+    AutoMatchAnswer answer;
+    answer.results.reserve(response->data->size());
     for (auto& element : *response->data) {
-        if (element.value) results.push_back(std::move(*element.value));
+        if (!element.value || element.value->lacksIdentifiers) ++answer.lostEntries;
+        if (element.value) answer.results.push_back(std::move(*element.value));
     }
-    return results;
+    return answer;
 }
 
 std::expected<std::int64_t, RequestError> instanceId(
@@ -95,20 +97,21 @@ std::expected<void, RequestError> delivery(const std::expected<APIResponse<NoDat
 }  // namespace
 
 OrbistoAPIService::OrbistoAPIService(HttpSession& session, Queue& mainQueue, Environment environment,
-                                     std::string_view baseURL)
+                                     std::string_view baseURL, std::chrono::milliseconds timeout)
     : session(session),
       mainQueue(mainQueue),
       environment(std::move(environment)),
-      baseURL(withoutTrailingSlash(baseURL)) {}
+      baseURL(withoutTrailingSlash(baseURL)),
+      timeout(timeout) {}
 
 void OrbistoAPIService::autoMatch(std::vector<std::string> titles, std::vector<std::string> bundleIds,
-                                  Completion<std::vector<AutoMatchResult>> completion) {
+                                  Completion<AutoMatchAnswer> completion) {
     const AutoMatchRequest request{std::string(autoMatchSecret), std::move(titles), std::move(bundleIds)};
     // Asking twice changes nothing at the catalog, so a connection that died while it was idle costs no
     // chunk.
     postBody<AutoMatchData>(autoMatchPath, encode(request), HttpRequest::Resend::onDeadConnection,
                             [completion = std::move(completion)](auto response) mutable {
-                                completion(autoMatchResults(std::move(response)));
+                                completion(autoMatchAnswer(std::move(response)));
                             });
 }
 
@@ -181,6 +184,7 @@ HttpRequest OrbistoAPIService::request(std::string_view path) const {
     HttpRequest request;
     request.url = baseURL + std::string(path);
     request.method = "POST";
+    request.idleTimeout = timeout;
     return request;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <string_view>
 
@@ -20,12 +21,13 @@ public:
     static constexpr std::string_view autoMatchSecret = "Rk7vQm2XtLp9Wc4NbZs8Hy3JdGf6Ua5E";
 
     /// The session and the queue outlive the client and its requests. `baseURL` ends in the API's path,
-    /// "/v1".
+    /// "/v1". `timeout`: how long a request may be silent.
     OrbistoAPIService(HttpSession& session, Queue& mainQueue, Environment environment,
-                      std::string_view baseURL = catalogURL);
+                      std::string_view baseURL = catalogURL,
+                      std::chrono::milliseconds timeout = HttpRequest().idleTimeout);
 
     void autoMatch(std::vector<std::string> titles, std::vector<std::string> bundleIds,
-                   Completion<std::vector<AutoMatchResult>> completion) override;
+                   Completion<AutoMatchAnswer> completion) override;
     void registerInstance(const RegisterInstanceRequest& request,
                           Completion<std::int64_t> completion) override;
     void sendInstallEvent(Completion<void> completion) override;
@@ -48,6 +50,7 @@ private:
     Queue& mainQueue;
     const Environment environment;
     const std::string baseURL;
+    const std::chrono::milliseconds timeout;
 };
 
 }  // namespace quorvel

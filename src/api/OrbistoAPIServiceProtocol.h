@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <expected>
 #include <functional>
@@ -13,6 +14,13 @@
 
 namespace quorvel {
 
+/// What the catalog knows of one chunk of applications.
+struct AutoMatchAnswer {
+    std::vector<AutoMatchResult> results;
+    /// Entries that could not be read, or not be tied to an application for that reason.
+    std::size_t lostEntries = 0;
+};
+
 /// The catalog's web API. Each operation returns at once; its completion runs later, exactly once, on the
 /// main queue.
 class OrbistoAPIServiceProtocol {
@@ -24,7 +32,7 @@ public:
 
     /// Sends one chunk of installed applications; `titles` and `bundleIds` are of equal length.
     virtual void autoMatch(std::vector<std::string> titles, std::vector<std::string> bundleIds,
-                           Completion<std::vector<AutoMatchResult>> completion) = 0;
+                           Completion<AutoMatchAnswer> completion) = 0;
 
     /// Gives the new instance id.
     virtual void registerInstance(const RegisterInstanceRequest& request,

@@ -46,14 +46,15 @@ std::optional<std::int64_t> integer(const Json& object, const char* member) {
     return value == nullptr ? std::nullopt : integerValue(*value);
 }
 
-/// Empty when the member is absent or any of its elements is not a text.
-std::vector<std::string> textList(const Json& object, const char* member) {
+/// Empty when the member is absent; none when it is no list or any of its elements is not a text.
+std::optional<std::vector<std::string>> textList(const Json& object, const char* member) {
     const Json* list = find(object, member);
-    if (list == nullptr || !list->is_array()) return {};
     std::vector<std::string> texts;
+    if (list == nullptr) return texts;
+    if (!list->is_array()) return std::nullopt;
     texts.reserve(list->size());
     for (const Json& element : *list) {
-        if (!element.is_string()) return {};
+        if (!element.is_string()) return std::nullopt;
         texts.push_back(element.get_ref<const std::string&>());
     }
     return texts;
@@ -70,11 +71,14 @@ std::optional<AutoMatchResult> decodeAutoMatchResult(const Json& entry) {
     const auto id = integer(entry, "id");
     auto title = text(entry, "title");
     if (!id || !title) return std::nullopt;
+    auto identifiers = textList(entry, "bundle_identifiers");
+    const bool lacksIdentifiers = !identifiers;
     return AutoMatchResult{.id = *id,
                            .title = std::move(*title),
                            .version = text(entry, "version").value_or(""),
-                           .bundleIdentifiers = textList(entry, "bundle_identifiers"),
-                           .minimumOSVersion = minimumOS(entry)};
+                           .bundleIdentifiers = std::move(identifiers).value_or(std::vector<std::string>()),
+                           .minimumOSVersion = minimumOS(entry),
+                           .lacksIdentifiers = lacksIdentifiers};
 }
 
 Decoded<AutoMatchData> decodeData(const Json& value, std::type_identity<AutoMatchData>) {

@@ -51,6 +51,8 @@ struct AutoMatchResult {
     std::vector<std::string> bundleIdentifiers;
     /// The lowest system version on which the latest version runs.
     std::optional<std::string> minimumOSVersion;
+    /// The list of bundle identifiers was there and could not be read, so that it counts as empty.
+    bool lacksIdentifiers = false;
 };
 
 /// One element of a list; a malformed element has no value and costs only itself.

@@ -13,13 +13,8 @@ struct IssuePair {
     std::string_view reason;
 };
 
-bool isInvalidVersion(std::string_view reason) {
-    return reason.starts_with(skipReason::localVersionInvalid) ||
-           reason.starts_with(skipReason::remoteVersionInvalid);
-}
-
-bool requiresNewerOS(std::string_view reason) {
-    return reason.starts_with(skipReason::requiresNewerOS);
+bool isInvalidVersion(SkipCode code) {
+    return code == SkipCode::installedVersionInvalid || code == SkipCode::catalogVersionInvalid;
 }
 
 struct Counts {
@@ -31,11 +26,11 @@ struct Counts {
 
 Counts count(std::span<const SkippedApp> skipped) {
     Counts counts;
-    for (const auto& [name, bundleID, version, reason, path] : skipped) {
-        if (reason == skipReason::alreadyAtLatest) ++counts.latest;
-        if (requiresNewerOS(reason)) ++counts.newerOS;
-        if (isInvalidVersion(reason)) ++counts.invalid;
-        if (reason == skipReason::notRecognised) ++counts.unmatched;
+    for (const auto& app : skipped) {
+        if (app.code == SkipCode::upToDate) ++counts.latest;
+        if (app.code == SkipCode::requiresNewerOS) ++counts.newerOS;
+        if (isInvalidVersion(app.code)) ++counts.invalid;
+        if (app.code == SkipCode::notRecognised) ++counts.unmatched;
     }
     return counts;
 }
@@ -61,7 +56,7 @@ std::vector<IssuePair> issuePairs(const MatchEvaluation& evaluation, std::span<c
     for (const auto& issue : scanIssues)
         pairs.push_back({issue.appName, issue.reason});
     for (const auto& app : evaluation.skipped) {
-        if (isInvalidVersion(app.reason) || requiresNewerOS(app.reason))
+        if (isInvalidVersion(app.code) || app.code == SkipCode::requiresNewerOS)
             pairs.push_back({app.name, app.reason});
     }
     std::ranges::stable_sort(pairs, {}, &IssuePair::name);

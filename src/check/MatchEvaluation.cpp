@@ -7,8 +7,6 @@
 #include <unordered_map>
 #include <utility>
 
-#include "platform/Text.h"
-
 namespace quorvel {
 
 namespace {
@@ -30,23 +28,30 @@ bool isUsableVersion(std::string_view version) {
     return !trimmed.empty() && trimmed != "-" && text::containsNumericCharacter(trimmed);
 }
 
-std::string invalidVersion(std::string_view whose, std::string_view version) {
-    return std::string(whose) + ": \"" + std::string(version) + "\"";
+struct Skip {
+    SkipCode code;
+    std::string reason;
+};
+
+Skip invalidVersion(SkipCode code, std::string_view whose, std::string_view version) {
+    return {code, std::string(whose) + " version invalid: \"" + std::string(version) + "\""};
 }
 
 /// Why the application yields no update; none when it does.
-std::optional<std::string> reasonToSkip(const InstalledApp& app, const AutoMatchResult* result,
-                                        const VersionComparatorProtocol& comparator,
-                                        const OSVersion& runningOS) {
-    if (result == nullptr) return std::string(skipReason::notRecognised);
-    if (!isUsableVersion(app.version)) return invalidVersion(skipReason::localVersionInvalid, app.version);
-    if (!isUsableVersion(result->version)) {
-        return invalidVersion(skipReason::remoteVersionInvalid, result->version);
+std::optional<Skip> reasonToSkip(const InstalledApp& app, const AutoMatchResult* result,
+                                 const VersionComparatorProtocol& comparator, const OSVersion& runningOS) {
+    if (result == nullptr) return Skip{SkipCode::notRecognised, "not recognised by Orbisto API"};
+    if (!isUsableVersion(app.version)) {
+        return invalidVersion(SkipCode::installedVersionInvalid, "local", app.version);
     }
-    if (!comparator.isNewer(result->version, app.version)) return std::string(skipReason::alreadyAtLatest);
+    if (!isUsableVersion(result->version)) {
+        return invalidVersion(SkipCode::catalogVersionInvalid, "remote", result->version);
+    }
+    if (!comparator.isNewer(result->version, app.version))
+        return Skip{SkipCode::upToDate, "already at latest"};
     const auto minimumOS = parseMinimumOS(result->minimumOSVersion);
     if (minimumOS && runningOS < *minimumOS) {
-        return std::string(skipReason::requiresNewerOS) + *result->minimumOSVersion;
+        return Skip{SkipCode::requiresNewerOS, "requires " + *result->minimumOSVersion};
     }
     return std::nullopt;
 }
@@ -84,8 +89,9 @@ MatchEvaluation evaluate(std::span<const InstalledApp> inventory, std::span<cons
     for (const auto& app : inventory) {
         const auto found = index.find(app.bundleID);
         const auto* result = found == index.end() ? nullptr : found->second;
-        if (auto reason = reasonToSkip(app, result, comparator, runningOS)) {
-            evaluation.skipped.push_back({app.name, app.bundleID, app.version, std::move(*reason), app.path});
+        if (auto skip = reasonToSkip(app, result, comparator, runningOS)) {
+            evaluation.skipped.push_back(
+                {app.name, app.bundleID, app.version, skip->code, std::move(skip->reason), app.path});
             continue;
         }
         const bool ignored = isIgnored(ignoredVersions.load(), app.bundleID, result->version);
@@ -94,8 +100,8 @@ MatchEvaluation evaluate(std::span<const InstalledApp> inventory, std::span<cons
     return evaluation;
 }
 
-void sortByName(std::vector<AppUpdate>& updates) {
-    const text::NameCollator collator;
+void sortByName(std::vector<AppUpdate>& updates, text::NameCollator::Order locale) {
+    const text::NameCollator collator(locale);
     std::vector<std::pair<std::string, std::size_t>> order;
     order.reserve(updates.size());
     for (std::size_t index = 0; index < updates.size(); ++index) {

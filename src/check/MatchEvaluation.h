@@ -10,30 +10,31 @@
 #include "check/AppUpdate.h"
 #include "persistence/IgnoredVersionsStore.h"
 #include "platform/OperatingSystem.h"
+#include "platform/Text.h"
 #include "scanner/InstalledApp.h"
 #include "versions/VersionComparatorProtocol.h"
 
 namespace quorvel {
+
+enum class SkipCode {
+    notRecognised,
+    installedVersionInvalid,
+    catalogVersionInvalid,
+    upToDate,
+    requiresNewerOS,
+};
 
 /// An installed application that yields no update, and why.
 struct SkippedApp {
     std::string name;
     std::string bundleID;
     std::string version;
-    /// One of the texts below.
+    SkipCode code = SkipCode::notRecognised;
+    /// The same for people.
     std::string reason;
     /// Where the bundle lies: two copies of one application differ in nothing else.
     std::string path;
 };
-
-/// What the reasons of skipped applications are, or how they begin.
-namespace skipReason {
-inline constexpr std::string_view notRecognised = "not recognised by Orbisto API";
-inline constexpr std::string_view localVersionInvalid = "local version invalid";
-inline constexpr std::string_view remoteVersionInvalid = "remote version invalid";
-inline constexpr std::string_view alreadyAtLatest = "already at latest";
-inline constexpr std::string_view requiresNewerOS = "requires ";
-}  // namespace skipReason
 
 /// Every application of the inventory is in exactly one of the two lists.
 struct MatchEvaluation {
@@ -49,8 +50,9 @@ MatchEvaluation evaluate(std::span<const InstalledApp> inventory, std::span<cons
                          const VersionComparatorProtocol& comparator,
                          const IgnoredVersionsStore& ignoredVersions, const OSVersion& runningOS);
 
-/// Orders by application name, case-insensitively, as the user's locale does. Equal names keep their order.
-void sortByName(std::vector<AppUpdate>& updates);
+/// Orders by application name, case-insensitively. Equal names keep their order.
+void sortByName(std::vector<AppUpdate>& updates,
+                text::NameCollator::Order order = text::NameCollator::Order::user);
 
 /// The lowest system version in a catalog text such as "macOS 11" or "10.9+"; none when it names none.
 std::optional<OSVersion> parseMinimumOS(const std::optional<std::string>& text);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <span>
 #include <utility>
 
 #include "check/CheckSummary.h"
@@ -51,8 +50,6 @@ void UpdateCheckService::scanAndCheck(std::string_view trigger, Completion compl
                                       CheckObserver observer) {
     auto scanIssues = std::make_shared<std::vector<ScanIssue>>();
     auto inventory = parts.scanner->scan(*scanIssues);
-    tell(observer.onScanned, std::span<const InstalledApp>(inventory),
-         std::span<const ScanIssue>(*scanIssues));
     if (inventory.empty()) {
         parts.errorLogger.log("Scanner found 0 apps — skipping API call");
         completion(Updates{});
@@ -100,14 +97,15 @@ void UpdateCheckService::sendChunk(const CheckState& state, std::size_t index) {
 
 void UpdateCheckService::handleChunkResult(const CheckState& state, std::size_t index, ChunkOutcome outcome) {
     if (outcome) {
-        std::ranges::move(*outcome, std::back_inserter(state->matches));
+        tell(state->observer.onAnswer, index, outcome->lostEntries);
+        std::ranges::move(outcome->results, std::back_inserter(state->matches));
         sendNextChunk(state, index + 1);
         return;
     }
     const RequestError& error = outcome.error();
     parts.errorLogger.log("Chunk " + std::to_string(index + 1) + "/" + std::to_string(state->chunks()) +
                           " failed: " + description(error));
-    tell(state->observer.onChunkFailed, error);
+    tell(state->observer.onChunkFailed, index, error);
     if (isBlocked(error)) {
         state->completion(
             std::unexpected(UpdateCheckError{UpdateCheckError::IpBlocked{state->inventory.size()}}));

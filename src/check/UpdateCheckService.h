@@ -67,7 +67,7 @@ public:
 private:
     struct Check;
     using CheckState = std::shared_ptr<Check>;
-    using ChunkOutcome = std::expected<std::vector<AutoMatchResult>, RequestError>;
+    using ChunkOutcome = std::expected<AutoMatchAnswer, RequestError>;
 
     void performCheck(const CheckState& state);
     void sendChunk(const CheckState& state, std::size_t index);

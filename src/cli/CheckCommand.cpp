@@ -3,228 +3,211 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
+#include <map>
 #include <memory>
-#include <string_view>
+#include <string>
 #include <unistd.h>
 
-#include "api/OrbistoAPIService.h"
-#include "check/UpdateCheckService.h"
+#include "check/Chunks.h"
+#include "cli/CatalogFailure.h"
 #include "cli/CheckReport.h"
+#include "cli/Inventory.h"
 #include "cli/JsonReport.h"
+#include "cli/OneApplication.h"
+#include "cli/Output.h"
+#include "cli/Progress.h"
 #include "cli/RequestPreview.h"
 #include "cli/TableReport.h"
 #include "cli/Terminal.h"
+#include "platform/linux/CatalogAddress.h"
 #include "platform/linux/CurlSession.h"
 #include "platform/linux/EventQueue.h"
-#include "scanner/AppScannerService.h"
-#include "versions/VersionComparator.h"
 
 namespace quorvel {
 
 namespace {
 
-using Status = CheckReport::Status;
-
-/// How long the program waits, once it has printed, for tracking requests that are still under way.
-constexpr std::chrono::seconds farewell{5};
 constexpr std::chrono::milliseconds pauseBetweenChunks{250};
 
-std::vector<std::filesystem::path> userApplicationFolders(const std::filesystem::path& systemRoot) {
-    std::vector<std::filesystem::path> folders;
-    std::error_code error;
-    for (std::filesystem::directory_iterator user(systemRoot / "Users", error), end; !error && user != end;
-         user.increment(error)) {
-        folders.push_back(user->path() / "Applications");
+/// What a check of the inventory begins with, and all that there is to say when nothing can be checked.
+CheckReport reportOn(const Inventory& inventory, const CommandLine& line) {
+    CheckReport report;
+    report.checkedAt = std::chrono::system_clock::now();
+    report.catalog = line.catalog;
+    report.system = runningSystem(line);
+    report.folders = inventory.folders;
+    report.apps = inventory.apps.size();
+    report.issues = inventory.issues;
+    report.folderIssues = inventory.folderIssues;
+    if (!inventory.hasFolder) {
+        report.outcome = CheckReport::Outcome::failed;
+        report.status = ExitStatus::nothingScanned;
+        report.error = "There is no folder to look into: " + enumeration(inventory.folders) +
+                       (inventory.folders.size() == 1 ? " is" : " are") +
+                       " not there or cannot be read. Name one with --root DIR, or the volume of a Mac with "
+                       "--system-root DIR.";
+    } else if (!inventory.folderIssues.empty()) {
+        report.outcome = CheckReport::Outcome::partial;
+        report.status = ExitStatus::partial;
+        report.error = "Could not read the folder " + inventory.folderIssues.front().path + ".";
     }
-    std::ranges::sort(folders);
-    return folders;
+    return report;
 }
-
-std::vector<std::filesystem::path> applicationFolders(const CommandLine& line) {
-    if (!line.roots.empty()) return line.roots;
-    if (!line.systemRoot) return AppScannerService::standardRoots();
-    auto roots = userApplicationFolders(*line.systemRoot);
-    roots.insert(roots.begin(), *line.systemRoot / "Applications");
-    roots.push_back(*line.systemRoot / "System/Applications");
-    return roots;
-}
-
-Environment environmentOf(const CommandLine& line) {
-    return {.program = thisProgram(),
-            .os = line.osVersion ? *line.osVersion : installedOSVersion(line.systemRoot.value_or("/"))};
-}
-
-PersistenceManager storageOf(const CommandLine& line) {
-    return line.dataFolder ? PersistenceManager::at(*line.dataFolder) : PersistenceManager();
-}
-
-std::unique_ptr<AppScannerService> scannerOf(const CommandLine& line) {
-    return std::make_unique<AppScannerService>(applicationFolders(line), thisProgram().bundleIdentifier);
-}
-
-Status statusOf(const SessionError& error) {
-    switch (error.code) {
-        case SessionError::Code::badServerResponse:
-        case SessionError::Code::dataLengthExceedsMaximum:
-            return Status::refused;
-        case SessionError::Code::badURL:
-            return Status::unexpected;
-        default:
-            return Status::notReached;
-    }
-}
-Status statusOf(const EncodingError&) {
-    return Status::unexpected;
-}
-Status statusOf(const OrbistoAPIError&) {
-    return Status::refused;
-}
-
-Status statusOf(const UpdateCheckError::ApiFailed& error) {
-    return std::visit([](const auto& underlying) { return statusOf(underlying); }, error.underlying);
-}
-Status statusOf(const UpdateCheckError::IpBlocked&) {
-    return Status::refused;
-}
-Status statusOf(const UpdateCheckError::NoInternet&) {
-    return Status::notReached;
-}
-
-/// Shows on a terminal how far the check has come, and takes that away again.
-class Progress {
-public:
-    ~Progress() { clear(); }
-
-    void show(std::size_t index, std::size_t count) {
-        if (!terminal.isTerminal || count < 2) return;
-        std::fprintf(stderr, "\r\x1b[KAsking the catalog: %zu of %zu", index + 1, count);
-        shown = true;
-    }
-
-    void clear() {
-        if (shown) std::fputs("\r\x1b[K", stderr);
-        shown = false;
-    }
-
-private:
-    const Terminal terminal = describeTerminal(STDERR_FILENO);
-    bool shown = false;
-};
 
 /// Runs one check and gathers what it tells.
 class Check {
 public:
-    Check(const CommandLine& line, EventQueue& queue, HttpSession& session)
-        : queue(queue), logger(storageOf(line)), service(makeService(line, queue, session)) {
-        report.os = environmentOf(line).os;
-    }
+    Check(const CommandLine& line, EventQueue& queue, HttpSession& session, Progress& progress)
+        : queue(queue),
+          progress(progress),
+          logger(storageOf(line)),
+          service(makeCheckService(line, storageOf(line), queue, session, pauseBetweenChunks)) {}
 
-    CheckReport run() {
-        service->scanAndCheck("manual", [this](auto result) { finish(std::move(result)); }, observer());
+    CheckReport run(const Inventory& inventory, CheckReport begun) {
+        report = std::move(begun);
+        isAnswered.assign(chunkCount(inventory.apps.size()), true);
+        for (std::size_t index = 0; index < isAnswered.size(); ++index) {
+            for (const auto& app : chunk(inventory.apps, index))
+                chunkOfPath.emplace(app.path, index);
+        }
+        progress.waitFor("Waiting for the catalog");
+        service->check(
+            inventory.apps, std::make_shared<std::vector<ScanIssue>>(inventory.issues), "manual",
+            [this](auto result) { finish(std::move(result)); }, observer());
         queue.run();
         progress.clear();
         return std::move(report);
     }
 
 private:
-    static std::shared_ptr<UpdateCheckService> makeService(const CommandLine& line, EventQueue& queue,
-                                                           HttpSession& session) {
-        const auto storage = storageOf(line);
-        const auto environment = environmentOf(line);
-        return std::make_shared<UpdateCheckService>(UpdateCheckService::Parts{
-            .scanner = scannerOf(line),
-            .api = std::make_unique<OrbistoAPIService>(session, queue, environment, line.catalog),
-            .versionComparator = std::make_unique<VersionComparator>(),
-            .instanceStore = InstanceStore(storage),
-            .firstRunStore = FirstRunStore(storage),
-            .ignoredVersionsStore = IgnoredVersionsStore(storage),
-            .errorLogger = ErrorLogger(storage),
-            // Whoever types a command wants it tried; the request itself finds out whether there is a
-            // connection.
-            .connectivity = std::make_unique<ConnectivityService>(nullptr, /*skipMonitoring=*/true),
-            .interChunkDelay = pauseBetweenChunks,
-            .environment = environment,
-            .mainQueue = queue});
+    CheckObserver observer() {
+        return {.onChunk =
+                    [this](auto index, auto count) {
+                        progress.waitFor("Asking the catalog: " + std::to_string(index + 1) + " of " +
+                                         std::to_string(count));
+                    },
+                .onAnswer = [this](auto index, auto lostEntries) { takeLostEntries(index, lostEntries); },
+                .onChunkFailed =
+                    [this](auto index, const RequestError& error) {
+                        isAnswered[index] = false;
+                        notePartial("Some requests to the catalog failed: " + catalogFailure(error).sentence);
+                    },
+                .onEvaluated = [this](const MatchEvaluation& evaluation) { takeSkipped(evaluation); }};
     }
 
-    CheckObserver observer() {
-        return {.onScanned =
-                    [this](auto inventory, auto issues) {
-                        report.apps = inventory.size();
-                        report.issues.assign(issues.begin(), issues.end());
-                    },
-                .onChunk = [this](auto index, auto count) { progress.show(index, count); },
-                .onChunkFailed =
-                    [this](const RequestError& error) {
-                        if (!report.error) report.error = description(error);
-                        report.outcome = CheckReport::Outcome::partial;
-                    },
-                .onEvaluated =
-                    [this](const MatchEvaluation& evaluation) { report.skipped = evaluation.skipped; }};
+    void notePartial(std::string error) {
+        report.outcome = CheckReport::Outcome::partial;
+        if (!report.error) report.error = std::move(error);
+    }
+
+    void takeLostEntries(std::size_t index, std::size_t lostEntries) {
+        if (lostEntries == 0) return;
+        isAnswered[index] = false;
+        lost += lostEntries;
+    }
+
+    /// The catalog's not knowing an application is its answer; where an answer is missing, that is not known.
+    void takeSkipped(const MatchEvaluation& evaluation) {
+        for (const auto& app : evaluation.skipped) {
+            const bool answered = app.code != SkipCode::notRecognised || isAnswered[chunkOfPath.at(app.path)];
+            report.skipped.push_back({app, answered});
+        }
     }
 
     void finish(std::expected<UpdateCheckService::Updates, UpdateCheckError> result) {
         if (result) {
+            if (lost > 0) {
+                notePartial(std::to_string(lost) + (lost == 1 ? " entry" : " entries") +
+                            " of the catalog's answer " + (lost == 1 ? "was" : "were") + " not understood.");
+            }
             report.updates = std::move(*result);
             report.status = statusOfSuccess();
         } else {
             report.outcome = CheckReport::Outcome::failed;
-            report.error = description(result.error());
-            report.status = std::visit([](const auto& kind) { return statusOf(kind); }, result.error().kind);
-            logger.log(*report.error);
+            auto failure = catalogFailure(result.error());
+            report.error = std::move(failure.sentence);
+            report.status = failure.status;
+            report.skipped.clear();
+            logger.log(description(result.error()));
         }
         queue.quit();
     }
 
-    Status statusOfSuccess() const {
-        if (report.outcome == CheckReport::Outcome::partial) return Status::partial;
+    ExitStatus statusOfSuccess() const {
+        if (report.outcome == CheckReport::Outcome::partial) return ExitStatus::partial;
         const bool newer = std::ranges::count(report.updates, false, &AppUpdate::isIgnored) > 0;
-        return newer ? Status::newer : Status::nothingNewer;
+        return newer ? ExitStatus::newer : ExitStatus::nothingNewer;
     }
 
     EventQueue& queue;
+    Progress& progress;
     const ErrorLogger logger;
     const std::shared_ptr<UpdateCheckService> service;
     CheckReport report;
-    Progress progress;
+    /// By chunk: whether the catalog gave an answer that could be read whole.
+    std::vector<bool> isAnswered;
+    std::map<std::string, std::size_t, std::less<>> chunkOfPath;
+    std::size_t lost = 0;
 };
 
-/// False when the text could not be written whole, to a full disk for example.
-bool print(std::string_view text) {
-    return std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+/// Said once and before the check, which then tells the catalog of a new installation.
+void sayWhereNothingIsKept(const CommandLine& line) {
+    const auto folder = storageOf(line).appSupportURL;
+    if (access(folder.c_str(), W_OK | X_OK) == 0 && std::filesystem::is_directory(folder)) return;
+    output::say("Nothing can be kept in " + folder.string() +
+                ": the catalog is asked to register this installation at every check, and no version can be "
+                "ignored.");
 }
 
 bool printReport(const CheckReport& report, const CommandLine& line) {
-    if (report.outcome == CheckReport::Outcome::partial) {
-        std::fprintf(stderr, "quorvel-check: Some requests to the catalog failed: %s\n",
-                     report.error->c_str());
-    } else if (report.error) {
-        std::fprintf(stderr, "quorvel-check: %s\n", report.error->c_str());
+    if (report.error) output::say(*report.error);
+    if (report.status == ExitStatus::notReached && isReservedForExamples(line.catalog)) {
+        output::say("This program was built without the address of a catalog: " + line.catalog +
+                    " is a reserved name that nobody answers. Give one with --catalog URL, or in "
+                    "QUORVEL_CATALOG_URL.");
     }
-    return print(line.json ? jsonReport(report)
-                           : tableReport(report, line.all, describeTerminal(STDOUT_FILENO)));
+    const Terminal terminal = describeTerminal(STDOUT_FILENO);
+    return output::print(line.json ? jsonReport(report, terminal) : tableReport(report, line.all, terminal));
 }
 
-int showRequests(const CommandLine& line) {
-    std::vector<ScanIssue> issues;
-    const auto inventory = scannerOf(line)->scan(issues);
-    const bool registers = !InstanceStore(storageOf(line)).load();
-    const bool printed = print(requestPreview(inventory, registers, environmentOf(line), line.catalog));
-    return printed ? 0 : static_cast<int>(Status::unexpected);
+/// Tracking requests may still be under way when everything has been printed.
+void waitForLastRequests(CurlSession& session, Progress& progress) {
+    constexpr std::chrono::seconds silence{1};
+    constexpr std::chrono::seconds rest{4};
+    if (session.finish(silence)) return;
+    progress.waitFor("Waiting for the catalog to take the last message");
+    progress.show();
+    session.finish(rest);
+    progress.clear();
+}
+
+ExitStatus check(const CommandLine& line) {
+    const Inventory inventory = takeInventory(line);
+    CheckReport report = reportOn(inventory, line);
+    EventQueue queue;
+    Progress progress(queue, describeTerminal(STDERR_FILENO), stderr);
+    CurlSession session;
+    if (inventory.apps.empty()) {
+        if (inventory.hasFolder) ErrorLogger(storageOf(line)).log("Scanner found 0 apps — skipping API call");
+    } else {
+        sayWhereNothingIsKept(line);
+        report = Check(line, queue, session, progress).run(inventory, std::move(report));
+    }
+    const bool isPrinted = printReport(report, line);
+    waitForLastRequests(session, progress);
+    if (!isPrinted) return ExitStatus::unexpected;
+    return line.exitZero && report.status == ExitStatus::newer ? ExitStatus::nothingNewer : report.status;
 }
 
 }  // namespace
 
-int runCheckCommand(const CommandLine& line) {
+ExitStatus runCheckCommand(const CommandLine& line) {
     if (line.showRequest) return showRequests(line);
-    EventQueue queue;
-    CurlSession session;
-    const CheckReport report = Check(line, queue, session).run();
-    const bool printed = printReport(report, line);
-    session.finish(farewell);
-    if (!printed) return static_cast<int>(Status::unexpected);
-    const bool asSuccess = line.exitZero && report.status == Status::newer;
-    return asSuccess ? 0 : static_cast<int>(report.status);
+    if (line.explain) return explainApplication(line, *line.explain);
+    if (line.ignore) return ignoreOfferedVersion(line, *line.ignore);
+    if (line.unignore) return unignore(line, *line.unignore);
+    return check(line);
 }
 
 }  // namespace quorvel

@@ -1,10 +1,11 @@
 #pragma once
 
+#include "cli/CheckReport.h"
 #include "cli/CommandLine.h"
 
 namespace quorvel {
 
-/// Does what the command line asks for: checks, prints, and returns the program's exit status.
-int runCheckCommand(const CommandLine& line);
+/// Does what the command line asks for, and prints how that went.
+ExitStatus runCheckCommand(const CommandLine& line);
 
 }  // namespace quorvel

@@ -1,10 +1,10 @@
 #include "cli/CommandLine.h"
 
-#include <functional>
-#include <map>
-#include <string_view>
+#include <algorithm>
+#include <utility>
 
-#include "platform/ProgramInfo.h"
+#include "platform/CommandOptions.h"
+#include "platform/linux/CatalogAddress.h"
 
 namespace quorvel {
 
@@ -13,114 +13,130 @@ const char* const usageText =
 Tells which installed applications have newer versions in the Orbisto catalog.
 
 Where to look
-  --root DIR           search this folder; may be given several times
-                       (default: /Applications, ~/Applications, /System/Applications)
-  --system-root DIR    search the application folders of the macOS volume at DIR,
-                       those of all its users included, and take its OS version
-  --os-version X.Y.Z   take this as the running macOS version
+  --root DIR            search this folder; may be given several times
+                        (default: /Applications, ~/Applications,
+                        /System/Applications)
+  --system-root DIR     search the application folders of the macOS volume at
+                        DIR, those of all its users included, and take its
+                        OS version
+  --os-version X.Y.Z    take this as the running macOS version
 
 Whom to ask, what to keep
-  --catalog URL        base URL of the catalog's API
-  --data-dir DIR       folder for the instance id, the ignored versions and the log
-                       (default: $XDG_DATA_HOME/quorvel or ~/.local/share/quorvel)
+  --catalog URL         base URL of the catalog's API
+                        (default: $QUORVEL_CATALOG_URL, else the build's own)
+  --timeout SECONDS     give a request up after so much silence (default: 60)
+  --data-dir DIR        folder for the instance id, the ignored versions and
+                        the log (default: $XDG_DATA_HOME/quorvel or
+                        ~/.local/share/quorvel)
 
 What to print
-  --all                every application with its outcome, and each bundle that
-                       could not be listed
-  --json               one JSON document (quorvel-check/1)
-  --show-request       print the bodies of the requests that the check would begin
-                       with, the secret masked, and send nothing
-  --exit-zero          exit with 0 also when newer versions exist
-  --version            print the program's version
-  --help               print this text
+  --all                 every application with its outcome, and each bundle
+                        that could not be listed
+  --json                one JSON document (quorvel-check/1)
+  --exit-zero           exit with 0 also when newer versions exist
+
+In place of a check
+  --explain NAME        tell of one application, by name or bundle identifier,
+                        how its version compares with the catalog's, and why
+  --ignore IDENTIFIER   ignore the version that the catalog now offers for it
+  --unignore IDENTIFIER listen to its newer versions again
+  --show-request        print the requests of a first and of a later check,
+                        the credentials masked, and send nothing
+  -V, --version         print the program's version
+  -h, --help            print this text
 
 Exit status
-  0    nothing newer               4    no connection, or the catalog was not reached
-  100  newer versions exist        5    the catalog refused or was not understood
-  3    some requests failed        1    something unexpected    2    wrong usage
+  0    nothing newer               4   the catalog was not reached
+  100  newer versions exist        5   the catalog refused, or its answer was
+  3    partial: something could        not understood
+       not be read or asked        6   there is no folder to look into
+  1    something unexpected        2   wrong usage
+
+Examples
+  quorvel-check --all
+  quorvel-check --system-root /Volumes/Backup --json
+  quorvel-check --explain com.example.editor
+
+The manual is quorvel-check(1); what the version order gets wrong stands in
+limits.md among the documents.
 )";
 
 namespace {
 
 using Problem = std::optional<std::string>;
 
-Problem existingFolder(std::string_view option, const std::filesystem::path& folder) {
-    std::error_code ignored;
-    if (std::filesystem::is_directory(folder, ignored)) return std::nullopt;
-    return std::string(option) + ": there is no folder " + folder.string() + ".";
+CommandOption pathsOption(std::string name, std::vector<std::filesystem::path>& paths) {
+    return {.name = std::move(name), .takesValue = true, .handle = [&paths](const std::string& value) {
+                paths.emplace_back(value);
+                return Problem();
+            }};
 }
 
-bool isWebAddress(std::string_view text) {
-    for (const std::string_view scheme : {"https://", "http://"}) {
-        if (text.starts_with(scheme) && text.size() > scheme.size()) return true;
-    }
-    return false;
+template <typename Text>
+CommandOption textOption(std::string name, std::optional<Text>& text) {
+    return {.name = std::move(name), .takesValue = true, .handle = [&text](const std::string& value) {
+                text = value;
+                return Problem();
+            }};
 }
 
-/// What each option does with its value.
-std::map<std::string_view, std::function<Problem(std::string_view)>> valueOptions(CommandLine& line) {
-    return {{"--root",
-             [&](std::string_view value) {
-                 line.roots.emplace_back(value);
-                 return existingFolder("--root", line.roots.back());
-             }},
-            {"--system-root",
-             [&](std::string_view value) {
-                 line.systemRoot = value;
-                 return existingFolder("--system-root", *line.systemRoot);
-             }},
-            {"--catalog",
-             [&](std::string_view value) -> Problem {
-                 line.catalog = value;
-                 if (isWebAddress(value)) return std::nullopt;
-                 return "--catalog: " + line.catalog + " is no https or http address.";
-             }},
-            {"--data-dir",
-             [&](std::string_view value) -> Problem {
-                 line.dataFolder = std::filesystem::absolute(value);
-                 return std::nullopt;
-             }},
-            {"--os-version", [&](std::string_view value) -> Problem {
-                 line.osVersion = parseOSVersion(value);
-                 if (line.osVersion) return std::nullopt;
-                 return "--os-version: " + std::string(value) + " is not of the form X.Y.Z.";
-             }}};
+CommandOption osVersionOption(CommandLine& line) {
+    return {.name = "os-version", .takesValue = true, .handle = [&line](const std::string& value) -> Problem {
+                line.osVersion = parseOSVersion(value);
+                if (line.osVersion) return std::nullopt;
+                return "--os-version: " + value + " is not of the form X.Y.Z.";
+            }};
 }
 
-std::map<std::string_view, bool*> switches(CommandLine& line) {
-    return {{"--all", &line.all},
-            {"--json", &line.json},
-            {"--show-request", &line.showRequest},
-            {"--exit-zero", &line.exitZero},
-            {"--version", &line.version},
-            {"--help", &line.help}};
+CommandOption timeoutOption(CommandLine& line) {
+    return {.name = "timeout", .takesValue = true, .handle = [&line](const std::string& value) -> Problem {
+                constexpr int longest = 3600;
+                const auto number = numberBetween(1, longest, value);
+                if (!number) return "--timeout takes a number of seconds from 1 to 3600, not " + value + ".";
+                line.timeout = std::chrono::seconds(*number);
+                return std::nullopt;
+            }};
+}
+
+/// What else is wrong once every option by itself is right.
+Problem contradiction(const CommandLine& line) {
+    const int modes = int{line.showRequest} + int{line.explain.has_value()} + int{line.ignore.has_value()} +
+                      int{line.unignore.has_value()};
+    if (modes > 1)
+        return "Only one of --show-request, --explain, --ignore and --unignore can be done at a time.";
+    if (modes == 1 && line.json) return "--json goes with a check, and with nothing in place of one.";
+    return std::nullopt;
 }
 
 }  // namespace
 
 std::expected<CommandLine, std::string> parseCommandLine(std::span<const char* const> arguments) {
     CommandLine line;
-    line.catalog = catalogURL;
-    const auto withValue = valueOptions(line);
-    const auto withoutValue = switches(line);
-    for (std::size_t index = 0; index < arguments.size(); ++index) {
-        const std::string_view argument = arguments[index];
-        const auto equals = argument.find('=');
-        const auto name = argument.substr(0, equals);
-        if (const auto flag = withoutValue.find(argument); flag != withoutValue.end()) {
-            *flag->second = true;
-            continue;
-        }
-        const auto option = withValue.find(name);
-        if (option == withValue.end()) return std::unexpected("unknown argument " + std::string(argument));
-        const bool isInline = equals != std::string_view::npos;
-        if (!isInline && index + 1 == arguments.size()) {
-            return std::unexpected(std::string(name) + " needs a value.");
-        }
-        const std::string_view value = isInline ? argument.substr(equals + 1) : arguments[++index];
-        if (value.empty()) return std::unexpected(std::string(name) + " needs a value.");
-        if (auto problem = option->second(value)) return std::unexpected(std::move(*problem));
-    }
+    std::optional<std::string> catalog;
+    const std::vector<CommandOption> options{pathsOption("root", line.roots),
+                                             textOption("system-root", line.systemRoot),
+                                             osVersionOption(line),
+                                             textOption("catalog", catalog),
+                                             timeoutOption(line),
+                                             textOption("data-dir", line.dataFolder),
+                                             flagOption("all", line.all),
+                                             flagOption("json", line.json),
+                                             flagOption("exit-zero", line.exitZero),
+                                             textOption("explain", line.explain),
+                                             textOption("ignore", line.ignore),
+                                             textOption("unignore", line.unignore),
+                                             flagOption("show-request", line.showRequest),
+                                             flagOption("version", line.version, 'V'),
+                                             flagOption("help", line.help, 'h')};
+    const auto words = readOptions(options, arguments);
+    if (!words) return std::unexpected(words.error());
+    if (!words->empty()) return std::unexpected("There is no use for the word " + words->front() + ".");
+    if (line.help || line.version) return line;
+    auto address = catalogAddress(catalog);
+    if (!address) return std::unexpected(std::move(address.error()));
+    line.catalog = std::move(*address);
+    if (line.dataFolder) line.dataFolder = std::filesystem::absolute(*line.dataFolder);
+    if (auto problem = contradiction(line)) return std::unexpected(std::move(*problem));
     return line;
 }
 

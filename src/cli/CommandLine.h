@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <expected>
 #include <filesystem>
 #include <optional>
@@ -18,12 +19,17 @@ struct CommandLine {
     std::string catalog;
     std::optional<std::filesystem::path> dataFolder;
     std::optional<OSVersion> osVersion;
+    std::chrono::seconds timeout{60};
     bool all = false;
     bool json = false;
     bool showRequest = false;
     bool exitZero = false;
     bool version = false;
     bool help = false;
+    /// In place of a check; one of these, or `showRequest`, at the most.
+    std::optional<std::string> explain;
+    std::optional<std::string> ignore;
+    std::optional<std::string> unignore;
 };
 
 /// The arguments without the program's name; a sentence that says what is wrong with them.

@@ -1,37 +1,122 @@
 #include "cli/RequestPreview.h"
 
-#include "api/RecordCoding.h"
-#include "check/Chunks.h"
-#include "check/InstanceRegistration.h"
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <unistd.h>
+#include <utility>
+
+#include "api/OrbistoAPIService.h"
+#include "cli/CheckSetup.h"
+#include "cli/Inventory.h"
+#include "cli/Output.h"
+#include "cli/Terminal.h"
+#include "platform/DisplayText.h"
+#include "platform/linux/EventQueue.h"
 
 namespace quorvel {
 
 namespace {
 
-constexpr std::string_view maskedSecret = "********************************";
+/// Stands for the id that the catalog gives at the registration.
+constexpr std::int64_t unknownInstance = 0;
 
-std::string entry(std::string_view catalog, std::string_view path,
-                  const std::expected<std::string, EncodingError>& body) {
-    return "POST " + std::string(catalog) + std::string(path) + "\n" +
-           (body ? *body : body.error().description) + "\n";
+/// Writes down requests in place of sending them, and answers as a catalog that knows no application.
+class WritingSession final : public HttpSession {
+public:
+    explicit WritingSession(Queue& queue) : queue(queue) {}
+
+    void dataTask(HttpRequest request, Completion completion) override {
+        written += request.method + " " + request.url + "\n";
+        for (const auto& [name, value] : request.headers)
+            written += name + ": " + masked(value) + "\n";
+        written += "\n";
+        if (!request.body.empty()) written += masked(request.body) + "\n\n";
+        const bool registers = request.url.ends_with("/qvl/instance");
+        std::string answer = registers
+                                 ? R"({"success":true,"data":{"id":)" + std::to_string(unknownInstance) + "}}"
+                                 : R"({"success":true,"data":[]})";
+        queue.post([answer = std::move(answer), completion = std::move(completion)]() mutable {
+            completion({.data = std::move(answer), .statusCode = 200, .error = std::nullopt});
+        });
+    }
+
+    std::string written;
+
+private:
+    static std::string masked(std::string text) {
+        for (const auto secret : {OrbistoAPIService::autoMatchSecret, OrbistoAPIService::defaultClientId,
+                                  OrbistoAPIService::installEventClientId}) {
+            const auto found = text.find(secret);
+            if (found != std::string::npos)
+                text.replace(found, secret.size(), std::string(secret.size(), '*'));
+        }
+        return text;
+    }
+
+    Queue& queue;
+};
+
+/// A storage folder for one check, which takes nothing with it.
+class PassingStorage {
+public:
+    PassingStorage() : storage(std::filesystem::temp_directory_path()) {}
+    ~PassingStorage() {
+        std::error_code ignored;
+        std::filesystem::remove_all(storage.appSupportURL, ignored);
+    }
+    PassingStorage(const PassingStorage&) = delete;
+    PassingStorage& operator=(const PassingStorage&) = delete;
+
+    const PersistenceManager storage;
+};
+
+std::string requestsOfOneCheck(const CommandLine& line, const Inventory& inventory,
+                               const PersistenceManager& storage) {
+    EventQueue queue;
+    WritingSession session(queue);
+    const auto service = makeCheckService(line, storage, queue, session, std::chrono::milliseconds::zero());
+    service->check(inventory.apps, std::make_shared<std::vector<ScanIssue>>(inventory.issues), "manual",
+                   [&queue](const auto&) { queue.quit(); });
+    queue.run();
+    return std::move(session.written);
+}
+
+/// Line by line, so that nothing in a name is obeyed by a terminal.
+std::string shown(const std::string& text) {
+    if (!describeTerminal(STDOUT_FILENO).isTerminal) return text;
+    std::string lines;
+    for (std::size_t start = 0; start < text.size();) {
+        const std::size_t end = text.find('\n', start);
+        lines += forTerminal(std::string_view(text).substr(start, end - start)) + "\n";
+        start = end + 1;
+    }
+    return lines;
 }
 
 }  // namespace
 
-std::string requestPreview(std::span<const InstalledApp> inventory, bool registers,
-                           const Environment& environment, std::string_view catalog) {
-    if (inventory.empty()) return "";
-    std::string preview;
-    if (registers) {
-        preview += entry(catalog, "/qvl/instance", encode(registrationRequest(environment)));
+ExitStatus showRequests(const CommandLine& line) {
+    const Inventory inventory = takeInventory(line);
+    std::string text;
+    if (inventory.apps.empty()) {
+        text =
+            "Nothing would be sent: no applications were found in " + enumeration(inventory.folders) + ".\n";
+    } else {
+        const PassingStorage passing;
+        const auto registered = InstanceStore(storageOf(line)).load();
+        if (registered) {
+            InstanceStore(passing.storage).save(*registered);
+        } else {
+            text = "== The first check; the catalog gives the instance id, for which " +
+                   std::to_string(unknownInstance) + " stands here ==\n\n" +
+                   requestsOfOneCheck(line, inventory, passing.storage);
+        }
+        text += "== " + std::string(registered ? "Every check" : "Every later check") +
+                "; \"updates=\" is followed by their number ==\n\n" +
+                requestsOfOneCheck(line, inventory, passing.storage);
     }
-    for (std::size_t index = 0; index < chunkCount(inventory.size()); ++index) {
-        const auto apps = chunk(inventory, index);
-        preview += entry(catalog, "/apps/auto-match-collection",
-                         encode(AutoMatchRequest{std::string(maskedSecret), texts(apps, &InstalledApp::name),
-                                                 texts(apps, &InstalledApp::bundleID)}));
-    }
-    return preview;
+    return output::print(shown(text)) ? ExitStatus::nothingNewer : ExitStatus::unexpected;
 }
 
 }  // namespace quorvel

@@ -1,18 +1,12 @@
 #pragma once
 
-#include <span>
-#include <string>
-#include <string_view>
-
-#include "api/Environment.h"
-#include "scanner/InstalledApp.h"
+#include "cli/CheckReport.h"
+#include "cli/CommandLine.h"
 
 namespace quorvel {
 
-/// The requests that a check of this inventory begins with, as they would go out, the secret masked: the
-/// registration when `registers` is set, then one auto-match request a chunk. For each, a line with method
-/// and address, then its body.
-std::string requestPreview(std::span<const InstalledApp> inventory, bool registers,
-                           const Environment& environment, std::string_view catalog);
+/// Prints every request that a first check of the inventory sends, unless this installation is registered,
+/// and every one of a later check, with the credentials masked. Nothing is sent and nothing is stored.
+ExitStatus showRequests(const CommandLine& line);
 
 }  // namespace quorvel

@@ -2,74 +2,212 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <numeric>
 #include <string_view>
 
+#include "platform/Characters.h"
+#include "platform/DisplayText.h"
 #include "platform/Text.h"
 
 namespace quorvel {
 
 namespace {
 
-constexpr std::string_view columnGap = "  ";
-/// A text wider than this takes its room from its own row alone.
-constexpr std::size_t widestAligned = 36;
+using Kind = Table::Kind;
 
-std::vector<std::size_t> columnWidths(const Table& table) {
-    std::vector<std::size_t> widths;
-    widths.reserve(table.headings.size());
-    for (const auto& heading : table.headings)
-        widths.push_back(text::displayWidth(heading));
-    for (const auto& row : table.rows) {
-        for (std::size_t column = 0; column < row.size(); ++column) {
-            const std::size_t width = text::displayWidth(row[column]);
-            if (width <= widestAligned) widths[column] = std::max(widths[column], width);
+constexpr std::size_t gap = 2;
+/// Where a line begins that goes on with a row which had no room.
+constexpr std::size_t continuationIndent = 4;
+/// Names keep this much on a terminal, however narrow.
+constexpr std::size_t minNameWidth = 12;
+/// Off a terminal, what is longer does not move the columns of the other rows.
+constexpr std::size_t maxNameWidth = 60;
+constexpr std::size_t maxVersionWidth = 16;
+/// A column for text is of use from here on; a wider one takes room of names until they have no more than
+/// this.
+constexpr std::size_t minTextWidth = 24;
+constexpr std::size_t goodTextWidth = 32;
+constexpr std::size_t goodNameWidth = 20;
+
+struct Piece {
+    std::string_view text;
+    std::size_t width;
+};
+
+/// As many of the first grapheme clusters as fit.
+Piece fitting(std::string_view text, std::size_t room) {
+    Piece piece{text.substr(0, 0), 0};
+    std::size_t length = 0;
+    for (const auto character : text::characters(text)) {
+        const std::size_t width = text::displayWidth(character);
+        if (piece.width + width > room) break;
+        length += character.size();
+        piece = {text.substr(0, length), piece.width + width};
+    }
+    return piece;
+}
+
+/// One row, written from left to right.
+class RowWriter {
+public:
+    explicit RowWriter(std::size_t maxWidth) : maxWidth(maxWidth) {}
+
+    void putName(const std::string& cell, std::size_t start, std::size_t width) {
+        if (text::displayWidth(cell) <= width || maxWidth == unlimited) return put(cell, start);
+        put(std::string(fitting(cell, width - 1).text) + "…", start);
+    }
+
+    void put(const std::string& cell, std::size_t start) {
+        const std::size_t width = text::displayWidth(cell);
+        if (isTaken(start)) breakLine();
+        if (start + width > maxWidth && start > continuationIndent) {
+            if (at > 0) breakLine();
+            start = continuationIndent;
+        }
+        write(cell, width, start);
+    }
+
+    /// Broken into lines between words, and inside a word that is longer than a line.
+    void putText(std::string_view cell, std::size_t start) {
+        if (isTaken(start)) breakLine();
+        const std::size_t width = text::displayWidth(cell);
+        const bool isNarrow = start + std::min(width, minTextWidth) > maxWidth;
+        if (isNarrow) start = continuationIndent;
+        if (isNarrow && at > 0) breakLine();
+        const std::size_t room =
+            maxWidth == unlimited ? unlimited : std::max<std::size_t>(maxWidth - start, 8);
+        while (!cell.empty()) {
+            if (at > start) breakLine();
+            const std::string_view line = firstLine(cell, room);
+            write(line, text::displayWidth(line), start);
+            cell.remove_prefix(line.size());
+            cell.remove_prefix(std::min(cell.find_first_not_of(' '), cell.size()));
         }
     }
-    return widths;
+
+    std::string finish() { return std::move(lines) + "\n"; }
+
+    static constexpr std::size_t unlimited = static_cast<std::size_t>(-1) / 2;
+
+private:
+    static std::string_view firstLine(std::string_view text, std::size_t room) {
+        const auto [piece, width] = fitting(text, room);
+        if (piece.size() == text.size() || text[piece.size()] == ' ') return piece;
+        const auto space = piece.rfind(' ');
+        if (space != std::string_view::npos && space > 0) return piece.substr(0, space);
+        // Not even one character has room: one is shown all the same.
+        return piece.empty() ? text::firstGraphemes(text, 1) : piece;
+    }
+
+    bool isTaken(std::size_t start) const { return at > 0 && at + gap > start; }
+
+    void breakLine() {
+        lines += '\n';
+        at = 0;
+    }
+
+    void write(std::string_view cell, std::size_t width, std::size_t start) {
+        lines.append(start - at, ' ').append(isolated(cell));
+        at = start + width;
+    }
+
+    const std::size_t maxWidth;
+    std::string lines;
+    /// The column of the screen that comes next.
+    std::size_t at = 0;
+};
+
+struct Layout {
+    std::size_t maxWidth = 0;
+    std::size_t nameWidth = 0;
+    std::vector<std::size_t> starts;
+};
+
+/// The widest cell of a column, but for those that go beyond `limit`.
+std::size_t widest(const Table& table, std::size_t column, std::size_t limit) {
+    std::size_t width = text::displayWidth(table.columns[column].heading);
+    for (const auto& row : table.rows) {
+        const std::size_t cell = text::displayWidth(row[column]);
+        if (cell <= limit) width = std::max(width, cell);
+    }
+    return width;
 }
 
-std::string line(const std::vector<std::string>& cells, const std::vector<std::size_t>& widths) {
-    std::string line;
+std::size_t nameWidth(const Table& table, const std::vector<std::size_t>& widths, std::size_t maxWidth) {
+    if (maxWidth == RowWriter::unlimited) return widths.front();
+    std::size_t others = gap;
+    std::size_t text = 0;
+    for (std::size_t column = 1; column < widths.size(); ++column) {
+        if (table.columns[column].kind == Kind::text) {
+            text = gap + widths[column];
+        } else {
+            others += gap + widths[column];
+        }
+    }
+    if (others + text + goodNameWidth > maxWidth) text = std::min(text, gap + goodTextWidth);
+    if (others + text + goodNameWidth > maxWidth) text = std::min(text, gap + minTextWidth);
+    // Where the name and the text do not both have room, the text goes into a line of its own.
+    if (others + text + minNameWidth > maxWidth) text = 0;
+    const std::size_t room = maxWidth - std::min(maxWidth, others + text);
+    return std::min(widths.front(), std::max(room, minNameWidth));
+}
+
+Layout layOut(const Table& table, const Terminal& terminal) {
+    Layout layout;
+    layout.maxWidth = terminal.width.value_or(RowWriter::unlimited);
+    std::vector<std::size_t> widths;
+    for (std::size_t column = 0; column < table.columns.size(); ++column) {
+        const Kind kind = table.columns[column].kind;
+        const std::size_t limit = kind == Kind::version                   ? maxVersionWidth
+                                  : kind == Kind::name && !terminal.width ? maxNameWidth
+                                                                          : RowWriter::unlimited;
+        widths.push_back(widest(table, column, limit));
+    }
+    layout.nameWidth = widths.front() = nameWidth(table, widths, layout.maxWidth);
+    std::size_t start = gap;
+    for (const std::size_t width : widths) {
+        layout.starts.push_back(start);
+        start += width + gap;
+    }
+    return layout;
+}
+
+std::string renderRow(const Table& table, const Layout& layout, const std::vector<std::string>& cells) {
+    RowWriter writer(layout.maxWidth);
     for (std::size_t column = 0; column < cells.size(); ++column) {
-        line.append(columnGap).append(cells[column]);
-        if (column + 1 == cells.size()) break;
-        const std::size_t width = text::displayWidth(cells[column]);
-        if (width < widths[column]) line.append(widths[column] - width, ' ');
+        const std::size_t start = layout.starts[column];
+        switch (table.columns[column].kind) {
+            case Kind::name:
+                writer.putName(cells[column], start, layout.nameWidth);
+                break;
+            case Kind::version:
+            case Kind::phrase:
+                writer.put(cells[column], start);
+                break;
+            case Kind::text:
+                writer.putText(cells[column], start);
+                break;
+        }
     }
-    return line;
-}
-
-/// The length in bytes of the UTF-8 character at the start of `rest`.
-std::size_t characterLength(std::string_view rest) {
-    std::size_t length = 1;
-    while (length < rest.size() && (static_cast<unsigned char>(rest[length]) & 0xC0) == 0x80)
-        ++length;
-    return length;
-}
-
-std::string cutTo(const std::string& line, std::size_t width) {
-    if (text::displayWidth(line) <= width) return line;
-    std::size_t end = 0;
-    while (end < line.size()) {
-        const std::size_t next = end + characterLength(std::string_view(line).substr(end));
-        if (text::displayWidth(line.substr(0, next)) + 1 > width) break;
-        end = next;
-    }
-    return line.substr(0, end) + "…";
+    return writer.finish();
 }
 
 }  // namespace
 
-std::string render(const Table& table, const Terminal& terminal) {
-    const auto widths = columnWidths(table);
-    const auto fitted = [&](const std::vector<std::string>& cells) {
-        const auto whole = line(cells, widths);
-        return terminal.width ? cutTo(whole, *terminal.width) : whole;
-    };
-    const std::string headings = fitted(table.headings);
-    std::string text = terminal.colour ? "\x1b[1m" + headings + "\x1b[0m\n" : headings + "\n";
+std::string render(const Table& given, const Terminal& terminal) {
+    Table table{given.columns, given.rows};
+    for (auto& row : table.rows) {
+        for (auto& cell : row)
+            cell = forTerminal(cell);
+    }
+    const Layout layout = layOut(table, terminal);
+    std::vector<std::string> headings;
+    for (const auto& column : table.columns)
+        headings.push_back(column.heading);
+    const std::string first = renderRow(table, layout, headings);
+    std::string text = terminal.colour ? "\x1b[1m" + first.substr(0, first.size() - 1) + "\x1b[0m\n" : first;
     for (const auto& row : table.rows)
-        text += fitted(row) + "\n";
+        text += renderRow(table, layout, row);
     return text;
 }
 

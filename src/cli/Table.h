@@ -9,12 +9,24 @@ namespace quorvel {
 
 /// A table for people: columns aligned by the width that their texts take on a screen.
 struct Table {
-    std::vector<std::string> headings;
+    enum class Kind {
+        name,     ///< cut to what the other columns leave
+        version,  ///< never cut; a very long one does not widen the column for the others
+        phrase,   ///< never cut, one of a few
+        text      ///< never cut: goes on in the next line
+    };
+    struct Column {
+        std::string heading;
+        Kind kind;
+    };
+
+    std::vector<Column> columns;
+    /// Texts from outside as they are.
     std::vector<std::vector<std::string>> rows;
 };
 
-/// The table's lines, each with a line feed at its end. A row with a very long text does not widen its column
-/// for the others. On a terminal, lines are cut to its width; elsewhere nothing is.
+/// The table's lines, each with a line feed at its end. On a terminal, they fit its width, unless a version
+/// alone is wider; elsewhere nothing is cut or broken into lines but behind a very long name.
 std::string render(const Table& table, const Terminal& terminal);
 
 }  // namespace quorvel

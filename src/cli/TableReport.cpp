@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <filesystem>
 
+#include "cli/Inventory.h"
 #include "cli/Table.h"
 #include "platform/DisplayText.h"
 #include "platform/Text.h"
@@ -12,8 +13,10 @@ namespace quorvel {
 
 namespace {
 
-std::string counted(std::size_t number, const char* one, const char* many) {
-    return std::to_string(number) + " " + (number == 1 ? one : many);
+using Kind = Table::Kind;
+
+std::string counted(std::size_t number, const std::string& one) {
+    return std::to_string(number) + " " + one + (number == 1 ? "" : "s");
 }
 
 std::string section(const std::string& title, const Table& table, const Terminal& terminal) {
@@ -23,22 +26,20 @@ std::string section(const std::string& title, const Table& table, const Terminal
            "\n";
 }
 
-std::string cell(const std::string& text) {
-    return isolated(onOneLine(text));
-}
-
 /// A path below the folder that the user stands in is shown from there.
 std::string displayPath(const std::string& path) {
     std::error_code ignored;
     const std::string here = std::filesystem::current_path(ignored).string() + "/";
-    return cell(path.starts_with(here) ? path.substr(here.size()) : path);
+    return path.starts_with(here) ? path.substr(here.size()) : path;
 }
 
 std::string updateSection(const CheckReport& report, bool all, const Terminal& terminal) {
-    Table shown{{"APPLICATION", "INSTALLED", "AVAILABLE"}, {}}, ignored = shown;
+    Table shown{{{"APPLICATION", Kind::name}, {"INSTALLED", Kind::version}, {"AVAILABLE", Kind::version}},
+                {}};
+    Table ignored = shown;
     for (const auto& update : report.updates) {
         Table& table = update.isIgnored ? ignored : shown;
-        table.rows.push_back({cell(update.app.name), cell(update.app.version), cell(update.latestVersion)});
+        table.rows.push_back({update.app.name, update.app.version, update.latestVersion});
     }
     return section("New versions available", shown, terminal) +
            (all ? section("Ignored versions", ignored, terminal) : "");
@@ -52,30 +53,51 @@ void sortRowsByName(Table& table) {
 }
 
 std::string otherSections(const CheckReport& report, const Terminal& terminal) {
-    Table skipped{{"APPLICATION", "INSTALLED", "REASON"}, {}};
-    for (const auto& app : report.skipped) {
-        skipped.rows.push_back({cell(app.name), cell(app.version), cell(app.reason)});
-    }
-    Table issues{{"APPLICATION", "REASON", "PATH"}, {}};
-    for (const auto& issue : report.issues) {
-        issues.rows.push_back({cell(issue.appName), issue.reason, displayPath(issue.path)});
+    Table skipped{{{"APPLICATION", Kind::name}, {"INSTALLED", Kind::version}, {"REASON", Kind::text}}, {}};
+    for (const auto& entry : report.skipped)
+        skipped.rows.push_back({entry.app.name, entry.app.version, reason(entry)});
+    Table issues{{{"APPLICATION", Kind::name}, {"REASON", Kind::phrase}, {"PATH", Kind::text}}, {}};
+    for (const auto* list : {&report.issues, &report.folderIssues}) {
+        for (const auto& issue : *list)
+            issues.rows.push_back({issue.appName, issue.reason, displayPath(issue.path)});
     }
     sortRowsByName(skipped);
     sortRowsByName(issues);
     return section("No newer version", skipped, terminal) + section("Not listed", issues, terminal);
 }
 
-std::string summary(const CheckReport& report) {
+std::string system(const RunningSystem& system) {
+    const std::string version = "macOS " + toText(system.version);
+    return system.source == RunningSystem::Source::assumed
+               ? version + " (assumed; --os-version says which it is)"
+               : version;
+}
+
+/// What the numbers before it leave out.
+std::string omissions(const CheckReport& report, bool all) {
+    std::string text;
+    if (!report.issues.empty()) {
+        text += "; " + counted(report.issues.size(), "bundle") + " could not be listed";
+        if (!all) text += " (--all names " + std::string(report.issues.size() == 1 ? "it)" : "them)");
+    }
+    if (!report.folderIssues.empty()) {
+        text += "; " + counted(report.folderIssues.size(), "folder") + " could not be read";
+    }
+    const auto unanswered =
+        static_cast<std::size_t>(std::ranges::count(report.skipped, false, &SkippedEntry::isAnswered));
+    if (unanswered > 0) text += "; the catalog gave no answer for " + counted(unanswered, "application");
+    return text;
+}
+
+std::string summary(const CheckReport& report, bool all) {
     const auto ignored =
         static_cast<std::size_t>(std::ranges::count(report.updates, true, &AppUpdate::isIgnored));
     const std::size_t shown = report.updates.size() - ignored;
-    std::string text = shown == 0 ? "Nothing newer" : counted(shown, "newer version", "newer versions");
+    std::string text = shown == 0 ? "Nothing newer" : counted(shown, "newer version");
     if (ignored > 0) text += " (and " + std::to_string(ignored) + " ignored)";
-    text += " for " + counted(report.apps, "application", "applications") + " on macOS " + toText(report.os);
-    if (!report.issues.empty()) {
-        text += "; " + counted(report.issues.size(), "bundle", "bundles") + " could not be listed";
-    }
-    return text + ".\n";
+    text += " for " + counted(report.apps, "application") + " on " + system(report.system);
+    if (report.apps == 0) text = "No applications found in " + forTerminal(enumeration(report.folders));
+    return text + omissions(report, all) + ".\n";
 }
 
 }  // namespace
@@ -83,7 +105,7 @@ std::string summary(const CheckReport& report) {
 std::string tableReport(const CheckReport& report, bool all, const Terminal& terminal) {
     if (report.outcome == CheckReport::Outcome::failed) return "";
     return updateSection(report, all, terminal) + (all ? otherSections(report, terminal) : "") +
-           summary(report);
+           summary(report, all);
 }
 
 }  // namespace quorvel

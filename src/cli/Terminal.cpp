@@ -9,8 +9,8 @@ namespace quorvel {
 
 namespace {
 
-/// A dumb terminal shows the controls themselves.
-bool knowsControls() {
+/// A dumb terminal shows the sequences themselves.
+bool takesEscapeSequences() {
     const char* kind = std::getenv("TERM");
     return kind != nullptr && std::string_view(kind) != "dumb";
 }
@@ -24,8 +24,11 @@ bool userWantsNoColour() {
 }  // namespace
 
 Terminal describeTerminal(int descriptor) {
-    if (isatty(descriptor) == 0 || !knowsControls()) return {};
-    Terminal terminal{.isTerminal = true, .colour = !userWantsNoColour(), .width = std::nullopt};
+    Terminal terminal;
+    terminal.isTerminal = isatty(descriptor) != 0;
+    terminal.hasControls = terminal.isTerminal && takesEscapeSequences();
+    if (!terminal.hasControls) return terminal;
+    terminal.colour = !userWantsNoColour();
     winsize size{};
     if (ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) terminal.width = size.ws_col;
     return terminal;

@@ -7,11 +7,12 @@ namespace quorvel {
 
 /// What one of the standard streams can show.
 struct Terminal {
-    /// False also for a terminal that knows no controls.
     bool isTerminal = false;
+    /// Whether it takes escape sequences; the rest needs that too.
+    bool hasControls = false;
     /// False also when the user set NO_COLOR.
     bool colour = false;
-    /// In columns; none when the stream is no terminal, and nothing is cut.
+    /// In columns; none where nothing is to be cut.
     std::optional<std::size_t> width;
 };
 

@@ -1,28 +1,29 @@
-#include <cstdio>
 #include <exception>
 #include <span>
+#include <string>
 
 #include "cli/CheckCommand.h"
 #include "cli/CommandLine.h"
+#include "cli/Output.h"
 #include "platform/ProgramInfo.h"
 
 namespace {
 
-constexpr int unexpected = 1;
-constexpr int wrongUsage = 2;
+using quorvel::ExitStatus;
 
-int run(std::span<const char* const> arguments) {
+ExitStatus print(const std::string& text) {
+    return quorvel::output::print(text) ? ExitStatus::nothingNewer : ExitStatus::unexpected;
+}
+
+ExitStatus run(std::span<const char* const> arguments) {
+    if (!quorvel::output::isStandardOutputOpen()) return ExitStatus::unexpected;
     const auto line = quorvel::parseCommandLine(arguments);
     if (!line) {
-        std::fprintf(stderr, "quorvel-check: %s\nTry 'quorvel-check --help'.\n", line.error().c_str());
-        return wrongUsage;
+        quorvel::output::say(line.error() + " Try 'quorvel-check --help'.");
+        return ExitStatus::wrongUsage;
     }
-    if (line->help) return std::fputs(quorvel::usageText, stdout) < 0 ? unexpected : 0;
-    if (line->version) {
-        return std::printf("quorvel-check %s\n", quorvel::thisProgram().shortVersion.value().c_str()) < 0
-                   ? unexpected
-                   : 0;
-    }
+    if (line->help) return print(quorvel::usageText);
+    if (line->version) return print("quorvel-check " + *quorvel::thisProgram().shortVersion + "\n");
     return quorvel::runCheckCommand(*line);
 }
 
@@ -30,9 +31,9 @@ int run(std::span<const char* const> arguments) {
 
 int main(int argc, char* argv[]) {
     try {
-        return run({argv + 1, argv + argc});
+        return static_cast<int>(run({argv + 1, argv + argc}));
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "quorvel-check: Something unexpected happened: %s\n", error.what());
-        return unexpected;
+        quorvel::output::say(std::string("Something unexpected happened: ") + error.what());
+        return static_cast<int>(ExitStatus::unexpected);
     }
 }

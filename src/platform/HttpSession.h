@@ -54,6 +54,8 @@ struct HttpOutcome {
     std::optional<std::string> data;
     std::optional<int> statusCode;
     std::optional<SessionError> error;
+    /// The answer's Retry-After (RFC 9110, 10.2.3), when it is there and lies ahead.
+    std::optional<std::chrono::seconds> retryAfter = std::nullopt;
 };
 
 /// Sends HTTP requests side by side. Owned by an entry, shared by every client.

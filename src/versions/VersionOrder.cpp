@@ -143,19 +143,30 @@ std::weak_ordering compareComponents(std::string_view left, std::string_view rig
     return compareCodePoints(text::lowerCased(leftSuffix), text::lowerCased(rightSuffix));
 }
 
-bool isNewerUnicode(std::string_view candidate, std::string_view baseline) {
-    const std::string left = normalizeVersion(candidate);
-    const std::string right = normalizeVersion(baseline);
-    const Components leftPieces = components(left);
-    const Components rightPieces = components(right);
-    const auto piece = [](const Components& pieces, std::size_t index) {
-        return index < pieces.size() ? pieces[index] : std::string_view("0");
+Comparison compareVersions(std::string_view candidate, std::string_view baseline) {
+    Comparison comparison;
+    const auto split = [](std::string_view version, std::vector<std::string>& pieces) {
+        const std::string normalized = normalizeVersion(version);
+        for (const auto piece : components(normalized))
+            pieces.emplace_back(piece);
     };
-    for (std::size_t index = 0; index < std::max(leftPieces.size(), rightPieces.size()); ++index) {
-        const auto order = compareComponents(piece(leftPieces, index), piece(rightPieces, index));
-        if (order != 0) return order > 0;
+    auto& [left, right, decisive, order] = comparison;
+    split(candidate, left);
+    split(baseline, right);
+    const std::size_t count = std::max(left.size(), right.size());
+    left.resize(count, "0");
+    right.resize(count, "0");
+    for (std::size_t index = 0; index < count; ++index) {
+        order = compareComponents(left[index], right[index]);
+        if (order == 0) continue;
+        decisive = index;
+        break;
     }
-    return false;
+    return comparison;
+}
+
+bool isNewerUnicode(std::string_view candidate, std::string_view baseline) {
+    return compareVersions(candidate, baseline).order > 0;
 }
 
 }  // namespace quorvel::versionOrder

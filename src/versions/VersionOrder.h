@@ -1,8 +1,11 @@
 #pragma once
 
 #include <compare>
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// The rules behind VersionComparator, in two forms that give the same answers on ASCII: one that reads bytes
 /// in place, and one for texts in any script, whose characters are grapheme clusters.
@@ -13,6 +16,19 @@ bool isNewerAscii(std::string_view candidate, std::string_view baseline);
 
 /// Any bytes; malformed UTF-8 counts as U+FFFD.
 bool isNewerUnicode(std::string_view candidate, std::string_view baseline);
+
+/// How two versions compare, and what decided.
+struct Comparison {
+    /// The pieces between the dots, once normalised; of one list as many as of the other.
+    std::vector<std::string> candidate;
+    std::vector<std::string> baseline;
+    /// The first pair that differs in order; none when all are equal.
+    std::optional<std::size_t> decisive;
+    std::weak_ordering order = std::weak_ordering::equivalent;
+};
+
+/// By the same rules as the two above, for any texts.
+Comparison compareVersions(std::string_view candidate, std::string_view baseline);
 
 /// `text` trimmed, without one leading "v", with a closing "(123)" turned into ".123", and without what
 /// follows the first "+".

@@ -10,11 +10,11 @@ namespace {
 template <typename Value>
 std::string outcomeText(const std::expected<Value, RequestError>& outcome) {
     if (!outcome) return description(outcome.error());
-    if constexpr (std::is_same_v<Value, std::vector<AutoMatchResult>>) {
+    if constexpr (std::is_same_v<Value, AutoMatchAnswer>) {
         std::string titles = "matches:";
-        for (const auto& match : *outcome)
+        for (const auto& match : outcome->results)
             titles += " " + match.title;
-        return titles;
+        return titles + (outcome->lostEntries == 0 ? "" : ", lost " + std::to_string(outcome->lostEntries));
     } else if constexpr (std::is_same_v<Value, std::int64_t>) {
         return "id " + std::to_string(*outcome);
     } else {
@@ -98,8 +98,9 @@ TEST_F(OrbistoAPIServiceTest, stampsEveryRequestWithItsCredentials) {
 TEST_F(OrbistoAPIServiceTest, tellsAnEmptyResultFromAFailureOfAutoMatch) {
     const std::string refused = R"({"success":false,"error":{"message":"Sorry, No APPS were found"}})";
     const std::vector<std::pair<HttpOutcome, std::string>> rows{
-        {answer(200, R"({"success":true,"data":[{"id":1,"title":"A"},{"id":2},{"id":3,"title":"C"}]})"),
-         "matches: A C"},
+        {answer(200, R"({"success":true,"data":[{"id":1,"title":"A"},{"id":2},{"id":3,"title":"C"},)"
+                     R"({"id":4,"title":"D","bundle_identifiers":["d",1]}]})"),
+         "matches: A C D, lost 2"},
         {answer(299, R"({"success":true,"data":[]})"), "matches:"},
         {answer(200, refused), "matches:"},
         {answer(404, refused), "matches:"},

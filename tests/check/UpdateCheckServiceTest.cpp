@@ -103,8 +103,8 @@ TEST_F(UpdateCheckServiceTest, sendsTheInventoryInChunksOfTwoHundredWithAPauseBe
         api->requests.clear();
         const auto start = queue.now;
         FakeQueue::Duration end{};
-        EXPECT_EQ(check({.onScanned = {},
-                         .onChunk = {},
+        EXPECT_EQ(check({.onChunk = {},
+                         .onAnswer = {},
                          .onChunkFailed = {},
                          .onEvaluated = [&](const auto&) { end = queue.now; }}),
                   "0 updates");
@@ -124,21 +124,22 @@ TEST_F(UpdateCheckServiceTest, survivesFailedChunksAsLongAsOneBringsAMatch) {
         std::string outcome, logged;
     };
     const std::vector<Row> rows{
-        {{failure("a"), {{match(400)}}, failure("b")},
+        {{failure("a"), AutoMatchAnswer{{match(400)}}, failure("b")},
          "1 updates",
          "Chunk 1/3 failed: Server returned HTTP 500 — a.\nChunk 3/3 failed: Server returned HTTP 500 — "
          "b.\n"},
-        {{{{}}, failure("a"), failure("b")},
+        {{AutoMatchAnswer{}, failure("a"), failure("b")},
          "Failed to check for updates (scanned 401 apps): Server returned HTTP 500 — a.",
          "Chunk 2/3 failed: Server returned HTTP 500 — a.\nChunk 3/3 failed: Server returned HTTP 500 — "
          "b.\n"},
-        {{{{match(0), match(1)}}, httpFailure(403, "BLOCKED here"), {{match(2)}}},
+        {{AutoMatchAnswer{{match(0), match(1)}}, httpFailure(403, "BLOCKED here"),
+          AutoMatchAnswer{{match(2)}}},
          "Orbisto has blocked requests from your network (scanned 401 apps). Please contact Orbisto support.",
          "Chunk 2/3 failed: Server returned HTTP 403 — BLOCKED here.\n"},
-        {{httpFailure(403, "forbidden"), {{match(0)}}, {{match(1)}}},
+        {{httpFailure(403, "forbidden"), AutoMatchAnswer{{match(0)}}, AutoMatchAnswer{{match(1)}}},
          "2 updates",
          "Chunk 1/3 failed: Server returned HTTP 403 — forbidden.\n"},
-        {{httpFailure(500, "blocked"), {{match(0)}}, {{}}},
+        {{httpFailure(500, "blocked"), AutoMatchAnswer{{match(0)}}, AutoMatchAnswer{}},
          "1 updates",
          "Chunk 1/3 failed: Server returned HTTP 500 — blocked.\n"},
     };
@@ -160,7 +161,7 @@ TEST_F(UpdateCheckServiceTest, survivesFailedChunksAsLongAsOneBringsAMatch) {
 TEST_F(UpdateCheckServiceTest, registersOnceBeforeTheFirstCheck) {
     std::filesystem::remove(instanceStore.url);
     inventory(1);
-    api->chunkOutcomes.push_back({{match(0)}});
+    api->chunkOutcomes.push_back(AutoMatchAnswer{{match(0)}});
     EXPECT_EQ(check(), "1 updates");
     const std::string tracking = "/qvl/tracking 48213 instance success ";
     EXPECT_EQ(api->requests,
@@ -198,22 +199,22 @@ TEST_F(UpdateCheckServiceTest, handsOverUpdatesInTheMenusOrderAndTellsItsObserve
     inventory(3);
     scanner->apps[0].name = "zebra";
     scanner->apps[1].name = "Apple";
-    api->chunkOutcomes.push_back({{match(0), match(1)}});
+    api->chunkOutcomes.push_back(AutoMatchAnswer{{match(0), match(1)}, 4});
     std::string told;
     std::vector<AppUpdate> updates;
     service->scanAndCheck(
         "launch", [&](auto result) { updates = std::move(*result); },
-        {.onScanned =
-             [&](auto apps, auto issues) {
-                 told += std::to_string(apps.size()) + "/" + std::to_string(issues.size());
+        {.onChunk = [&](auto index,
+                        auto count) { told += std::to_string(index) + "/" + std::to_string(count); },
+         .onAnswer =
+             [&](auto index, auto lost) {
+                 told += " lost " + std::to_string(index) + "/" + std::to_string(lost);
              },
-         .onChunk = [&](auto index,
-                        auto count) { told += " " + std::to_string(index) + "/" + std::to_string(count); },
          .onChunkFailed = {},
          .onEvaluated =
              [&](const auto& evaluation) { told += " skipped " + evaluation.skipped.at(0).name; }});
     queue.runUntilIdle();
-    EXPECT_EQ(told, "3/0 0/1 skipped App 2");
+    EXPECT_EQ(told, "0/1 lost 0/4 skipped App 2");
     ASSERT_EQ(updates.size(), 2U);
     EXPECT_EQ(updates[0].app.name + " " + updates[1].app.name, "Apple zebra");
 }

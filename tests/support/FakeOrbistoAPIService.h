@@ -16,12 +16,12 @@ namespace quorvel {
 /// asked.
 class FakeOrbistoAPIService final : public OrbistoAPIServiceProtocol {
 public:
-    using ChunkOutcome = std::expected<std::vector<AutoMatchResult>, RequestError>;
+    using ChunkOutcome = std::expected<AutoMatchAnswer, RequestError>;
 
     explicit FakeOrbistoAPIService(Queue& queue) : queue(queue) {}
 
     void autoMatch(std::vector<std::string> titles, std::vector<std::string> bundleIds,
-                   Completion<std::vector<AutoMatchResult>> completion) override {
+                   Completion<AutoMatchAnswer> completion) override {
         requests.push_back("auto-match " + std::to_string(titles.size()));
         lastTitles = std::move(titles);
         lastBundleIds = std::move(bundleIds);

@@ -229,6 +229,9 @@ bool CurlTransfer::keep(std::string_view decoded) {
 
 void CurlTransfer::end(CURLcode code) {
     HttpOutcome outcome{.data = std::nullopt, .statusCode = statusCode, .error = errorFor(code)};
+    curl_off_t wait = 0;  // stays so without the header
+    curl_easy_getinfo(handle(), CURLINFO_RETRY_AFTER, &wait);
+    if (wait > 0) outcome.retryAfter = std::chrono::seconds(wait);
     if (!outcome.error) outcome.data = std::move(body);
     completion(std::move(outcome));
 }

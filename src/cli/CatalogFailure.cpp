@@ -1,0 +1,64 @@
+#include "cli/CatalogFailure.h"
+
+#include <chrono>
+#include <optional>
+
+namespace quorvel {
+
+namespace {
+
+std::string duration(std::chrono::seconds time) {
+    const auto count = [](std::int64_t number, const char* unit) {
+        return std::to_string(number) + " " + unit + (number == 1 ? "" : "s");
+    };
+    constexpr std::chrono::seconds inSeconds{120};
+    if (time <= inSeconds) return count(time.count(), "second");
+    return count(std::chrono::ceil<std::chrono::minutes>(time).count(), "minute");
+}
+
+/// The one refusal that says what to do: its body, often another program's document, would only hide that.
+std::optional<std::string> tooManyRequests(const RequestError& error) {
+    constexpr int status = 429;
+    const auto* http = httpError(error);
+    if (http == nullptr || http->statusCode != status) return std::nullopt;
+    return "The catalog asks for fewer requests (HTTP 429): try again " +
+           (http->retryAfter ? "in " + duration(*http->retryAfter) : std::string("later")) + ".";
+}
+
+ExitStatus statusOf(const SessionError& error) {
+    switch (error.code) {
+        case SessionError::Code::badServerResponse:
+        case SessionError::Code::dataLengthExceedsMaximum:
+            return ExitStatus::refused;
+        case SessionError::Code::badURL:
+            return ExitStatus::unexpected;
+        default:
+            return ExitStatus::notReached;
+    }
+}
+ExitStatus statusOf(const EncodingError&) {
+    return ExitStatus::unexpected;
+}
+ExitStatus statusOf(const OrbistoAPIError&) {
+    return ExitStatus::refused;
+}
+
+}  // namespace
+
+CatalogFailure catalogFailure(const RequestError& error) {
+    return {tooManyRequests(error).value_or(description(error)),
+            std::visit([](const auto& kind) { return statusOf(kind); }, error)};
+}
+
+CatalogFailure catalogFailure(const UpdateCheckError& error) {
+    const auto* failed = std::get_if<UpdateCheckError::ApiFailed>(&error.kind);
+    if (failed == nullptr) {
+        const bool isOffline = std::holds_alternative<UpdateCheckError::NoInternet>(error.kind);
+        return {description(error), isOffline ? ExitStatus::notReached : ExitStatus::refused};
+    }
+    auto failure = catalogFailure(failed->underlying);
+    if (!tooManyRequests(failed->underlying)) failure.sentence = description(error);
+    return failure;
+}
+
+}  // namespace quorvel

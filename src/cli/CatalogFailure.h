@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+
+#include "check/UpdateCheckError.h"
+#include "cli/CheckReport.h"
+
+namespace quorvel {
+
+/// What went wrong with the catalog, as a sentence for whoever typed the command, and as an exit status.
+struct CatalogFailure {
+    std::string sentence;
+    ExitStatus status;
+};
+
+CatalogFailure catalogFailure(const RequestError& error);
+CatalogFailure catalogFailure(const UpdateCheckError& error);
+
+}  // namespace quorvel

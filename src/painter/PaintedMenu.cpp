@@ -54,10 +54,13 @@ void PaintedMenu::closeWithFocus() {
 }
 
 void PaintedMenu::setContent(const MenuContent& content) {
+    const auto selected = actions().indexOf(activeAction());
     actionsWithKeys.clear();
     clear();
     qDeleteAll(findChildren<QMenu*>(Qt::FindDirectChildrenOnly));
     fill(*this, content.items);
+    // A menu whose pictures arrive while it is open stays at its item.
+    if (selected >= 0 && selected < actions().size()) setActiveAction(actions().at(selected));
 }
 
 void PaintedMenu::fill(QMenu& menu, const std::vector<MenuContent::Item>& items) {

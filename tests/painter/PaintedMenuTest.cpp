@@ -189,6 +189,15 @@ TEST_F(PaintedPopUpTest, changesInItsPlaceWhileItIsOpenAndOnlyThen) {
     EXPECT_EQ(open(), nullptr);
 }
 
+TEST_F(PaintedPopUpTest, staysAtItsItemWhenItsPicturesArrive) {
+    popUp(7);
+    for (const auto key : {Qt::Key_Down, Qt::Key_Down})
+        QTest::keyClick(open(), key);
+    perform(SetMenu{7, sample()});
+    QTest::keyClick(open(), Qt::Key_Return);
+    EXPECT_EQ(events(2), (std::vector{encode(MenuItemChosen{3}), closed}));
+}
+
 TEST_F(PaintedPopUpTest, aNewOneTakesThePlaceOfTheOneThatIsOpen) {
     popUp(6);
     popUp(7, {{item(9, "new")}});

@@ -38,11 +38,10 @@ TEST_F(DesktopProgramTest, firstLaunchRegistersChecksAndFillsTheMenu) {
                               "Feedback", "About", "Quit"}) {
         EXPECT_NE(menu.root.named(label).id, -1) << label;
     }
-    // The three in the middle are on their way at the same time.
+    // Those after the first may overtake each other on their way.
     ASSERT_TRUE(comesTrue([&] { return recordedMessages().size() >= 5; }));
     auto messages = recordedMessages();
-    ASSERT_EQ(messages.size(), 5U);
-    std::sort(messages.begin() + 1, messages.begin() + 4);
+    std::sort(messages.begin() + 1, messages.end());
     EXPECT_EQ(messages, (std::vector<std::string>{"/v1/qvl/instance", "/v1/apps/auto-match-collection",
                                                   "/v1/event/app/64734/install", "first_install",
                                                   "instance_running trigger=launch apps=35 updates=15"}));
@@ -83,6 +82,8 @@ TEST_F(DesktopProgramTest, aSecondStartLeavesTheFirstAloneAndAsksIt) {
     start();
     menuWith("New Versions Available (15)");
     EXPECT_EQ(Process(command()).finish().status, 0);
+    // What anybody registered before this answer has come before it.
+    menuWith("New Versions Available (15)");
     EXPECT_EQ(panel->registrations.size(), 1U);
 
     auto quit = command();
@@ -190,17 +191,20 @@ TEST_F(DesktopProgramTest, aThousandChecksLeaveNothingBehind) {
         // A menu when the check starts, another when it has ended.
         ASSERT_TRUE(runUntil(queue, [&] { return panel->layoutUpdates.size() >= seen + 2; }));
     };
+    const auto reported = [&] {
+        return std::ranges::count(recordedMessages(), "instance_running trigger=manual apps=35 updates=15");
+    };
     for (int number = 0; number < 100; ++number)
         check();
+    ASSERT_TRUE(comesTrue([&] { return reported() == 100; }));
     const Holdings before(program->id());
     for (int number = 100; number < 1000 && !HasFailure(); ++number)
         check();
+    ASSERT_TRUE(comesTrue([&] { return reported() == 1000; }));
+    // The last answer may still be under way, and one connection is kept open for a while.
+    EXPECT_TRUE(comesTrue([&] { return Holdings(program->id()).descriptors <= before.descriptors + 1; }));
     const Holdings after(program->id());
     EXPECT_EQ(after.threads, before.threads);
-    // A connection may have been closed, or opened, since the catalog last answered.
-    EXPECT_LE(std::abs(after.descriptors - before.descriptors), 1);
-    EXPECT_EQ(std::ranges::count(recordedMessages(), "instance_running trigger=manual apps=35 updates=15"),
-              1000);
 #ifndef __SANITIZE_ADDRESS__  // which keeps what was freed
     // The heap settles within two thousand checks, some 180 kB higher.
     EXPECT_LE(after.privateKilobytes, before.privateKilobytes + 256);
@@ -257,7 +261,10 @@ TEST_F(DesktopProgramNetworkTest, aLostConnectionFailsTheNextCheckAndItsReturnRe
     }));
     connect();
     ASSERT_TRUE(comesTrue([&] { return !panel->menu(item).root.has("Last check failed"); }));
-    EXPECT_EQ(recordedMessages().back(), "instance_running trigger=launch apps=35 updates=15");
+    const auto launchesReported = [&] {
+        return std::ranges::count(recordedMessages(), "instance_running trigger=launch apps=35 updates=15");
+    };
+    EXPECT_TRUE(comesTrue([&] { return launchesReported() == 2; }));
 }
 
 }  // namespace

@@ -160,15 +160,15 @@ TEST_F(HostileWorldTest, iconsThatAreNoneLeaveTheGenericOneAndAProgramThatAnswer
         return root.named(name + std::string(" (1.0 → 2.0)")).properties.at("icon-data");
     };
     ASSERT_TRUE(comesTrue([&] { return iconIn(panel->menu(item).root, "good.app") != generic; }));
+    EXPECT_TRUE(comesTrue([&] {
+        const auto id = std::to_string(program->id());
+        return TemporaryFolder::contentOf("/proc/" + id + "/task/" + id + "/children").empty();
+    })) << "a decoder stays though nothing is to decode";
     const auto root = panel->menu(item).root;
     for (const char* none : {"bomb.app", "cut.app", "fifo.app", "huge.app", "link.app"})
         EXPECT_EQ(iconIn(root, none), generic) << none;
     ASSERT_TRUE(choose(root.named("good.app (1.0 → 2.0)").named("Ignore This Version")));
     menuWith("New Versions Available (5)");
-    EXPECT_TRUE(comesTrue([&] {
-        const auto id = std::to_string(program->id());
-        return TemporaryFolder::contentOf("/proc/" + id + "/task/" + id + "/children").empty();
-    })) << "a decoder stays though nothing is to decode";
 }
 
 TEST_F(HostileWorldTest, thousandsOfBundlesOfOneIdentifierLeaveAMenuThatCanBeUsed) {

@@ -112,7 +112,7 @@ void Painter::perform(const ShowTrayIcon& request) {
         trayIcon =
             std::make_unique<PaintedTrayIcon>([this](std::uint64_t item) { report(MenuItemChosen{item}); });
     }
-    if (trayIcon->show(request)) return report(TrayIconShown{request.showing});
+    if (trayIcon->show(request)) return;
     trayIcon.reset();
     report(TrayIconMissing{request.showing});
 }

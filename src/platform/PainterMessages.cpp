@@ -103,10 +103,6 @@ Json toJson(const PasteboardLost& lost) {
     return {{"type", "pasteboardLost"}, {"content", lost.content}};
 }
 
-Json toJson(const TrayIconShown& shown) {
-    return {{"type", "trayIconShown"}, {"showing", shown.showing}};
-}
-
 Json toJson(const TrayIconMissing& missing) {
     return {{"type", "trayIconMissing"}, {"showing", missing.showing}};
 }
@@ -167,7 +163,6 @@ Event eventFrom(const std::string& type, const Json& object) {
     if (type == "buttonPressed") return ButtonPressed{number("window"), textMember(object, "title")};
     if (type == "alertDismissed") return AlertDismissed{number("alert")};
     if (type == "pasteboardLost") return PasteboardLost{number("content")};
-    if (type == "trayIconShown") return TrayIconShown{number("showing")};
     if (type == "trayIconMissing") return TrayIconMissing{number("showing")};
     if (type == "menuItemChosen") return MenuItemChosen{number("item")};
     if (type == "menuClosed") return MenuClosed{number("popUp")};

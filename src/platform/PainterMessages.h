@@ -18,7 +18,7 @@
 /// nothing to the painter.
 namespace quorvel::painter {
 
-inline constexpr std::uint64_t protocolVersion = 3;
+inline constexpr std::uint64_t protocolVersion = 4;
 /// In bytes, without the line feed. A longer line is neither sent nor read.
 inline constexpr std::size_t longestRequest = 16 * 1024 * 1024;
 /// Events are small; a short bound keeps a painter gone wild from filling the program's memory.
@@ -78,7 +78,7 @@ struct SetPasteboard {
 };
 
 /// Shows the status item in the tray of the X display, or brings what is shown of it up to date. Answered by
-/// `TrayIconShown` or `TrayIconMissing`.
+/// `TrayIconMissing` where there is no tray.
 struct ShowTrayIcon {
     /// Tells this showing from the ones before, so that an answer which crosses another request means the
     /// right one.
@@ -126,12 +126,8 @@ struct PasteboardLost {
     std::uint64_t content = 0;
 };
 
-/// The icon is in a tray, from where it follows its tray when that is started again.
-struct TrayIconShown {
-    std::uint64_t showing = 0;
-};
-
-/// There is no tray; the painter does not wait for one.
+/// There is no tray; the painter does not wait for one. Once the icon is in a tray, it follows its tray when
+/// that is started again.
 struct TrayIconMissing {
     std::uint64_t showing = 0;
 };
@@ -145,7 +141,7 @@ struct MenuClosed {
     std::uint64_t popUp = 0;
 };
 
-using Event = std::variant<Hello, WindowClosed, ButtonPressed, AlertDismissed, PasteboardLost, TrayIconShown,
+using Event = std::variant<Hello, WindowClosed, ButtonPressed, AlertDismissed, PasteboardLost,
                            TrayIconMissing, MenuItemChosen, MenuClosed>;
 
 /// The line without its line feed; malformed UTF-8 in it has become U+FFFD.

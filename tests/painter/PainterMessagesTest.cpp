@@ -59,15 +59,10 @@ std::vector<std::string> everyRequest() {
 }
 
 std::vector<std::string> everyEvent() {
-    return {encode(Event(Hello{})),
-            encode(WindowClosed{1, 2, {10, 20, 600, 400}}),
-            encode(ButtonPressed{1, "Copy"}),
-            encode(AlertDismissed{4}),
-            encode(PasteboardLost{5}),
-            encode(TrayIconShown{7}),
-            encode(TrayIconMissing{7}),
-            encode(MenuItemChosen{9}),
-            encode(MenuClosed{8})};
+    return {encode(Event(Hello{})),           encode(WindowClosed{1, 2, {10, 20, 600, 400}}),
+            encode(ButtonPressed{1, "Copy"}), encode(AlertDismissed{4}),
+            encode(PasteboardLost{5}),        encode(TrayIconMissing{7}),
+            encode(MenuItemChosen{9}),        encode(MenuClosed{8})};
 }
 
 TEST(PainterMessagesTest, whatIsDecodedEncodesToTheSameLine) {

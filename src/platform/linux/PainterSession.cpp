@@ -124,8 +124,7 @@ void PainterSession::releaseMenu() {
 
 bool PainterSession::isNeeded() const {
     const auto isShown = [](const auto& entry) { return entry.second.isShown; };
-    return std::ranges::any_of(windows, isShown) || !alerts.empty() || pasteboard ||
-           (trayIcon && trayIcon->isShown);
+    return std::ranges::any_of(windows, isShown) || !alerts.empty() || pasteboard || trayIcon;
 }
 
 /// False when a painter runs already. A new one is told all there is.
@@ -209,13 +208,13 @@ void PainterSession::sendPopUp() {
     send(PopUpMenu{*popUp, status->numbers.content(), std::exchange(activationToken, {})});
 }
 
-/// The end of a painter that shows nothing is the rule. One that ends while it looks for a tray has found
-/// none.
+/// The end of a painter that shows nothing is the rule. Where there is no display, there is no tray either.
 void PainterSession::ended(const std::string& reason) {
-    noticeDisplay(process->hasSaidHello());
+    const bool hasDisplay = process->hasSaidHello();
+    noticeDisplay(hasDisplay);
     process.reset();
     if (popUp) take(MenuClosed{*popUp});
-    if (trayIcon && !trayIcon->isShown) loseTrayIcon();
+    if (trayIcon && !hasDisplay) loseTrayIcon();
     if (!isNeeded()) return;
     std::cerr << "quorvel: The painter is gone. " << reason << '\n';
     const auto now = steady_clock::now();
@@ -275,10 +274,6 @@ void PainterSession::take(const AlertDismissed& dismissed) {
 
 void PainterSession::take(const PasteboardLost& lost) {
     if (pasteboard && pasteboard->content == lost.content) pasteboard.reset();
-}
-
-void PainterSession::take(const TrayIconShown& shown) {
-    if (trayIcon && trayIcon->showing == shown.showing) trayIcon->isShown = true;
 }
 
 void PainterSession::take(const TrayIconMissing& missing) {

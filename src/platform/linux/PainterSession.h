@@ -71,8 +71,6 @@ private:
     struct TrayIcon {
         std::uint64_t showing = 0;
         std::function<void()> missing;
-        /// Whether the painter has found a tray.
-        bool isShown = false;
     };
 
     bool isNeeded() const;
@@ -104,7 +102,6 @@ private:
     void take(const painter::ButtonPressed& pressed);
     void take(const painter::AlertDismissed& dismissed);
     void take(const painter::PasteboardLost& lost);
-    void take(const painter::TrayIconShown& shown);
     void take(const painter::TrayIconMissing& missing);
     void take(const painter::MenuItemChosen& chosen);
     void take(const painter::MenuClosed& closed);

@@ -3,21 +3,27 @@
 
 find_program(RSVG_CONVERT rsvg-convert REQUIRED)
 
-#   quorvel_draw_png(OUTPUT file DRAWING svg SIZE pixels [STYLESHEET css])
+#   quorvel_draw_png(OUTPUT file DRAWING svg SIZE pixels)
 function(quorvel_draw_png)
-    cmake_parse_arguments(arg "" "OUTPUT;DRAWING;SIZE;STYLESHEET" "" ${ARGN})
-    set(style)
-    if(arg_STYLESHEET)
-        set(style --stylesheet "${arg_STYLESHEET}")
-    endif()
+    cmake_parse_arguments(arg "" "OUTPUT;DRAWING;SIZE" "" ${ARGN})
     get_filename_component(folder "${arg_OUTPUT}" DIRECTORY)
     file(MAKE_DIRECTORY "${folder}")
     add_custom_command(
         OUTPUT "${arg_OUTPUT}"
-        COMMAND "${RSVG_CONVERT}" --width ${arg_SIZE} --height ${arg_SIZE} ${style} --output "${arg_OUTPUT}"
-                "${arg_DRAWING}"
-        DEPENDS "${arg_DRAWING}" ${arg_STYLESHEET}
+        COMMAND "${RSVG_CONVERT}" --width ${arg_SIZE} --height ${arg_SIZE} --output "${arg_OUTPUT}" "${arg_DRAWING}"
+        DEPENDS "${arg_DRAWING}"
         VERBATIM)
+endfunction()
+
+# Writes a drawing that panels recolour in a colour that stays.
+#   quorvel_paint_drawing(OUTPUT svg DRAWING svg COLOUR colour)
+function(quorvel_paint_drawing)
+    cmake_parse_arguments(arg "" "OUTPUT;DRAWING;COLOUR" "" ${ARGN})
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${arg_DRAWING}")
+    file(READ "${arg_DRAWING}" svg)
+    string(REGEX REPLACE " *<(!--|style)[^\n]*\n" "" svg "${svg}")
+    string(REPLACE "class=\"ColorScheme-Text\" fill=\"currentColor\"" "fill=\"${arg_COLOUR}\"" svg "${svg}")
+    file(CONFIGURE OUTPUT "${arg_OUTPUT}" CONTENT "${svg}")
 endfunction()
 
 # Compiles bitmaps into a target as what embeddedPictures() tells; those of a picture smallest first.

@@ -7,12 +7,18 @@ install(FILES "${CMAKE_CURRENT_BINARY_DIR}/com.ob.quorvel.metainfo.xml"
 set(drawings "${PROJECT_SOURCE_DIR}/resources")
 set(theme "${CMAKE_INSTALL_DATADIR}/icons/hicolor")
 install(FILES "${drawings}/com.ob.quorvel.svg" DESTINATION "${theme}/scalable/apps")
-install(FILES "${drawings}/com.ob.quorvel-symbolic.svg" DESTINATION "${theme}/symbolic/apps")
+# The status item's three looks: a template, which panels recolour by the end of its name, the coloured one, and its inverse.
 # A panel that asks for 22 or 24 pixels gets the drawing whose edges lie on whole pixels at that size.
-foreach(size 22 24)
-    install(FILES "${drawings}/com.ob.quorvel-symbolic-${size}.svg" DESTINATION "${theme}/${size}x${size}/apps"
-            RENAME com.ob.quorvel-symbolic.svg)
-endforeach()
+function(quorvel_install_look name folder drawing)
+    install(FILES "${drawing}-16.svg" DESTINATION "${theme}/${folder}/apps" RENAME ${name}.svg)
+    foreach(size 22 24)
+        install(FILES "${drawing}-${size}.svg" DESTINATION "${theme}/${size}x${size}/apps" RENAME ${name}.svg)
+    endforeach()
+endfunction()
+set(painted "${PROJECT_BINARY_DIR}/resources")
+quorvel_install_look(com.ob.quorvel-status-symbolic symbolic "${drawings}/status-item")
+quorvel_install_look(com.ob.quorvel-status scalable "${painted}/status-item")
+quorvel_install_look(com.ob.quorvel-status-inverted scalable "${painted}/status-item-inverted")
 # For menus and software centres that draw no SVG.
 set(pngs)
 foreach(size 48 64 128)

@@ -6,7 +6,10 @@ namespace quorvel {
 
 std::optional<Image> invertedImage(const Image& image) {
     if (image.bitmaps.empty()) return std::nullopt;
-    Image inverted{.themeName = "", .bitmaps = image.bitmaps, .size = image.size, .isTemplate = false};
+    Image inverted{.themeName = image.themeName.empty() ? "" : image.themeName + "-inverted",
+                   .bitmaps = image.bitmaps,
+                   .size = image.size,
+                   .isTemplate = false};
     for (auto& bitmap : inverted.bitmaps) {
         for (std::size_t byte = 0; byte < bitmap.rgba.size(); ++byte) {
             const bool isAlpha = byte % 4 == 3;

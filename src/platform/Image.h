@@ -18,7 +18,8 @@ struct Bitmap {
 
 /// A picture as a value. Empty when it has no bitmaps.
 struct Image {
-    /// The name under which an icon theme has this picture; empty when only the bitmaps show it.
+    /// The name under which an icon theme may have this picture, as a template with "-symbolic" after it;
+    /// empty when only the bitmaps show it.
     std::string themeName;
     /// The same picture in several sizes, smallest first.
     std::vector<Bitmap> bitmaps;
@@ -30,7 +31,8 @@ struct Image {
     bool operator==(const Image&) const = default;
 };
 
-/// A copy with inverted colours, of the same size and no template. None when there are no pixels to invert.
+/// A copy with inverted colours, of the same size and no template, which an icon theme may have under the
+/// name with "-inverted" after it. None when there are no pixels to invert.
 std::optional<Image> invertedImage(const Image& image);
 
 }  // namespace quorvel

@@ -30,8 +30,11 @@ protected:
 
     void startProgram() {
         program = std::make_unique<Process>(command());
-        item = "org.kde.StatusNotifierItem-" + std::to_string(program->id()) + "-1";
-        ASSERT_TRUE(comesTrue([&] { return panel->sees(item); }));
+        item = "com.ob.quorvel.Demonstration";
+        ASSERT_TRUE(comesTrue([&] {
+            const auto answer = panel->property(item, "org.kde.StatusNotifierItem", "Id");
+            return sd_bus_message_is_method_error(answer.get(), nullptr) == 0;
+        }));
     }
 
     /// The window's number once it can be seen.

@@ -71,7 +71,7 @@ TEST(ImageResourcesTest, statusIconHasEverySizeThatPanelsAskFor) {
     }
     EXPECT_EQ(sizes, (std::vector<int>{16, 22, 24, 32, 48, 64}));
     EXPECT_TRUE(image->isTemplate);
-    EXPECT_EQ(image->themeName, "com.ob.quorvel-symbolic");
+    EXPECT_EQ(image->themeName, "com.ob.quorvel-status");
     EXPECT_EQ(image, ImageResources().imageNamed(statusIcon)) << "asked a second time";
 }
 

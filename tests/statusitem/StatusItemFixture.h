@@ -21,6 +21,9 @@ protected:
         setenv("XDG_DATA_DIRS", icons.path.c_str(), 1);
         const auto connected = bus.connect();
         ASSERT_TRUE(connected) << connected.error();
+        const char* own = nullptr;
+        ASSERT_GE(sd_bus_get_unique_name(bus.connection(), &own), 0);
+        name = own;
         panel = std::make_unique<FakePanel>(queue);
     }
 
@@ -45,7 +48,8 @@ protected:
     StatusNotifierBar bar{bus};
     std::unique_ptr<FakePanel> panel;
     std::unique_ptr<StatusItem> item;
-    const std::string name = "org.kde.StatusNotifierItem-" + std::to_string(getpid()) + "-1";
+    /// By which the panel calls the item.
+    std::string name;
 };
 
 }  // namespace quorvel

@@ -171,6 +171,7 @@ TEST_F(StatusNotifierHostsTest, withoutABusThereIsNone) {
 }
 
 TEST_F(StatusNotifierHostsTest, theItemIsTheSameInAPanelAndInATray) {
+    icons.write("icons/hicolor/scalable/apps/q.svg", "<svg/>");
     panel->come();
     auto owned = std::make_unique<FakeTrayItem>();
     const auto& tray = *owned;

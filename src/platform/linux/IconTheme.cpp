@@ -18,16 +18,25 @@ std::string environment(const char* name) {
     return value ? value : "";
 }
 
-bool hasIcon(const fs::path& folder, const std::string& name) {
+bool hasIcon(const fs::path& theme, const std::string& name) {
+    static constexpr std::string_view sizes[] = {"scalable", "symbolic", "16x16", "22x22",
+                                                 "24x24",    "32x32",    "48x48", "64x64"};
     std::error_code ignored;
-    return fs::exists(folder / (name + ".svg"), ignored) || fs::exists(folder / (name + ".png"), ignored);
+    for (const auto size : sizes) {
+        for (const auto* const context : {"apps", "status"}) {
+            const auto file = theme / size / context / name;
+            if (fs::exists(file.string() + ".svg", ignored) || fs::exists(file.string() + ".png", ignored))
+                return true;
+        }
+    }
+    return false;
 }
 
 }  // namespace
 
-IconTheme::IconTheme(std::vector<fs::path> dataFolders) : themeFolders(std::move(dataFolders)) {
-    for (auto& folder : themeFolders)
-        folder = folder / "icons" / "hicolor";
+IconTheme::IconTheme(std::vector<fs::path> dataFolders) : folders(std::move(dataFolders)) {
+    for (auto& folder : folders)
+        folder /= "icons";
 }
 
 IconTheme IconTheme::ofEnvironment() {
@@ -44,19 +53,10 @@ IconTheme IconTheme::ofEnvironment() {
     return IconTheme(std::move(dataFolders));
 }
 
-bool IconTheme::contains(const std::string& name) const {
-    static constexpr std::string_view sizes[] = {"scalable", "symbolic", "16x16", "22x22",
-                                                 "24x24",    "32x32",    "48x48", "64x64"};
-    static constexpr std::string_view contexts[] = {"apps", "status"};
-    for (const auto& theme : themeFolders) {
-        for (const auto size : sizes) {
-            const auto hasName = [&](std::string_view context) {
-                return hasIcon(theme / size / context, name);
-            };
-            if (std::ranges::any_of(contexts, hasName)) return true;
-        }
-    }
-    return false;
+fs::path IconTheme::folderOf(const std::string& name) const {
+    const auto found =
+        std::ranges::find_if(folders, [&](const auto& folder) { return hasIcon(folder / "hicolor", name); });
+    return found == folders.end() ? fs::path() : *found;
 }
 
 }  // namespace quorvel

@@ -15,11 +15,12 @@ public:
     /// Those of XDG_DATA_HOME and XDG_DATA_DIRS, or what stands for them when they are not set.
     static IconTheme ofEnvironment();
 
-    /// Whether a status item's host finds an icon of that name.
-    bool contains(const std::string& name) const;
+    /// The folder of icon themes in which a status item's host finds an icon of that name; empty when there
+    /// is none.
+    std::filesystem::path folderOf(const std::string& name) const;
 
 private:
-    std::vector<std::filesystem::path> themeFolders;
+    std::vector<std::filesystem::path> folders;
 };
 
 }  // namespace quorvel

@@ -7,8 +7,8 @@
 namespace quorvel {
 namespace {
 
-/// As installed in the icon theme. Panels recolour only what they find there under a name with this ending.
-constexpr const char* symbolicThemeName = "com.ob.quorvel-symbolic";
+/// As installed in the icon theme.
+constexpr const char* statusThemeName = "com.ob.quorvel-status";
 constexpr std::string_view templateEnding = "Template";
 
 }  // namespace
@@ -26,7 +26,7 @@ std::optional<Image> ImageResources::imageNamed(const std::string& name) const {
     if (image.bitmaps.empty()) return std::nullopt;
     image.size = image.bitmaps.front().width;
     image.isTemplate = name.ends_with(templateEnding);
-    if (image.isTemplate) image.themeName = symbolicThemeName;
+    if (image.isTemplate) image.themeName = statusThemeName;
     return image;
 }
 

@@ -6,8 +6,7 @@
 namespace quorvel {
 
 std::unique_ptr<StatusItem> StatusNotifierBar::makeStatusItem() {
-    return std::make_unique<StatusNotifierItem>(bus, IconTheme::ofEnvironment(), icons, ++itemCount,
-                                                tokenGiven);
+    return std::make_unique<StatusNotifierItem>(bus, IconTheme::ofEnvironment(), icons, tokenGiven);
 }
 
 }  // namespace quorvel

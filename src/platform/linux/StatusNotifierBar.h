@@ -25,7 +25,6 @@ private:
     SessionBus& bus;
     IconProvider* icons;
     std::function<void(std::string)> tokenGiven;
-    int itemCount = 0;
 };
 
 }  // namespace quorvel

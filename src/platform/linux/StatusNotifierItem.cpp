@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -22,14 +21,12 @@ constexpr const char* watcherMatch =
     "type='signal',sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',"
     "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg0='org.kde.StatusNotifierWatcher'";
 
-constexpr std::string_view symbolicSuffix = "-symbolic";
+/// No panel recolours pixels. The contrast of this grey is 3.9 to 1 on white and 5.3 to 1 on black.
+constexpr std::uint8_t templateGrey = 0x80;
 
-/// A panel recolours an icon exactly when its name ends in "-symbolic", which is what a template asks for and
-/// what an image with colours of its own must be kept from.
+/// Panels recolour an icon exactly when its name ends so.
 std::string themeNameFor(const Image& image) {
-    const bool isSymbolic = image.themeName.ends_with(symbolicSuffix);
-    if (image.themeName.empty() || isSymbolic == image.isTemplate) return image.themeName;
-    return image.isTemplate ? image.themeName + std::string(symbolicSuffix) : "";
+    return image.isTemplate ? image.themeName + "-symbolic" : image.themeName;
 }
 
 bool isComplete(const Bitmap& bitmap) {
@@ -39,18 +36,18 @@ bool isComplete(const Bitmap& bitmap) {
 }
 
 /// Alpha, red, green, blue: ARGB32 in network byte order.
-std::vector<std::uint8_t> argb(const Bitmap& bitmap) {
+std::vector<std::uint8_t> argb(const Bitmap& bitmap, bool isTemplate) {
     std::vector<std::uint8_t> pixels(bitmap.rgba.size());
     for (std::size_t byte = 0; byte < pixels.size(); byte += 4) {
         pixels[byte] = bitmap.rgba[byte + 3];
         for (std::size_t colour = 0; colour < 3; ++colour)
-            pixels[byte + 1 + colour] = bitmap.rgba[byte + colour];
+            pixels[byte + 1 + colour] = isTemplate ? templateGrey : bitmap.rgba[byte + colour];
     }
     return pixels;
 }
 
-void append(sd_bus_message* message, const Bitmap& bitmap) {
-    const auto pixels = argb(bitmap);
+void append(sd_bus_message* message, const Bitmap& bitmap, bool isTemplate) {
+    const auto pixels = argb(bitmap, isTemplate);
     appendContainer(message, 'r', "iiay", [&] {
         require(sd_bus_message_append(message, "ii", bitmap.width, bitmap.height));
         require(sd_bus_message_append_array(message, 'y', pixels.data(), pixels.size()));
@@ -63,6 +60,8 @@ void appendText(sd_bus_message* message, const std::string& text) {
 
 }  // namespace
 
+/// What the item has none of is there too: hosts log an error for each property that is not. Those with a
+/// description are of Ayatana's hosts.
 /// Activate and ContextMenu are left out: a host that calls them although the item is a menu learns from the
 /// error that it has to show the menu itself.
 const sd_bus_vtable* StatusNotifierItem::vtable() {
@@ -74,10 +73,22 @@ const sd_bus_vtable* StatusNotifierItem::vtable() {
         SD_BUS_PROPERTY("Title", "s", busProperty<&Self::title>, 0, SD_BUS_VTABLE_PROPERTY_CONST),
         SD_BUS_PROPERTY("Status", "s", busProperty<&Self::status>, 0, SD_BUS_VTABLE_PROPERTY_CONST),
         SD_BUS_PROPERTY("WindowId", "i", busProperty<&Self::windowId>, 0, SD_BUS_VTABLE_PROPERTY_CONST),
-        SD_BUS_PROPERTY("IconThemePath", "s", busProperty<&Self::iconThemePath>, 0,
-                        SD_BUS_VTABLE_PROPERTY_CONST),
+        SD_BUS_PROPERTY("IconThemePath", "s", busProperty<&Self::iconThemePath>, 0, 0),
         SD_BUS_PROPERTY("IconName", "s", busProperty<&Self::iconName>, 0, 0),
         SD_BUS_PROPERTY("IconPixmap", "a(iiay)", busProperty<&Self::iconPixmap>, 0, 0),
+        SD_BUS_PROPERTY("IconAccessibleDesc", "s", busProperty<&Self::title>, 0,
+                        SD_BUS_VTABLE_PROPERTY_CONST),
+        SD_BUS_PROPERTY("OverlayIconName", "s", busProperty<&Self::noText>, 0, SD_BUS_VTABLE_PROPERTY_CONST),
+        SD_BUS_PROPERTY("OverlayIconPixmap", "a(iiay)", busProperty<&Self::noPixmap>, 0,
+                        SD_BUS_VTABLE_PROPERTY_CONST),
+        SD_BUS_PROPERTY("AttentionIconName", "s", busProperty<&Self::noText>, 0,
+                        SD_BUS_VTABLE_PROPERTY_CONST),
+        SD_BUS_PROPERTY("AttentionIconPixmap", "a(iiay)", busProperty<&Self::noPixmap>, 0,
+                        SD_BUS_VTABLE_PROPERTY_CONST),
+        SD_BUS_PROPERTY("AttentionMovieName", "s", busProperty<&Self::noText>, 0,
+                        SD_BUS_VTABLE_PROPERTY_CONST),
+        SD_BUS_PROPERTY("AttentionAccessibleDesc", "s", busProperty<&Self::noText>, 0,
+                        SD_BUS_VTABLE_PROPERTY_CONST),
         SD_BUS_PROPERTY("ToolTip", "(sa(iiay)ss)", busProperty<&Self::toolTip>, 0, 0),
         SD_BUS_PROPERTY("ItemIsMenu", "b", busProperty<&Self::itemIsMenu>, 0, SD_BUS_VTABLE_PROPERTY_CONST),
         SD_BUS_PROPERTY("Menu", "o", busProperty<&Self::menuPath>, 0, SD_BUS_VTABLE_PROPERTY_CONST),
@@ -91,18 +102,9 @@ const sd_bus_vtable* StatusNotifierItem::vtable() {
 }
 
 StatusNotifierItem::StatusNotifierItem(SessionBus& sessionBus, IconTheme iconTheme, IconProvider* menuIcons,
-                                       int number, TokenHandler onToken)
-    : bus(sessionBus),
-      theme(std::move(iconTheme)),
-      menu(bus, menuIcons),
-      tokenGiven(std::move(onToken)),
-      wishedName("org.kde.StatusNotifierItem-" + std::to_string(getpid()) + '-' + std::to_string(number)) {
+                                       TokenHandler onToken)
+    : bus(sessionBus), theme(std::move(iconTheme)), menu(bus, menuIcons), tokenGiven(std::move(onToken)) {
     if (bus.connection()) publish();
-}
-
-StatusNotifierItem::~StatusNotifierItem() {
-    if (auto* const connection = bus.connection(); connection && busName == wishedName)
-        sd_bus_release_name_async(connection, nullptr, wishedName.c_str(), nullptr, nullptr);
 }
 
 /// The watcher is watched before it is asked, so that none can come in between unseen.
@@ -111,22 +113,12 @@ void StatusNotifierItem::publish() {
     require(sd_bus_add_object_vtable(bus.connection(), &slot, path, interfaceName, vtable(), this));
     objectSlot.reset(slot);
     require(sd_bus_add_match_async(bus.connection(), &slot, watcherMatch,
-                                   busCall<&StatusNotifierItem::watcherChanged>, nullptr, this));
+                                   busCall<&StatusNotifierItem::watcherChanged>,
+                                   busCall<&StatusNotifierItem::watching>, this));
     watcherSlot.reset(slot);
-    require(sd_bus_request_name_async(bus.connection(), &slot, wishedName.c_str(), 0,
-                                      busCall<&StatusNotifierItem::nameAnswered>, this));
-    nameSlot.reset(slot);
 }
 
-/// Programs in containers of their own can share a process id; the second goes by its connection's name.
-int StatusNotifierItem::nameAnswered(sd_bus_message* reply) {
-    constexpr std::uint32_t primaryOwner = 1;
-    std::uint32_t answer = 0;
-    const bool isOwner = !sd_bus_message_is_method_error(reply, nullptr) &&
-                         sd_bus_message_read(reply, "u", &answer) >= 0 && answer == primaryOwner;
-    const char* ownName = "";
-    if (!isOwner) require(sd_bus_get_unique_name(bus.connection(), &ownName));
-    busName = isOwner ? wishedName : ownName;
+int StatusNotifierItem::watching(sd_bus_message* /*reply*/) {
     registerItem();
     return 0;
 }
@@ -138,11 +130,14 @@ int StatusNotifierItem::watcherChanged(sd_bus_message* signal) {
     return 0;
 }
 
-/// Asks for no answer: with no watcher there, its coming is what counts.
+/// Asks for no answer: with no watcher there, its coming is what counts. By the connection's own name:
+/// GNOME's host follows the owner of any other, and loses the item when it learns of the owner late.
 void StatusNotifierItem::registerItem() {
-    if (busName.empty() || !bus.connection()) return;
+    const char* ownName = nullptr;
+    if (!bus.connection()) return;
+    require(sd_bus_get_unique_name(bus.connection(), &ownName));
     sd_bus_call_method_async(bus.connection(), nullptr, watcherName, watcherPath, watcherName,
-                             "RegisterStatusNotifierItem", nullptr, nullptr, "s", busName.c_str());
+                             "RegisterStatusNotifierItem", nullptr, nullptr, "s", ownName);
 }
 
 void StatusNotifierItem::emit(const char* signal) {
@@ -154,7 +149,9 @@ void StatusNotifierItem::setImage(const Image& newImage) {
     if (newImage == image) return;
     image = newImage;
     themeName = themeNameFor(image);
-    needsPixels = !theme.contains(themeName);
+    themePath = theme.folderOf(themeName);
+    // A name that is not found is shown as nothing by hosts that do not look at the pixels then.
+    if (themePath.empty()) themeName.clear();
     emit("NewIcon");
 }
 
@@ -189,7 +186,7 @@ int StatusNotifierItem::windowId(sd_bus_message* reply) {
 }
 
 int StatusNotifierItem::iconThemePath(sd_bus_message* reply) {
-    return sd_bus_message_append(reply, "s", "");
+    return sd_bus_message_append(reply, "s", themePath.c_str());
 }
 
 int StatusNotifierItem::iconName(sd_bus_message* reply) {
@@ -199,10 +196,18 @@ int StatusNotifierItem::iconName(sd_bus_message* reply) {
 int StatusNotifierItem::iconPixmap(sd_bus_message* reply) {
     appendContainer(reply, 'a', "(iiay)", [&] {
         for (const auto& bitmap : image.bitmaps) {
-            if (needsPixels && isComplete(bitmap)) append(reply, bitmap);
+            if (isComplete(bitmap)) append(reply, bitmap, image.isTemplate);
         }
     });
     return 1;
+}
+
+int StatusNotifierItem::noText(sd_bus_message* reply) {
+    return sd_bus_message_append(reply, "s", "");
+}
+
+int StatusNotifierItem::noPixmap(sd_bus_message* reply) {
+    return sd_bus_message_append(reply, "a(iiay)", 0);
 }
 
 int StatusNotifierItem::toolTip(sd_bus_message* reply) {

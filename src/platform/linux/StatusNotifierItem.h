@@ -24,10 +24,8 @@ public:
     /// Takes what a panel gives along with a click, for what the click opens.
     using TokenHandler = std::function<void(std::string activationToken)>;
 
-    /// `number` tells apart the items of this process.
-    StatusNotifierItem(SessionBus& sessionBus, IconTheme iconTheme, IconProvider* menuIcons, int number,
+    StatusNotifierItem(SessionBus& sessionBus, IconTheme iconTheme, IconProvider* menuIcons,
                        TokenHandler tokenGiven = {});
-    ~StatusNotifierItem() override;
     StatusNotifierItem(const StatusNotifierItem&) = delete;
     StatusNotifierItem& operator=(const StatusNotifierItem&) = delete;
 
@@ -46,13 +44,15 @@ private:
     int iconThemePath(sd_bus_message* reply);
     int iconName(sd_bus_message* reply);
     int iconPixmap(sd_bus_message* reply);
+    int noText(sd_bus_message* reply);
+    int noPixmap(sd_bus_message* reply);
     int toolTip(sd_bus_message* reply);
     int itemIsMenu(sd_bus_message* reply);
     int menuPath(sd_bus_message* reply);
     int provideActivationToken(sd_bus_message* call);
 
     void publish();
-    int nameAnswered(sd_bus_message* reply);
+    int watching(sd_bus_message* reply);
     int watcherChanged(sd_bus_message* signal);
     void registerItem();
     void emit(const char* signal);
@@ -62,15 +62,10 @@ private:
     DBusMenu menu;
     TokenHandler tokenGiven;
     Image image;
-    /// Empty when only the pixels may be used.
-    std::string themeName;
-    bool needsPixels = true;
+    /// Where hosts find the image, and under which name; both empty when the icon theme has none.
+    std::string themePath, themeName;
     std::string toolTipText;
-    /// org.kde.StatusNotifierItem-PID-NUMBER, by which hosts know an item.
-    std::string wishedName;
-    /// The name to register; empty until the bus has answered the wish.
-    std::string busName;
-    BusSlot objectSlot, watcherSlot, nameSlot;
+    BusSlot objectSlot, watcherSlot;
 };
 
 }  // namespace quorvel

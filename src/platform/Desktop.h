@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -39,6 +40,8 @@ public:
     virtual ~Workspace() = default;
     /// Opens an address with the user's own program for it; an address that is none is disregarded.
     virtual void openURL(const std::string& url) = 0;
+    /// In bytes. A longer address may be opened by nobody, and nobody says so.
+    virtual std::size_t maxURLSize() const = 0;
     /// Shows a file or folder, selected, in the file manager.
     virtual void selectFile(const std::filesystem::path& path) = 0;
 };

@@ -11,6 +11,7 @@
 #include "ui/ActionTarget.h"
 #include "ui/LogText.h"
 #include "ui/PercentEncoding.h"
+#include "ui/ReportMail.h"
 #include "ui/StatusItemController.h"
 
 namespace quorvel {
@@ -68,10 +69,6 @@ std::string appPageURL(const AppUpdate& update) {
 
 std::string submitURL(const AppUpdate& update) {
     return std::string(siteURL) + "/content/submit/" + std::to_string(update.obAppId);
-}
-
-std::string mailURL(std::string_view query) {
-    return "mailto:" + std::string(supportMailbox) + "?subject=" + std::string(query);
 }
 
 MenuItem checkItem(const MenuContext& context, bool isFetching, Action onCheck) {
@@ -165,11 +162,10 @@ std::filesystem::path logFile(const MenuContext& context) {
     return ErrorLogger(context.persistence).url;
 }
 
-void composeMail(Workspace& workspace, std::string_view subject, std::string_view body) {
-    const auto encodedSubject = percentEncodedQuery(subject);
-    const auto encodedBody = percentEncodedQuery(body);
-    if (!encodedSubject || !encodedBody) return;
-    MenuBuilder::openLink(workspace, mailURL(*encodedSubject + "&body=" + *encodedBody));
+void composeMail(Workspace& workspace, std::string_view subject, std::string_view text,
+                 std::string_view log) {
+    const auto url = reportMailURL(subject, text, log, workspace.maxURLSize());
+    if (url) MenuBuilder::openLink(workspace, *url);
 }
 
 }  // namespace
@@ -238,12 +234,12 @@ void MenuBuilder::composeUpdateReport(const MenuContext& context, const AppUpdat
                        "\nLatest version on Orbisto: " + update.latestVersion +
                        "\nOrbisto page: " + appPageURL(update);
     const std::string log = logText(logFile(context));
-    if (!log.empty()) body += "\n\nError Log:\n---\n" + log;
-    composeMail(context.workspace, "Issue with " + name + " in Quorvel", body);
+    if (!log.empty()) body += "\n\nError Log:\n---\n";
+    composeMail(context.workspace, "Issue with " + name + " in Quorvel", body, log);
 }
 
 void MenuBuilder::composeGeneralReport(const MenuContext& context) {
-    composeMail(context.workspace, "Quorvel Issue Report", shownLogText(logFile(context)));
+    composeMail(context.workspace, "Quorvel Issue Report", "", shownLogText(logFile(context)));
 }
 
 void MenuBuilder::openLink(Workspace& workspace, const std::string& url) {

@@ -41,7 +41,7 @@ bool hasOnlyURLCharacters(std::string_view text) {
 std::optional<std::string> percentEncodedQuery(std::string_view text) {
     if (!text::isValidUtf8(text)) return std::nullopt;
     std::string encoded;
-    encoded.reserve(text.size());
+    encoded.reserve(percentEncodedSize(text));
     for (const char byte : text) {
         if (isQueryAllowed(byte)) {
             encoded += byte;
@@ -53,6 +53,11 @@ std::optional<std::string> percentEncodedQuery(std::string_view text) {
         encoded += hexDigits[value & 0x0F];
     }
     return encoded;
+}
+
+std::size_t percentEncodedSize(std::string_view text) {
+    const auto kept = static_cast<std::size_t>(std::ranges::count_if(text, isQueryAllowed));
+    return kept + 3 * (text.size() - kept);
 }
 
 bool isOpenableURL(std::string_view text) {

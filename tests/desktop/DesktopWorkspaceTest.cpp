@@ -142,10 +142,14 @@ TEST_F(DesktopWorkspaceTest, startsAnOpenerAtOnceWithoutABus) {
 TEST(DetachedProgram, handsEachArgumentOverAsItIsAndLeavesNoZombie) {
     const TemporaryFolder folder;
     const std::string result = (folder.path / "result").string();
+    EventQueue queue;
+    SessionBus bus(queue);
+    const std::string longest(DesktopWorkspace(bus, {}).maxURLSize(), 'a');
     ASSERT_EQ(mkfifo(result.c_str(), 0600), 0);
-    ASSERT_TRUE(startDetached({"sh", "-c", "printf '%s|' \"$@\" >\"$0\"", result, address, trickyFile, ""}));
+    ASSERT_TRUE(
+        startDetached({"sh", "-c", "printf '%s|' \"$@\" >\"$0\"", result, address, trickyFile, "", longest}));
     // Reading waits for the writer.
-    EXPECT_EQ(TemporaryFolder::contentOf(result), address + "|" + trickyFile + "||");
+    EXPECT_EQ(TemporaryFolder::contentOf(result), address + "|" + trickyFile + "||" + longest + "|");
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child is left";
     EXPECT_EQ(errno, ECHILD);
 }

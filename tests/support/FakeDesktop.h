@@ -92,7 +92,9 @@ class FakeWorkspace final : public Workspace {
 public:
     void openURL(const std::string& url) override { opened.push_back(url); }
     void selectFile(const std::filesystem::path& path) override { selected.push_back(path); }
+    std::size_t maxURLSize() const override { return maxSize; }
 
+    std::size_t maxSize = 1'000'000;
     std::vector<std::string> opened;
     std::vector<std::filesystem::path> selected;
 };

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <gtest/gtest.h>
 
 #include "persistence/ErrorLogger.h"
@@ -325,6 +326,30 @@ TEST_F(MenuBuilderTest, composesReportsWithTheLogsText) {
                   Opened{updateStart + updateEnd});
         EXPECT_EQ(opened({"Settings", "Report Quorvel Issue"}), Opened{general});
     }
+}
+
+TEST_F(MenuBuilderTest, aReportThatIsTooLongForTheDesktopLosesTheOldestLinesOfTheLog) {
+    const std::string start = "mailto:support@orbisto.example?subject=Quorvel%20Issue%20Report&body=";
+    const auto notice = [](const char* lines) {
+        return "(" + std::string(lines) + "%20older%20lines%20are%20left%20out.)%0A";
+    };
+    const std::string oldest(100, '1');
+    const std::string ends[] = {oldest + "%0A%C3%A9%0A%0Afour%0A", notice("1") + "%C3%A9%0A%0Afour%0A",
+                                notice("2") + "%0Afour%0A", notice("3") + "four%0A", notice("4")};
+    folder.write("error.log", oldest + "\né\n\nfour\n");
+    for (std::size_t size = start.size() + ends[0].size(); size >= start.size(); --size) {
+        workspace.maxSize = size;
+        const auto* const longest =
+            std::ranges::find_if(ends, [&](const auto& end) { return start.size() + end.size() <= size; });
+        EXPECT_EQ(opened({"Settings", "Report Quorvel Issue"}),
+                  Opened{start + (longest == std::end(ends) ? ends[4] : *longest)})
+            << size;
+    }
+    updates = {update("A")};
+    workspace.maxSize = 0;
+    EXPECT_TRUE(opened({"New Versions…", "A…", "Report A Issue"})
+                    .at(0)
+                    .ends_with("123%0A%0AError%20Log:%0A---%0A" + notice("4")));
 }
 
 TEST_F(MenuBuilderTest, composesNoReportOfANameThatIsNoUnicode) {

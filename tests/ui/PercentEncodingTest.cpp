@@ -14,6 +14,7 @@ TEST(PercentEncoding, keepsExactlyTheCharactersThatAQueryAllows) {
         std::snprintf(escaped, sizeof escaped, "%%%02X", static_cast<unsigned>(value));
         const bool isKept = value != 0 && kept.find(character) != std::string::npos;
         EXPECT_EQ(percentEncodedQuery(character), isKept ? character : std::string(escaped)) << value;
+        EXPECT_EQ(percentEncodedSize(character), isKept ? 1U : 3U) << value;
     }
 }
 

@@ -19,6 +19,9 @@ public:
     DesktopWorkspace(SessionBus& bus, Start start);
 
     void openURL(const std::string& url) override;
+    /// The user's program is given the address as one argument, of which Linux takes 128 KiB at most; a
+    /// kibibyte is left to what a program between puts before it.
+    std::size_t maxURLSize() const override { return std::size_t{127} * 1024; }
     void selectFile(const std::filesystem::path& path) override;
 
 private:

@@ -8,6 +8,7 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QShortcut>
+#include <QStyledItemDelegate>
 #include <QTableView>
 #include <QTextDocument>
 #include <algorithm>
@@ -31,6 +32,25 @@ Qt::WindowFlags flagsFor(const WindowContent& content) {
     const Qt::WindowFlags flags = Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                                   Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint;
     return content.isResizable ? flags | Qt::WindowMaximizeButtonHint : flags;
+}
+
+/// A row is what can be selected; the frame of the focus would stand round one of its cells.
+class RowDelegate final : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+protected:
+    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override {
+        QStyledItemDelegate::initStyleOption(option, index);
+        option->state.setFlag(QStyle::State_HasFocus, false);
+    }
+};
+
+int widthOf(const TableView& table) {
+    double points = 0;
+    for (const auto& column : table.columns)
+        points += column.width;
+    return pixels(points);
 }
 
 }  // namespace
@@ -82,7 +102,6 @@ QWidget* PaintedWindow::add(const Button& button) {
 
 QWidget* PaintedWindow::add(const TextView& view) {
     auto* widget = new QPlainTextEdit(this);
-    widget->setReadOnly(true);
     widget->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     widget->setTabChangesFocus(true);
     widget->setCursorWidth(0);
@@ -101,6 +120,7 @@ QWidget* PaintedWindow::add(const TableView& table) {
     auto* widget = new QTableView(this);
     tables.push_back(new RowsModel(table, widget));
     widget->setModel(tables.back());
+    widget->setItemDelegate(new RowDelegate(widget));
     widget->setAccessibleName(windowTitle());
     widget->setFont(fontFor(table.font));
     widget->setShowGrid(false);
@@ -109,13 +129,15 @@ QWidget* PaintedWindow::add(const TableView& table) {
     widget->setCornerButtonEnabled(false);
     widget->setSelectionBehavior(QAbstractItemView::SelectRows);
     widget->setSelectionMode(QAbstractItemView::SingleSelection);
-    widget->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+    widget->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    widget->setMinimumWidth(widthOf(table));
     auto* rowHeader = widget->verticalHeader();
     rowHeader->hide();
     rowHeader->setMinimumSectionSize(1);
     rowHeader->setSectionResizeMode(QHeaderView::Fixed);
     rowHeader->setDefaultSectionSize(std::max(1, pixels(table.rowHeight)));
     auto* titles = widget->horizontalHeader();
+    titles->setFont(widget->font());
     titles->setHighlightSections(false);
     titles->setStretchLastSection(true);
     for (std::size_t column = 0; column < table.columns.size(); ++column) {
@@ -130,9 +152,9 @@ void PaintedWindow::setSizes(const WindowContent& content) {
     // Small enough for any use, and large enough that what stays where it is stays in sight.
     QSize least(240, 160);
     for (const auto& view : views) {
-        if (view.growsWithWindow) continue;
-        least = least.expandedTo(QSize(pixels(view.frame.x + view.frame.width + 8), 0));
-        view.widget->raise();
+        const double width = view.growsWithWindow ? view.widget->minimumWidth() : view.frame.width + 8;
+        least = least.expandedTo(QSize(pixels(view.frame.x + width), 0));
+        if (!view.growsWithWindow) view.widget->raise();
     }
     setMinimumSize(least.boundedTo(size));
     resize(size);

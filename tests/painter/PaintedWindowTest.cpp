@@ -118,7 +118,7 @@ TEST_F(PaintedWindowTest, whatScrollsGrowsWithTheWindowAndTheButtonsStayAtTheBot
         {errorLog(), {600, 400}, {{0, 0, 600, 360}, {8, 368, 80, 24}, {96, 368, 80, 24}}},
         {errorLog(), {700, 300}, {{0, 0, 700, 260}, {8, 268, 80, 24}, {96, 268, 80, 24}}},
         {ignoredVersions(), {480, 320}, {{0, 0, 480, 276}, {8, 284, 90, 28}}},
-        {ignoredVersions(), {400, 500}, {{0, 0, 400, 456}, {8, 464, 90, 28}}},
+        {ignoredVersions(), {460, 500}, {{0, 0, 460, 456}, {8, 464, 90, 28}}},
     };
     for (const auto& [content, size, expected] : rows) {
         const auto window = open(content);
@@ -221,8 +221,69 @@ TEST_F(PaintedWindowTest, theTableShowsItsRowsEachOnOneLine) {
     EXPECT_EQ(table->columnWidth(0), 280);
     EXPECT_GE(table->columnWidth(1), 160) << "the last column takes the rest";
     EXPECT_EQ(table->model()->headerData(1, Qt::Horizontal).toString(), QStringLiteral("Ignored Version"));
+    EXPECT_EQ(table->horizontalHeader()->font(),
+              table->model()->index(0, 0).data(Qt::FontRole).value<QFont>());
+    window->resize(1, 1);
+    EXPECT_FALSE(table->horizontalScrollBar()->isVisible());
+    EXPECT_GT(table->columnWidth(1), 140) << "both columns stay in sight";
+    window->setFocus();
+    const QImage unfocused = table->viewport()->grab().toImage();
+    table->setFocus();
+    ASSERT_TRUE(table->currentIndex().isValid());
+    EXPECT_EQ(table->viewport()->grab().toImage(), unfocused) << "no frame round a cell";
+    table->setColumnWidth(0, 1000);
+    EXPECT_FALSE(table->horizontalScrollBar()->isVisible());
     window->setRows({});
     EXPECT_EQ(table->model()->rowCount(), 0);
+}
+
+TEST_F(PaintedWindowTest, theLogCanBeSelectedButNotChanged) {
+    const auto window = open(errorLog());
+    auto* const log = child<QPlainTextEdit>(*window);
+    QTest::keyClick(log, Qt::Key_A, Qt::ControlModifier);
+    EXPECT_EQ(log->textCursor().selectedText(), QStringLiteral("<b>log</b>"));
+    QTest::keyClick(log, Qt::Key_X);
+    QTest::keyClick(log, Qt::Key_Delete);
+    EXPECT_EQ(log->toPlainText(), QStringLiteral("<b>log</b>"));
+}
+
+TEST_F(PaintedWindowTest, labelsStandInTheMiddleInTheColourOfTheirRole) {
+    for (const auto role : {ColorRole::label, ColorRole::secondaryLabel, ColorRole::tertiaryLabel}) {
+        const auto window =
+            open({"T", 200, 60, false, {Label{{20, 10, 160, 40}, "MMM", {FontRole::boldSystem, 30}, role}}});
+        const QImage picture = child<QLabel>(*window)->grab().toImage();
+        const QRgb expected = colorFor(role, window->palette()).rgb();
+        QRect inked;
+        for (int y = 0; y < picture.height(); ++y) {
+            for (int x = 0; x < picture.width(); ++x) {
+                if (picture.pixel(x, y) == expected) inked |= QRect(x, y, 1, 1);
+            }
+        }
+        EXPECT_GT(inked.width(), 40);
+        EXPECT_LE((inked.center() - picture.rect().center()).manhattanLength(), 6) << static_cast<int>(role);
+    }
+}
+
+TEST_F(PaintedWindowTest, everyWindowCanBeClosedAndComesToTheFrontWhenItIsAskedFor) {
+    class Raises final : public QObject {
+    public:
+        bool eventFilter(QObject*, QEvent* event) override {
+            count += event->type() == QEvent::ZOrderChange ? 1 : 0;
+            return false;
+        }
+        int count = 0;
+    };
+    const auto below = open(about());
+    for (const auto& content : {about(), errorLog(), ignoredVersions()}) {
+        const auto above = open(content);
+        EXPECT_TRUE(above->windowFlags().testFlag(Qt::WindowCloseButtonHint)) << content.title;
+        EXPECT_EQ(above->windowFlags().testFlag(Qt::WindowMaximizeButtonHint), content.isResizable);
+        Raises raises;
+        below->installEventFilter(&raises);
+        below->present(std::nullopt);
+        EXPECT_TRUE(QTest::qWaitForWindowActive(below.get())) << content.title;
+        EXPECT_EQ(raises.count, 1) << content.title;
+    }
 }
 
 TEST_F(PaintedWindowTest, aNewTextIsShownFromItsStartAndTheSameOneKeepsItsPlace) {

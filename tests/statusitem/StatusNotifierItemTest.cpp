@@ -125,7 +125,7 @@ TEST_F(StatusNotifierItemTest, namesTheIconOnlyWhereItIsFound) {
     TemporaryFolder more;
     setenv("XDG_DATA_DIRS", ("relative:" + more.path.string()).c_str(), 1);
     icons.write("icons/hicolor/symbolic/apps/here-symbolic.svg", "<svg/>");
-    more.write("icons/hicolor/48x48/status/here.png", "");
+    more.write("icons/hicolor/scalable/apps/here.svg", "<svg/>");
     start();
     const struct {
         const char* themeName;

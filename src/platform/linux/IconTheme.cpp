@@ -1,9 +1,9 @@
 #include "platform/linux/IconTheme.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <sstream>
-#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -19,17 +19,10 @@ std::string environment(const char* name) {
 }
 
 bool hasIcon(const fs::path& theme, const std::string& name) {
-    static constexpr std::string_view sizes[] = {"scalable", "symbolic", "16x16", "22x22",
-                                                 "24x24",    "32x32",    "48x48", "64x64"};
     std::error_code ignored;
-    for (const auto size : sizes) {
-        for (const auto* const context : {"apps", "status"}) {
-            const auto file = theme / size / context / name;
-            if (fs::exists(file.string() + ".svg", ignored) || fs::exists(file.string() + ".png", ignored))
-                return true;
-        }
-    }
-    return false;
+    return std::ranges::any_of(std::array{"scalable", "symbolic"}, [&](const char* size) {
+        return fs::exists(theme / size / "apps" / (name + ".svg"), ignored);
+    });
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 
 namespace quorvel {
 
-/// The icon theme that every other falls back on (hicolor), in the folders where programs install theirs.
+/// The drawings that programs install in the icon theme which every other falls back on (hicolor).
 class IconTheme {
 public:
     /// Folders of shared data, each with `icons/hicolor` in it.

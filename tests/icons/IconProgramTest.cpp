@@ -1,7 +1,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <optional>
-#include <random>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -156,29 +155,6 @@ TEST_F(IconProgramTest, boundsWhatAnIconMayTake) {
     // No icon is larger than 1024 by 1024 pixels.
     EXPECT_EQ(colourOf(iconFile(iconChunk("ic10", pngOf(1025, red)))), Colour{});
     EXPECT_EQ(colourOf(head), green) << "still at work";
-}
-
-TEST_F(IconProgramTest, answersEveryPrefixAndEveryMutation) {
-    const std::string samples[] = {
-        iconFile(rawIcon("is32", "s8mk", 16, red)),
-        iconFile(rawIcon("ih32", "h8mk", 48, blue) + iconChunk("ic11", pngOf(32, green))),
-        iconFile(iconChunk("TOC ", std::string("ic07\0\0\1\0", 8)) + iconChunk("ic07", pngOf(128, blue))),
-        iconFile(rawIcon("it32", "t8mk", 128, red)),
-        iconFile(argbIcon("ic05", 32, blue)),
-    };
-    std::mt19937 random(20'240'611);
-    for (const auto& sample : samples) {
-        for (std::size_t length = 0; length < sample.size(); length += length < 400 ? 1 : 37)
-            ASSERT_TRUE(decode(sample.substr(0, length))) << "the first " << length << " bytes";
-        for (int round = 0; round < 400; ++round) {
-            std::string mutated = sample;
-            for (auto changes = 1 + random() % 4; changes > 0; --changes)
-                // Heads and lengths stand at the beginning.
-                mutated[random() % (random() % 2 == 0 ? 32 : mutated.size())] = static_cast<char>(random());
-            ASSERT_TRUE(decode(mutated)) << "mutation " << round << " of " << sample.substr(8, 4);
-        }
-    }
-    EXPECT_EQ(colourOf(samples[0]), red) << "still at work";
 }
 
 TEST_F(IconProgramTest, needsNoStreamsButItsInput) {

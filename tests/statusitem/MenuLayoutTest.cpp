@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <gtest/gtest.h>
-#include <map>
 #include <set>
 
 #include "platform/linux/MenuLayout.h"
@@ -12,27 +11,6 @@ namespace quorvel {
 namespace {
 
 using Id = MenuLayout::Id;
-
-std::string textOf(const MenuProperty::Value& value) {
-    if (const auto* truth = std::get_if<bool>(&value)) return *truth ? "true" : "false";
-    if (const auto* number = std::get_if<std::int32_t>(&value)) return std::to_string(*number);
-    if (const auto* text = std::get_if<std::string>(&value)) return *text;
-    if (const auto* bytes = std::get_if<std::vector<std::uint8_t>>(&value))
-        return std::to_string(bytes->size()) + " bytes";
-    std::string strokes;
-    for (const auto& keys : std::get<MenuProperty::Shortcut>(value)) {
-        for (const auto& key : keys)
-            strokes += '<' + key + '>';
-    }
-    return strokes;
-}
-
-std::string textOf(const MenuProperties& properties) {
-    std::string text;
-    for (const auto& [name, value] : properties)
-        text += (text.empty() ? "" : "; ") + std::string(name) + '=' + textOf(value);
-    return text;
-}
 
 TEST(MenuLayout, theGenericIconIsAPictureForScreensOfTwoPixelsAPoint) {
     const auto bitmap = decodedPng(MenuLayout::genericIcon());
@@ -56,49 +34,11 @@ TEST(MenuLayout, findsTheItemsWithAPictureAtAnyDepth) {
     EXPECT_TRUE(layout.itemsWith({}).empty());
 }
 
-TEST(MenuLayout, tellsOfAnItemExactlyWhatDiffersFromTheDefaults) {
-    const auto changed = [](void (*change)(MenuItem&)) {
-        MenuItem item;
-        item.title = "T";
-        change(item);
-        return item;
-    };
-    struct Row {
-        MenuItem item;
-        std::string expected;
-    };
-    const Row rows[] = {
-        {changed([](MenuItem&) {}), "label=T"},
-        {changed([](MenuItem& item) { item.title = "_a__b & c"; }), "label=__a____b & c"},
-        {changed([](MenuItem& item) { item.isEnabled = false; }), "label=T; enabled=false"},
-        {changed([](MenuItem& item) { item.state = MenuItem::State::on; }),
-         "label=T; toggle-type=checkmark; toggle-state=1"},
-        {changed([](MenuItem& item) { item.state = MenuItem::State::off; }),
-         "label=T; toggle-type=checkmark; toggle-state=0"},
-        {changed([](MenuItem& item) { item.submenu = menuOf({}); }), "label=T; children-display=submenu"},
-        {changed([](MenuItem& item) { item.keyEquivalent = "q"; }), "label=T; shortcut=<Control><q>"},
-        {changed([](MenuItem& item) { item.image = BundleIcon{"/Known.app"}; }),
-         "label=T; icon-data=7 bytes"},
-        {changed([](MenuItem& item) { item.image = BundleIcon{"/Other.app"}; }),
-         "label=T; icon-data=" + std::to_string(MenuLayout::genericIcon().size()) + " bytes"},
-        {changed([](MenuItem& item) { item = MenuItem::separator(); }), "type=separator"},
-        {changed([](MenuItem& item) { item.attributedTitle = {.name = "N_N", .detail = "1 → 2"}; }),
-         "label=N__N\n1 → 2"},
-    };
-    FakeIcons icons;
-    icons.pngs["/Known.app"].resize(7);
-    MenuLayout layout(&icons);
-    for (const auto& [item, expected] : rows) {
-        layout.setMenu(menuOf({item}));
-        EXPECT_EQ(textOf(layout.properties(layout.children(MenuLayout::root).at(0))), expected);
-    }
-}
-
 /// The labels below `id`, those of a submenu in brackets.
 std::string outline(const MenuLayout& layout, Id id) {
     std::string text;
     for (const Id child : layout.children(id)) {
-        text += textOf(layout.properties(child).at(0).value);
+        text += std::get<std::string>(layout.properties(child).at(0).value);
         if (!layout.children(child).empty()) text += '[' + outline(layout, child) + ']';
     }
     return text;

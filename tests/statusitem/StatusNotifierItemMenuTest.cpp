@@ -1,4 +1,3 @@
-#include <fstream>
 #include <gtest/gtest.h>
 
 #include "platform/linux/MenuLayout.h"
@@ -42,13 +41,15 @@ TEST_F(StatusNotifierItemMenuTest, sendsEveryItemAsItReads) {
     quit.keyEquivalent = "q";
     auto checked = actionItem("Color Icon");
     checked.state = MenuItem::State::on;
+    auto unchecked = actionItem("Open at Login");
+    unchecked.state = MenuItem::State::off;
     auto update = submenuItem("n", {actionItem("Open App Page")});
     update.attributedTitle = {.name = "Émoji 😀", .detail = "1 → 2"};
     update.image = BundleIcon{"/A.app"};
     auto disabled = MenuItem{};
     disabled.title = "No Updates Available";
     disabled.isEnabled = false;
-    item->setMenu(menuOf({enabled, MenuItem::separator(), quit, checked, update, disabled}));
+    item->setMenu(menuOf({enabled, MenuItem::separator(), quit, checked, unchecked, update, disabled}));
 
     const auto root = panel->menu(name).root;
     using Properties = std::map<std::string, std::string>;
@@ -57,6 +58,7 @@ TEST_F(StatusNotifierItemMenuTest, sendsEveryItemAsItReads) {
         {{"type", "separator"}},
         {{"label", "Quit"}, {"shortcut", "<Control><q>"}},
         {{"label", "Color Icon"}, {"toggle-type", "checkmark"}, {"toggle-state", "1"}},
+        {{"label", "Open at Login"}, {"toggle-type", "checkmark"}, {"toggle-state", "0"}},
         {{"label", "Émoji 😀\n1 → 2"},
          {"children-display", "submenu"},
          {"icon-data", std::to_string(MenuLayout::genericIcon().size()) + " bytes"}},
@@ -65,7 +67,7 @@ TEST_F(StatusNotifierItemMenuTest, sendsEveryItemAsItReads) {
     ASSERT_EQ(root.children.size(), std::size(expected));
     for (std::size_t index = 0; index < std::size(expected); ++index)
         EXPECT_EQ(root.children[index].properties, expected[index]) << "item " << index;
-    EXPECT_EQ(root.children[4].children.at(0).properties, (Properties{{"label", "Open App Page"}}));
+    EXPECT_EQ(root.children[5].children.at(0).properties, (Properties{{"label", "Open App Page"}}));
     EXPECT_EQ(root.properties, (Properties{{"children-display", "submenu"}}));
 }
 
@@ -120,18 +122,6 @@ TEST_F(StatusNotifierItemMenuTest, runsTheActionOfAChosenItemOnce) {
     EXPECT_EQ(other->count, 0);
 }
 
-TEST_F(StatusNotifierItemMenuTest, ignoresAChoiceInAMenuThatHasBeenReplaced) {
-    const auto old = std::make_shared<CountingTarget>(), present = std::make_shared<CountingTarget>();
-    item->setMenu(menuOf({actionItem("Ignore", old)}));
-    const auto oldId = panel->menu(name).root.named("Ignore").id;
-    item->setMenu(menuOf({actionItem("Quit", present)}));
-    EXPECT_FALSE(panel->click(name, oldId)) << "an item of the old menu was taken for one of the new";
-    EXPECT_TRUE(panel->click(name, panel->menu(name).root.named("Quit").id));
-    EXPECT_TRUE(runUntil(queue, [&] { return present->count > 0; }));
-    EXPECT_EQ(present->count, 1);
-    EXPECT_EQ(old->count, 0);
-}
-
 /// Choosing "Color Icon" brings a new menu while the action of the old one still runs.
 TEST_F(StatusNotifierItemMenuTest, letsAnActionReplaceTheMenuThatHoldsIt) {
     auto target = std::make_shared<CountingTarget>();
@@ -156,6 +146,7 @@ TEST_F(StatusNotifierItemMenuTest, answersTheCallsForManyItemsAtOnce) {
     const auto stale = panel->menu(name).root.named("gone").id;
     item->setMenu(menuOf({actionItem("a", target), MenuItem::separator()}));
     const auto id = panel->menu(name).root.named("a").id;
+    EXPECT_FALSE(panel->click(name, stale)) << "an item of the old menu was taken for one of the new";
     const auto on = [&](const char* member, const char* types, auto... arguments) {
         return panel->call(name, "/MenuBar", menuInterface, member, types, arguments...);
     };
@@ -205,12 +196,6 @@ TEST_F(StatusNotifierItemMenuTest, goesNoDeeperThanAsked) {
     }
 }
 
-long residentPages() {
-    long size = 0, resident = 0;
-    std::ifstream("/proc/self/statm") >> size >> resident;
-    return resident;
-}
-
 std::shared_ptr<const Menu> largeMenu(const std::shared_ptr<int>& alive) {
     std::vector<MenuItem> items;
     for (int count = 0; count < 30; ++count) {
@@ -221,24 +206,14 @@ std::shared_ptr<const Menu> largeMenu(const std::shared_ptr<int>& alive) {
     return menuOf({submenuItem("updates", std::move(items)), actionItem("Quit")});
 }
 
-TEST_F(StatusNotifierItemMenuTest, replacesTenThousandMenusWithoutGrowth) {
-    constexpr int replacements = 10'000, warmUp = 2'000;
+TEST_F(StatusNotifierItemMenuTest, keepsNothingOfTheMenusThatItReplaced) {
+    constexpr std::uint32_t replacements = 500;
     const auto alive = std::make_shared<int>();
-    [[maybe_unused]] long before = 0;
-    panel->layoutUpdates.reserve(replacements);
-    for (int count = 1; count <= replacements; ++count) {
+    for (std::uint32_t count = 1; count <= replacements; ++count)
         item->setMenu(largeMenu(alive));
-        if (count % 20 == 0) {
-            ASSERT_EQ(panel->menu(name).revision, static_cast<std::uint32_t>(count));
-        }
-        if (count == warmUp) before = residentPages();
-    }
-    EXPECT_EQ(panel->layoutUpdates.size(), static_cast<std::size_t>(replacements));
+    EXPECT_EQ(panel->menu(name).revision, replacements);
+    EXPECT_EQ(panel->layoutUpdates.size(), replacements);
     EXPECT_EQ(alive.use_count(), 1 + 30) << "menus that were replaced are still there";
-#ifndef __SANITIZE_ADDRESS__
-    // A leak of one label a menu would be 400 KB.
-    EXPECT_LT((residentPages() - before) * sysconf(_SC_PAGESIZE), 128 * 1024);
-#endif
 }
 
 }  // namespace

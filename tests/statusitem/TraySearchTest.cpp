@@ -63,15 +63,6 @@ TEST_F(TraySearchTest, neitherLooksNorWaitsBesideAHost) {
     EXPECT_TRUE(queue.isIdle());
 }
 
-TEST_F(TraySearchTest, staysInTheTrayThatItHasFound) {
-    search.hostsChanged(false);
-    queue.advance(seconds(5));
-    item.hasTray = true;
-    queue.advance(seconds(5));
-    EXPECT_TRUE(item.isShown);
-    EXPECT_TRUE(queue.isIdle());
-}
-
 TEST_F(TraySearchTest, aTrayThatIsLostAgainAndAgainIsLookedForNoMoreOften) {
     item.hasTray = true;
     search.hostsChanged(false);

@@ -1,5 +1,7 @@
 #include <QApplication>
 #include <QBuffer>
+#include <QPlainTextEdit>
+#include <QTableView>
 #include <QTest>
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -60,6 +62,30 @@ TEST(PainterTest, bringsAnAlertThatIsShownToTheFront) {
     painter.perform(Request(RunAlert{1, "first", "", ""}));
     EXPECT_EQ(alerts().size(), 2U);
     EXPECT_TRUE(QTest::qWaitFor([&] { return QApplication::activeWindow() == first; }));
+}
+
+TEST(PainterTest, anOpenWindowFollowsItsRowsAndItsText) {
+    Painter painter(std::chrono::hours(1), [](const Event&) {}, [] {});
+    const WindowContent content{"T",
+                                300,
+                                200,
+                                true,
+                                {TableView{{0, 0, 300, 100}, 20, {}, {{"a", "A", 100}}},
+                                 TextView{{0, 100, 300, 100}, {}, 8, "first"}}};
+    painter.perform(Request(ShowWindow{1, 1, content, {{"a"}, {"b"}}, std::nullopt, "token"}));
+    EXPECT_EQ(qgetenv("XDG_ACTIVATION_TOKEN"), "token");
+    ASSERT_TRUE(QTest::qWaitFor([] { return QApplication::activeWindow() != nullptr; }));
+    const auto* const window = QApplication::activeWindow();
+    const auto* const table = window->findChild<QTableView*>();
+    const auto* const text = window->findChild<QPlainTextEdit*>();
+    EXPECT_EQ(table->model()->rowCount(), 2);
+    for (const std::uint64_t number : {2U, 1U}) {
+        painter.perform(Request(SetRows{number, {{"c"}}}));
+        painter.perform(Request(SetText{number, "second"}));
+        EXPECT_EQ(table->model()->rowCount(), number == 1 ? 1 : 2);
+        EXPECT_EQ(text->toPlainText(), number == 1 ? QStringLiteral("second") : QStringLiteral("first"));
+    }
+    qunsetenv("XDG_ACTIVATION_TOKEN");
 }
 
 TEST(PaintedMenuTest, showsEveryKindOfItemAsItIs) {

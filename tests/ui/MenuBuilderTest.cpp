@@ -352,8 +352,9 @@ TEST_F(MenuBuilderTest, aReportThatIsTooLongForTheDesktopLosesTheOldestLinesOfTh
                     .ends_with("123%0A%0AError%20Log:%0A---%0A" + notice("4")));
 }
 
-TEST_F(MenuBuilderTest, composesNoReportOfANameThatIsNoUnicode) {
+TEST_F(MenuBuilderTest, composesNoReportOfWhatIsNoUnicode) {
     MenuBuilder::composeUpdateReport(context(), update("bad \xC3 name"));
+    MenuBuilder::composeUpdateReport(context(), update("A", "bad \xC3 version"));
     EXPECT_EQ(workspace.opened, Opened{});
 }
 

@@ -16,6 +16,7 @@ namespace quorvel {
 namespace {
 
 constexpr std::chrono::milliseconds interChunkDelay{250};
+constexpr std::chrono::hours backgroundInterval{6};
 constexpr const char* noConnectionText = "No internet connection.";
 
 ErrorLogger makeErrorLogger(const AppDelegate::Platform& platform) {
@@ -213,7 +214,7 @@ void AppDelegate::sendCheckErrorReport(const std::string& description) const {
 }
 
 void AppDelegate::startBackgroundTimer() {
-    backgroundTimer = std::make_unique<RepeatingTimer>(platform.mainQueue, platform.backgroundInterval,
+    backgroundTimer = std::make_unique<RepeatingTimer>(platform.mainQueue, backgroundInterval,
                                                        weakly(&AppDelegate::runBackgroundCheck));
 }
 

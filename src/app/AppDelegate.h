@@ -58,8 +58,6 @@ public:
         std::vector<std::filesystem::path> scanRoots;
         /// The network counts as connected then, whatever the path monitor would say.
         bool skipMonitoring = false;
-        /// Between two checks that nobody asked for.
-        std::chrono::milliseconds backgroundInterval = std::chrono::hours(6);
         std::string catalogURL;
         /// For the end of a process in which an exception went uncaught: objects that nothing else uses.
         struct LastResort {

@@ -15,6 +15,7 @@
 #include "platform/AnnouncedPathMonitor.h"
 #include "platform/linux/AutostartEntry.h"
 #include "platform/linux/BundleIcons.h"
+#include "platform/linux/CatalogAddress.h"
 #include "platform/linux/CurlSession.h"
 #include "platform/linux/DesktopStatusBar.h"
 #include "platform/linux/DesktopWorkspace.h"
@@ -31,6 +32,8 @@ namespace quorvel {
 
 namespace {
 
+/// By this name on its bus, a session knows the one instance that it has.
+constexpr const char* busName = "com.ob.quorvel";
 /// How long launching waits for the first word on the network path: a check that began before it would fail
 /// on a machine that is online.
 constexpr std::chrono::seconds pathPatience{1};
@@ -46,6 +49,12 @@ std::string takeActivationToken() {
         unsetenv(variable);
     }
     return token;
+}
+
+std::vector<std::string> commandAtLogin(const DesktopConfiguration& configuration) {
+    std::vector<std::string> command{std::filesystem::read_symlink("/proc/self/exe").string()};
+    command.insert(command.end(), configuration.optionsAtLogin.begin(), configuration.optionsAtLogin.end());
+    return command;
 }
 
 class QueueApplication final : public Application {
@@ -89,13 +98,13 @@ private:
 class DesktopProgram {
 public:
     explicit DesktopProgram(const DesktopConfiguration& configuration)
-        : instance(bus, configuration.busName),
+        : instance(bus, busName),
           painter(queue),
           statusBar(bus, painter, &icons),
           workspace(bus, [](const auto& arguments) { startDetached(arguments); }),
-          loginItem(AutostartEntry::standardFolder(), std::filesystem::read_symlink("/proc/self/exe")),
+          loginItem(AutostartEntry::standardFolder(), commandAtLogin(configuration)),
           application(queue),
-          skipsMonitoring(configuration.skipMonitoring) {
+          skipsMonitoring(isOnThisMachine(configuration.catalogURL)) {
         // Before anything starts a thread, which would otherwise take the signals.
         for (const int number : {SIGTERM, SIGINT, SIGHUP})
             queue.onSignal(number, [this] { queue.quit(); });
@@ -157,8 +166,7 @@ private:
                                   .steadyClock = [] { return std::chrono::steady_clock::now(); },
                                   .wallClock = std::chrono::system_clock::now,
                                   .scanRoots = configuration.scanRoots,
-                                  .skipMonitoring = configuration.skipMonitoring,
-                                  .backgroundInterval = configuration.backgroundInterval,
+                                  .skipMonitoring = skipsMonitoring,
                                   .catalogURL = configuration.catalogURL,
                                   .lastResort = lastResort.parts()});
     }
@@ -206,6 +214,7 @@ private:
     DesktopWorkspace workspace;
     AutostartEntry loginItem;
     QueueApplication application;
+    /// A catalog on this machine needs no network.
     const bool skipsMonitoring;
     bool isLaunched = false;
     /// What was asked for before there is a menu and a window to show.

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -10,18 +9,14 @@
 
 namespace quorvel {
 
-/// What differs between the product and its demonstration.
+/// What the command line decides.
 struct DesktopConfiguration {
-    /// Which instances are one and the same program to the session, as a name on its bus.
-    std::string busName;
     std::vector<std::filesystem::path> scanRoots;
     std::string catalogURL;
     Environment environment;
     const PersistenceManager& persistence;
-    /// The network is taken to be there.
-    bool skipMonitoring = false;
-    /// Between two checks that nobody asked for.
-    std::chrono::milliseconds backgroundInterval = std::chrono::hours(6);
+    /// What a start at login is given.
+    std::vector<std::string> optionsAtLogin;
 };
 
 /// What a start can ask for, of itself or of the instance that runs already; an empty name asks for nothing

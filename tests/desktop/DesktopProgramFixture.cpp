@@ -39,8 +39,19 @@ void DesktopProgramFixture::restartCatalog(std::vector<std::string> options) {
 }
 
 std::vector<std::string> DesktopProgramFixture::command() const {
-    return {PROGRAM_FOLDER "/quorvel-demo", SOURCE_ROOT "/demo/system", url,
+    return {PROGRAM_FOLDER "/quorvel",
+            "--system-root",
+            SOURCE_ROOT "/demo/system",
+            "--catalog",
+            url,
+            "--data-dir",
             (folder.path / "storage").string()};
+}
+
+std::vector<std::string> DesktopProgramFixture::commandWith(const std::vector<std::string>& options) const {
+    auto words = command();
+    words.insert(words.end(), options.begin(), options.end());
+    return words;
 }
 
 void DesktopProgramFixture::start() {

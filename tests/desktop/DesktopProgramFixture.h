@@ -27,6 +27,7 @@ protected:
     void restartCatalog(std::vector<std::string> options = {});
 
     virtual std::vector<std::string> command() const;
+    std::vector<std::string> commandWith(const std::vector<std::string>& options) const;
 
     /// Starts the program; its item is on the panel that the test plays afterwards.
     void start();

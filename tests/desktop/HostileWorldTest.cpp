@@ -28,7 +28,7 @@ protected:
 
     std::vector<std::string> command() const override {
         auto words = DesktopProgramFixture::command();
-        words[1] = (folder.path / "system").string();
+        words[2] = (folder.path / "system").string();
         return words;
     }
 

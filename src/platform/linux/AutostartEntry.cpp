@@ -20,9 +20,20 @@ std::string quoted(const std::string& argument) {
         if (std::string_view("\"`$\\").contains(character)) text += "\\\\";
         if (character == '\\') text += '\\';
         if (character == '%') text += '%';
-        text += character;
+        if (character == '\n') {
+            text += "\\n";
+        } else {
+            text += character;
+        }
     }
     return text + "\"";
+}
+
+std::string quoted(const std::vector<std::string>& command) {
+    std::string text;
+    for (const auto& argument : command)
+        text += (text.empty() ? "" : " ") + quoted(argument);
+    return text;
 }
 
 /// Whether the user's desktop has switched the entry off without removing it.
@@ -36,8 +47,8 @@ bool isSwitchedOff(const std::string& entry) {
 
 }  // namespace
 
-AutostartEntry::AutostartEntry(const std::filesystem::path& folder, std::filesystem::path program)
-    : file(folder / "com.ob.quorvel.desktop"), program(std::move(program)) {}
+AutostartEntry::AutostartEntry(const std::filesystem::path& folder, std::vector<std::string> command)
+    : file(folder / "com.ob.quorvel.desktop"), command(std::move(command)) {}
 
 std::filesystem::path AutostartEntry::standardFolder() {
     const char* chosen = std::getenv("XDG_CONFIG_HOME");
@@ -52,7 +63,7 @@ bool AutostartEntry::registerItem() {
                                   "[Desktop Entry]\nType=Application\nName=Quorvel\n"
                                   "Comment=Tells which installed applications have newer versions\n"
                                   "Icon=com.ob.quorvel\nTerminal=false\nExec=" +
-                                      quoted(program.string()) + "\n");
+                                      quoted(command) + "\n");
 }
 
 bool AutostartEntry::unregisterItem() {

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "platform/Desktop.h"
 
@@ -12,8 +13,9 @@ namespace quorvel {
 /// thread.
 class AutostartEntry final : public LoginItem {
 public:
-    /// `folder`: where the user's autostart entries lie; `program`: the program's absolute path.
-    AutostartEntry(const std::filesystem::path& folder, std::filesystem::path program);
+    /// `folder`: where the user's autostart entries lie; `command`: the program's absolute path and its
+    /// arguments.
+    AutostartEntry(const std::filesystem::path& folder, std::vector<std::string> command);
 
     /// "autostart" below $XDG_CONFIG_HOME, or below ~/.config.
     static std::filesystem::path standardFolder();
@@ -25,7 +27,7 @@ public:
     const std::filesystem::path file;
 
 private:
-    const std::filesystem::path program;
+    const std::vector<std::string> command;
 };
 
 }  // namespace quorvel

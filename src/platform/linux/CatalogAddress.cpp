@@ -1,6 +1,9 @@
 #include "platform/linux/CatalogAddress.h"
 
+#include <arpa/inet.h>
 #include <cstdlib>
+#include <netinet/in.h>
+#include <strings.h>
 
 #include "platform/ProgramInfo.h"
 #include "platform/linux/CurlUrl.h"
@@ -20,6 +23,14 @@ std::expected<std::string, std::string> checked(const std::string& source, std::
     return url;
 }
 
+/// Without its port; an IPv6 address stands in brackets. Empty for what is no URL.
+std::string hostOf(const std::string& url) {
+    const auto parts = parseUrl(url);
+    if (!parts) return "";
+    const auto bracket = parts->host.rfind(']');
+    return parts->host.substr(0, parts->host.find(':', bracket == std::string::npos ? 0 : bracket));
+}
+
 }  // namespace
 
 std::expected<std::string, std::string> catalogAddress(const std::optional<std::string>& given) {
@@ -30,10 +41,15 @@ std::expected<std::string, std::string> catalogAddress(const std::optional<std::
     return std::string(catalogURL);
 }
 
+bool isOnThisMachine(const std::string& url) {
+    const std::string host = hostOf(url);
+    in_addr four{};
+    if (inet_pton(AF_INET, host.c_str(), &four) == 1) return ntohl(four.s_addr) >> 24 == IN_LOOPBACKNET;
+    return strcasecmp(host.c_str(), "localhost") == 0 || host == "[::1]";
+}
+
 bool isReservedForExamples(const std::string& url) {
-    const auto parts = parseUrl(url);
-    if (!parts) return false;
-    const std::string host = parts->host.substr(0, parts->host.find(':'));
+    const std::string host = hostOf(url);
     return host.ends_with(".example") || host == "example";
 }
 

@@ -23,14 +23,15 @@ Json envelopeOf(const APIResponse<Data>& response, Json data) {
 
 Json jsonOf(const FailableDecodable<AutoMatchResult>& entry) {
     if (!entry.value) return nullptr;
-    const auto& [id, title, version, bundleIdentifiers, minimumOSVersion] = *entry.value;
+    const auto& [id, title, version, bundleIdentifiers, minimumOSVersion, lacksIdentifiers] = *entry.value;
+    require(!lacksIdentifiers || bundleIdentifiers.empty(), "a list that could not be read is empty");
     for (const auto& text : bundleIdentifiers)
         requireText(text);
     requireText(title);
     requireText(version);
     requireText(minimumOSVersion.value_or(""));
-    Json object{
-        {"id", id}, {"title", title}, {"version", version}, {"bundle_identifiers", bundleIdentifiers}};
+    Json object{{"id", id}, {"title", title}, {"version", version}};
+    if (!lacksIdentifiers) object["bundle_identifiers"] = bundleIdentifiers;
     if (minimumOSVersion) object["requirements"] = {{"minimum_os", *minimumOSVersion}};
     return object;
 }

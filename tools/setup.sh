@@ -24,7 +24,7 @@ install_missing() {
         apt-get install -qq -y --no-install-recommends "${missing[@]}" >/dev/null || return 1
 }
 
-build_packages=(g++ cmake ninja-build pkg-config ccache libexpat1-dev libicu-dev libcurl4-openssl-dev zlib1g-dev
+build_packages=(g++ cmake ninja-build pkg-config ccache libexpat1-dev libicu-dev libcurl4-openssl-dev
     libssl-dev libsystemd-dev libpng-dev libseccomp-dev librsvg2-bin nlohmann-json3-dev libcpp-httplib-dev libbenchmark-dev
     ca-certificates qt6-base-dev)
 test_packages=(git libgtest-dev clang-format-19 clang-tidy-19 clang-19 libclang-rt-19-dev python3 python3-jsonschema iproute2 dbus xvfb

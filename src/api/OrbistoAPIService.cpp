@@ -107,9 +107,7 @@ OrbistoAPIService::OrbistoAPIService(HttpSession& session, Queue& mainQueue, Env
 void OrbistoAPIService::autoMatch(std::vector<std::string> titles, std::vector<std::string> bundleIds,
                                   Completion<AutoMatchAnswer> completion) {
     const AutoMatchRequest request{std::string(autoMatchSecret), std::move(titles), std::move(bundleIds)};
-    // Asking twice changes nothing at the catalog, so a connection that died while it was idle costs no
-    // chunk.
-    postBody<AutoMatchData>(autoMatchPath, encode(request), HttpRequest::Resend::onDeadConnection,
+    postBody<AutoMatchData>(autoMatchPath, encode(request),
                             [completion = std::move(completion)](auto response) mutable {
                                 completion(autoMatchAnswer(std::move(response)));
                             });
@@ -117,7 +115,7 @@ void OrbistoAPIService::autoMatch(std::vector<std::string> titles, std::vector<s
 
 void OrbistoAPIService::registerInstance(const RegisterInstanceRequest& request,
                                          Completion<std::int64_t> completion) {
-    postBody<InstanceData>(instancePath, encode(request), HttpRequest::Resend::never,
+    postBody<InstanceData>(instancePath, encode(request),
                            [completion = std::move(completion)](auto response) mutable {
                                completion(instanceId(std::move(response)));
                            });
@@ -134,7 +132,7 @@ void OrbistoAPIService::sendInstallEvent(Completion<void> completion) {
 
 void OrbistoAPIService::post(std::string_view path, const TrackingRequest& record,
                              Completion<APIResponse<NoData>> completion) {
-    postBody<NoData>(path, encode(record), HttpRequest::Resend::never, std::move(completion));
+    postBody<NoData>(path, encode(record), std::move(completion));
 }
 
 void OrbistoAPIService::reportError(std::string_view message, std::int64_t instanceId,
@@ -151,7 +149,7 @@ void OrbistoAPIService::reportError(std::string_view message, std::int64_t insta
 }
 
 template <typename Data>
-void OrbistoAPIService::postBody(std::string_view path, EncodedBody body, HttpRequest::Resend resend,
+void OrbistoAPIService::postBody(std::string_view path, EncodedBody body,
                                  Completion<APIResponse<Data>> completion) {
     if (!body) {
         mainQueue.post([completion = std::move(completion), error = std::move(body.error())]() mutable {
@@ -164,7 +162,6 @@ void OrbistoAPIService::postBody(std::string_view path, EncodedBody body, HttpRe
                     {"X-ClientId", std::string(defaultClientId)},
                     {"User-Agent", userAgent(environment)}};
     json.body = std::move(*body);
-    json.resend = resend;
     send<Data>(std::move(json), std::move(completion));
 }
 

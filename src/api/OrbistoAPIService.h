@@ -40,8 +40,7 @@ private:
     using EncodedBody = std::expected<std::string, EncodingError>;
 
     template <typename Data>
-    void postBody(std::string_view path, EncodedBody body, HttpRequest::Resend resend,
-                  Completion<APIResponse<Data>> completion);
+    void postBody(std::string_view path, EncodedBody body, Completion<APIResponse<Data>> completion);
     template <typename Data>
     void send(HttpRequest request, Completion<APIResponse<Data>> completion);
     HttpRequest request(std::string_view path) const;

@@ -14,19 +14,14 @@ struct HttpHeader {
 };
 
 struct HttpRequest {
-    /// Whether the session may send the request again on a fresh connection when a reused one turns out dead
-    /// before any byte of an answer came. What the server must not see twice is `never`.
-    enum class Resend { never, onDeadConnection };
-
     std::string url;
     std::string method;
     /// Sent in this order, and nothing beside them but Host, Accept-Encoding and Content-Length.
     std::vector<HttpHeader> headers;
     std::string body;
-    /// The longest silence: the time without a byte sent or received, from the start of the request to its
-    /// end.
+    /// The longest silence: from the start to the first byte sent, and then from the last byte that moved in
+    /// either direction.
     std::chrono::milliseconds idleTimeout{60'000};
-    Resend resend = Resend::never;
 };
 
 /// What went wrong below HTTP. `description` is one sentence that names the host, for example
@@ -58,7 +53,7 @@ struct HttpOutcome {
     std::optional<std::chrono::seconds> retryAfter = std::nullopt;
 };
 
-/// Sends HTTP requests side by side. Owned by an entry, shared by every client.
+/// Sends HTTP requests side by side, each once. Owned by an entry, shared by every client.
 class HttpSession {
 public:
     using Completion = std::move_only_function<void(HttpOutcome)>;

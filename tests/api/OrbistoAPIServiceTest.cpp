@@ -53,26 +53,20 @@ protected:
 TEST_F(OrbistoAPIServiceTest, stampsEveryRequestWithItsCredentials) {
     struct Row {
         std::string url, headers, body;
-        HttpRequest::Resend resend;
     };
     const std::string json = "Content-Type: application/json\nX-ClientId: linkcode48r7vt\n";
     const std::string agent = "User-Agent: Quorvel/1.4.2 (macOS 14.2.1)\n";
     const std::vector<Row> rows{
         {"https://api.example/v1/apps/auto-match-collection", json + agent,
-         R"({"secret":"Rk7vQm2XtLp9Wc4NbZs8Hy3JdGf6Ua5E","titles":["Editor"],"bundle_ids":["com.example.editor"]})",
-         HttpRequest::Resend::onDeadConnection},
-        {"https://api.example/v1/qvl/instance", json + agent, R"({"version":"1.4.2","os":"macOS 14.2.1"})",
-         HttpRequest::Resend::never},
-        {"https://api.example/v1/event/app/64734/install", "X-ClientId: q8t2kzm5ravx7hwe\n" + agent, "",
-         HttpRequest::Resend::never},
+         R"({"secret":"Rk7vQm2XtLp9Wc4NbZs8Hy3JdGf6Ua5E","titles":["Editor"],"bundle_ids":["com.example.editor"]})"},
+        {"https://api.example/v1/qvl/instance", json + agent, R"({"version":"1.4.2","os":"macOS 14.2.1"})"},
+        {"https://api.example/v1/event/app/64734/install", "X-ClientId: q8t2kzm5ravx7hwe\n" + agent, ""},
         {"https://api.example/v1/qvl/tracking", json + agent,
          R"({"instance_id":7,"source":"instance","status":"error","message":"m",)"
-         R"("backtrace":"version: 1.4.2\nos: macOS 14.2.1\n---\nlog"})",
-         HttpRequest::Resend::never},
+         R"("backtrace":"version: 1.4.2\nos: macOS 14.2.1\n---\nlog"})"},
         {"https://api.example/v1/qvl/tracking", json + agent,
          R"({"instance_id":7,"source":"instance","status":"error","message":"m",)"
-         R"("backtrace":"version: 1.4.2\nos: macOS 14.2.1"})",
-         HttpRequest::Resend::never},
+         R"("backtrace":"version: 1.4.2\nos: macOS 14.2.1"})"},
     };
     autoMatch();
     registerInstance();
@@ -90,7 +84,6 @@ TEST_F(OrbistoAPIServiceTest, stampsEveryRequestWithItsCredentials) {
         EXPECT_EQ(request.url, rows[index].url);
         EXPECT_EQ(headers, rows[index].headers) << request.url;
         EXPECT_EQ(request.body, rows[index].body) << request.url;
-        EXPECT_EQ(request.resend, rows[index].resend) << request.url;
         EXPECT_EQ(request.idleTimeout, std::chrono::seconds(60)) << request.url;
     }
 }

@@ -288,7 +288,7 @@ protected:
     /// Looks at what came since the last check's own request: events, by what they say.
     std::size_t countEvents() {
         for (; counted < session.requests.size(); ++counted) {
-            const auto& [url, method, headers, body, timeout, resend] = session.requests[counted];
+            const auto& [url, method, headers, body, timeout] = session.requests[counted];
             if (body.contains("instance_running")) --runningEvents;
             if (body.contains(R"("status":"error")")) --errorReports;
         }

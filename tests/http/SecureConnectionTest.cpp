@@ -60,46 +60,5 @@ TEST(SecureConnection, trustsTheAuthoritiesOfTheEnvironmentAndNoOthers) {
     EXPECT_EQ(text(exchange(session, post(server.url("/", "https")))), "200 {}");
 }
 
-TEST(SecureConnection, carriesARequestTwiceOnlyAfterADeathWithoutAnyByte) {
-    struct Case {
-        const char* name;
-        Resend resend;
-        Reply second;
-        std::string outcome;
-        std::size_t requests;
-    };
-    const std::vector<Case> cases{
-        {"reused when it lives", Resend::onDeadConnection, ScriptedServer::answer("2"), "200 2", 2},
-        {"reset", Resend::onDeadConnection, {.pieces = {}, .then = Then::reset, .pause = {}}, "200 3", 3},
-        {"reset in the answer",
-         Resend::onDeadConnection,
-         {.pieces = {"H"}, .then = Then::reset, .pause = {}},
-         "connectionLost",
-         2},
-        {"reset, never again",
-         Resend::never,
-         {.pieces = {}, .then = Then::reset, .pause = {}},
-         "connectionLost",
-         2},
-        // The farewell of TLS cannot be told from an answer's first byte without decoding it.
-        {"ended in order",
-         Resend::onDeadConnection,
-         {.pieces = {}, .then = Then::close, .pause = {}},
-         "connectionLost",
-         2},
-    };
-    const TestCertificate itself({.commonName = "itself", .alternativeName = thisHost});
-    const TemporaryFolder folder;
-    for (const auto& [name, resend, second, expected, requests] : cases) {
-        ScriptedServer server({ScriptedServer::answer("1"), second, ScriptedServer::answer("3")},
-                              Greeting::serve, itself.wrap());
-        CurlSession session({.moreAuthorities = folder.write("itself.pem", itself.pem())});
-        ASSERT_EQ(text(exchange(session, post(server.url("/", "https")))), "200 1") << name;
-        const std::string outcome = text(exchange(session, post(server.url("/", "https"), "{}", resend)));
-        EXPECT_EQ(outcome.substr(0, outcome.find(':')), expected) << name;
-        EXPECT_EQ(server.requests().size(), requests) << name;
-    }
-}
-
 }  // namespace
 }  // namespace quorvel

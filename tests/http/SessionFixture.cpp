@@ -28,12 +28,11 @@ constexpr std::array<const char*, 9> codeNames{
 
 }  // namespace
 
-HttpRequest post(std::string url, std::string body, Resend resend) {
+HttpRequest post(std::string url, std::string body) {
     HttpRequest request;
     request.url = std::move(url);
     request.method = "POST";
     request.body = std::move(body);
-    request.resend = resend;
     return request;
 }
 

@@ -13,13 +13,9 @@ namespace quorvel {
 using Then = ScriptedServer::Then;
 using Greeting = ScriptedServer::Greeting;
 using Reply = ScriptedServer::Reply;
-using Resend = HttpRequest::Resend;
 using Code = SessionError::Code;
 
-/// Long enough for a busy machine to answer in, short enough to wait for when the server stays silent.
-constexpr std::chrono::milliseconds shortIdle{300};
-
-HttpRequest post(std::string url, std::string body = "{}", Resend resend = Resend::never);
+HttpRequest post(std::string url, std::string body = "{}");
 
 /// Sends `request` and waits for its end.
 HttpOutcome exchange(HttpSession& session, HttpRequest request);

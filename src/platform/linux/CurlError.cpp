@@ -110,9 +110,11 @@ SessionError describe(const CurlFailure& failure) {
         case CURLE_SEND_FAIL_REWIND:
         case CURLE_GOT_NOTHING:
         case CURLE_PARTIAL_FILE:
-        case CURLE_ABORTED_BY_CALLBACK:  // a second sending that was not allowed
             if (failure.proxyStatus >= 300) return refusedByProxy(failure);
             return connectionLost(failure.host);
+        case CURLE_BAD_CONTENT_ENCODING:
+            return {Code::badServerResponse,
+                    std::string(failure.host) + " sent a compressed answer that cannot be read."};
         case CURLE_UNSUPPORTED_PROTOCOL:  // HTTP/0.9, or a version that nobody has heard of
         case CURLE_WEIRD_SERVER_REPLY:
             return {Code::badServerResponse,

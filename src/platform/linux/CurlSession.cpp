@@ -1,19 +1,19 @@
 #include "platform/linux/CurlSession.h"
 
-#include <curl/curl.h>
+#include <algorithm>
 #include <malloc.h>
-#include <memory>
+#include <new>
 #include <pthread.h>
 #include <signal.h>
 
-#include "platform/linux/TransferSet.h"
+#include "platform/linux/CurlTransfer.h"
 
 namespace quorvel {
 
 namespace {
 
 /// Only for the calling thread: what the program does with the signal is its own affair.
-void ignoreBrokenPipes() {
+void blockBrokenPipes() {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGPIPE);
@@ -22,86 +22,114 @@ void ignoreBrokenPipes() {
 
 }  // namespace
 
-CurlSession::CurlSession(CurlSessionOptions how) : options(std::move(how)) {}
+CurlSession::CurlSession(CurlSessionOptions how)
+    : options(std::move(how)),
+      tickets(curl_share_init(), curl_share_cleanup),
+      multi(nullptr, curl_multi_cleanup) {
+    if (!tickets) throw std::bad_alloc();
+    curl_share_setopt(tickets.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
+}
 
 CurlSession::~CurlSession() {
     {
         const std::lock_guard lock(mutex);
-        stopping = true;
-        if (transfers != nullptr) transfers->wakeUp();
+        isStopping = true;
+        if (multi) curl_multi_wakeup(multi.get());
     }
-    arrived.notify_one();
     if (worker.joinable()) worker.join();
 }
 
 void CurlSession::dataTask(HttpRequest request, Completion completion) {
     const std::lock_guard lock(mutex);
     arrivals.push_back({std::move(request), std::move(completion)});
-    ++underWay;
-    if (!worker.joinable()) worker = std::thread([this] { run(); });
-    if (transfers != nullptr) transfers->wakeUp();
-    arrived.notify_one();
+    if (multi) {
+        curl_multi_wakeup(multi.get());
+        return;
+    }
+    multi.reset(curl_multi_init());
+    if (!multi) throw std::bad_alloc();
+    if (worker.joinable()) worker.join();  // it ends without the lock
+    worker = std::thread([this] { run(); });
 }
 
-bool CurlSession::finish(std::chrono::milliseconds bound) {
+bool CurlSession::finish(std::chrono::milliseconds timeout) {
     std::unique_lock lock(mutex);
-    return ended.wait_for(lock, bound, [this] { return underWay == 0; });
+    return idle.wait_for(lock, timeout, [this] { return !multi; });
 }
 
 void CurlSession::run() {
-    ignoreBrokenPipes();
-    // Once for the process, and here rather than in the constructor: a start without a request does not pay.
-    static const CURLcode initialised = curl_global_init(CURL_GLOBAL_DEFAULT);
-    (void)initialised;
-    std::unique_lock lock(mutex);
-    while (true) {
-        arrived.wait(lock, [this] { return stopping || !arrivals.empty(); });
-        if (stopping) return;
-        lock.unlock();
-        auto set = std::make_unique<TransferSet>(options);
-        lock.lock();
-        transfers = set.get();
-        lock.unlock();
-        serve(*set);
-        lock.lock();
-        transfers = nullptr;
-        lock.unlock();
-        set.reset();  // without the lock: what dropped completions own is destroyed here
-        // Hours may pass before the next request: what a large answer left free in the heap goes back.
-        malloc_trim(0);
-        lock.lock();
+    blockBrokenPipes();
+    {
+        Transfers transfers;
+        while (startArrivals(transfers)) {
+            advance(transfers);
+            wait(transfers);
+        }
+        for (const auto& [handle, transfer] : transfers)
+            curl_multi_remove_handle(multi.get(), handle);
     }
+    // Hours may pass before the next request: what a large answer left free in the heap goes back.
+    malloc_trim(0);
 }
 
-void CurlSession::serve(TransferSet& set) {
-    auto lastUse = TransferSet::Clock::now();
-    while (takeArrivals(set)) {
-        const bool wasBusy = set.size() > 0;
-        set.advance();
-        countUnderWay(set);
-        const auto now = TransferSet::Clock::now();
-        if (wasBusy) lastUse = now;
-        if (set.size() == 0 && now >= lastUse + options.keepAlive) return;
-        set.wait(set.size() > 0 ? TransferSet::Clock::time_point::max() : lastUse + options.keepAlive);
-    }
-}
-
-bool CurlSession::takeArrivals(TransferSet& set) {
-    std::deque<Arrival> fresh;
+/// False when the thread has nothing more to do.
+bool CurlSession::startArrivals(Transfers& transfers) {
+    std::vector<Arrival> fresh;
     {
         const std::lock_guard lock(mutex);
-        if (stopping) return false;
+        if (isStopping) return false;
         fresh.swap(arrivals);
+        if (fresh.empty() && transfers.empty()) {
+            multi.reset();
+            idle.notify_all();
+            return false;
+        }
     }
-    for (auto& [request, completion] : fresh)
-        set.add(std::move(request), std::move(completion));
+    for (auto& [request, completion] : fresh) {
+        auto transfer =
+            std::make_unique<CurlTransfer>(std::move(request), std::move(completion), options, tickets.get());
+        if (auto error = transfer->prepare()) {
+            transfer->end(*std::move(error));
+            continue;
+        }
+        CURL* const handle = transfer->handle();
+        curl_multi_add_handle(multi.get(), handle);
+        transfers.emplace(handle, std::move(transfer));
+    }
     return true;
 }
 
-void CurlSession::countUnderWay(const TransferSet& set) {
-    const std::lock_guard lock(mutex);
-    underWay = arrivals.size() + set.size();
-    if (underWay == 0) ended.notify_all();
+void CurlSession::advance(Transfers& transfers) {
+    int running = 0;
+    curl_multi_perform(multi.get(), &running);
+    int waiting = 0;
+    while (const CURLMsg* message = curl_multi_info_read(multi.get(), &waiting)) {
+        const CURLcode code = message->data.result;
+        remove(message->easy_handle, transfers)->end(code);
+    }
+    const auto now = CurlTransfer::Clock::now();
+    std::vector<CURL*> silent;
+    for (const auto& [handle, transfer] : transfers) {
+        if (transfer->isSilent(now)) silent.push_back(handle);
+    }
+    for (CURL* handle : silent)
+        remove(handle, transfers)->endTimedOut();
+}
+
+void CurlSession::wait(const Transfers& transfers) {
+    if (transfers.empty()) return;
+    using std::chrono::milliseconds;
+    auto until = CurlTransfer::Clock::time_point::max();
+    for (const auto& [handle, transfer] : transfers)
+        until = std::min(until, transfer->deadline());
+    const auto rest = std::chrono::ceil<milliseconds>(until - CurlTransfer::Clock::now());
+    const auto bounded = std::clamp(rest, milliseconds(0), milliseconds(std::chrono::hours(24)));
+    curl_multi_poll(multi.get(), nullptr, 0, static_cast<int>(bounded.count()), nullptr);
+}
+
+std::unique_ptr<CurlTransfer> CurlSession::remove(CURL* handle, Transfers& transfers) {
+    curl_multi_remove_handle(multi.get(), handle);
+    return std::move(transfers.extract(handle).mapped());
 }
 
 }  // namespace quorvel

@@ -14,18 +14,11 @@ namespace {
 using Code = SessionError::Code;
 
 /// All header lines of an answer together, interim answers included.
-constexpr std::size_t longestHead = 256 * 1024;
+constexpr std::size_t maxHead = 256 * 1024;
 
 bool equalIgnoringCase(std::string_view left, std::string_view right) {
     return std::ranges::equal(
         left, right, [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); });
-}
-
-std::string_view trimmed(std::string_view text) {
-    constexpr std::string_view blanks = " \t\r\n";
-    const auto first = text.find_first_not_of(blanks);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
 bool isToken(std::string_view name) {
@@ -43,20 +36,16 @@ bool isHeaderValue(std::string_view value) {
 }  // namespace
 
 CurlTransfer::CurlTransfer(HttpRequest what, HttpSession::Completion then, const CurlSessionOptions& how,
-                           SocketTable& table)
+                           CURLSH* sharedTickets)
     : request(std::move(what)),
       completion(std::move(then)),
       options(how),
-      sockets(table),
+      tickets(sharedTickets),
       easy(curl_easy_init(), curl_easy_cleanup),
       headers(nullptr, curl_slist_free_all),
       tls(how.moreAuthorities),
       lastMove(Clock::now()) {
     if (!easy) throw std::bad_alloc();
-}
-
-CurlTransfer::~CurlTransfer() {
-    sockets.release(wire);
 }
 
 std::optional<SessionError> CurlTransfer::prepare() {
@@ -99,8 +88,6 @@ std::optional<SessionError> CurlTransfer::composeHeaders() {
         // libcurl takes "Name:" as a header to leave out, and "Name;" as one with an empty value.
         addHeader(value.empty() ? name + ";" : name + ": " + value);
     }
-    // Sent as a plain header, after the caller's: libcurl's own would stand before them, and decode.
-    if (!hasHeader("Accept-Encoding")) addHeader("Accept-Encoding: gzip, deflate");
     for (const char* own : {"Accept", "Expect", "Content-Type"}) {
         if (!hasHeader(own)) addHeader(std::string(own) + ":");
     }
@@ -126,20 +113,22 @@ void CurlTransfer::setLimits() {
     curl_easy_setopt(handle(), CURLOPT_QUICK_EXIT, 1L);
     // libcurl splits this time among the addresses of a host, so that a dead one does not use up all of it.
     curl_easy_setopt(handle(), CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(request.idleTimeout.count()));
-    curl_easy_setopt(handle(), CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(options.longestAnswer));
+    curl_easy_setopt(handle(), CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(options.maxAnswer));
     curl_easy_setopt(handle(), CURLOPT_PROXY_SSLVERSION, long{CURL_SSLVERSION_TLSv1_2});
     curl_easy_setopt(handle(), CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
     // Unlike the platform's session, no redirect is followed: credentials and an instance's id in a POST go
     // to the configured host and nowhere else. A 3xx is an answer like any other outside 200 to 299.
     curl_easy_setopt(handle(), CURLOPT_FOLLOWLOCATION, 0L);
-    // On a reused connection that turns out dead libcurl sends a request again by itself.
-    const bool fresh = request.resend == HttpRequest::Resend::never;
-    curl_easy_setopt(handle(), CURLOPT_FRESH_CONNECT, fresh ? 1L : 0L);
+    // On a reused connection that turns out dead libcurl would send a request again by itself.
+    curl_easy_setopt(handle(), CURLOPT_FRESH_CONNECT, 1L);
+    curl_easy_setopt(handle(), CURLOPT_FORBID_REUSE, 1L);
+    curl_easy_setopt(handle(), CURLOPT_SHARE, tickets);
 }
 
 void CurlTransfer::setMethod() {
     curl_easy_setopt(handle(), CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_1_1});
     curl_easy_setopt(handle(), CURLOPT_HTTP09_ALLOWED, 0L);
+    curl_easy_setopt(handle(), CURLOPT_ACCEPT_ENCODING, "gzip, deflate");
     if (request.method == "GET") return;
     curl_easy_setopt(handle(), CURLOPT_POST, 1L);
     curl_easy_setopt(handle(), CURLOPT_CUSTOMREQUEST, request.method.c_str());
@@ -152,79 +141,47 @@ void CurlTransfer::setCallbacks() {
     curl_easy_setopt(handle(), CURLOPT_HEADERDATA, this);
     curl_easy_setopt(handle(), CURLOPT_WRITEFUNCTION, &CurlTransfer::onBody);
     curl_easy_setopt(handle(), CURLOPT_WRITEDATA, this);
-    curl_easy_setopt(handle(), CURLOPT_OPENSOCKETFUNCTION, &CurlTransfer::onOpen);
-    curl_easy_setopt(handle(), CURLOPT_OPENSOCKETDATA, this);
-    // A connection outlives the transfer that opened it: its end is told to the table.
-    curl_easy_setopt(handle(), CURLOPT_CLOSESOCKETFUNCTION, &CurlTransfer::onClose);
-    curl_easy_setopt(handle(), CURLOPT_CLOSESOCKETDATA, &sockets);
-    curl_easy_setopt(handle(), CURLOPT_PREREQFUNCTION, &CurlTransfer::onRequest);
-    curl_easy_setopt(handle(), CURLOPT_PREREQDATA, this);
 }
 
-bool CurlTransfer::hasStalled(Clock::time_point now) {
-    sockets.update(wire);
-    const std::uint64_t moved = wire.bytes + headBytes + body.size();
+/// Of a header line the end counts alone, as libcurl tells it.
+curl_off_t CurlTransfer::bytesMoved() const {
+    long requestHead = 0;
+    curl_off_t requestBody = 0;
+    curl_off_t answerBody = 0;
+    curl_easy_getinfo(easy.get(), CURLINFO_REQUEST_SIZE, &requestHead);
+    curl_easy_getinfo(easy.get(), CURLINFO_SIZE_UPLOAD_T, &requestBody);
+    curl_easy_getinfo(easy.get(), CURLINFO_SIZE_DOWNLOAD_T, &answerBody);
+    return requestHead + requestBody + static_cast<curl_off_t>(headBytes) + answerBody;
+}
+
+bool CurlTransfer::isSilent(Clock::time_point now) {
+    const curl_off_t moved = bytesMoved();
     if (moved != bytesAtLastMove) lastMove = now;
     bytesAtLastMove = moved;
     return now >= deadline();
 }
 
-/// libcurl is about to send the request, for the first time or, after a dead connection, once more.
-bool CurlTransfer::beginRequest(int localPort, std::string_view peer) {
-    const bool again = timesBegun++ > 0;
-    if (again && (request.resend == HttpRequest::Resend::never || wire.answerBegan)) return false;
-    // Without the kernel's figures for this connection nobody could tell whether an answer began.
-    if (!sockets.assign(wire, localPort, peer)) wire.answerBegan = true;
-    return true;
-}
-
-std::size_t CurlTransfer::takeHeadLine(std::string_view line) {
+std::size_t CurlTransfer::handleHeadLine(std::string_view line) {
     headBytes += line.size();
-    if (headBytes > longestHead) {
+    if (headBytes > maxHead) {
         fault = Fault::longHead;
         return 0;
     }
-    if (statusCode) return line.size();  // trailers of a chunked body
-    if (line.starts_with("HTTP/")) coding.clear();
-    const auto colon = line.find(':');
-    if (colon != std::string_view::npos && equalIgnoringCase(line.substr(0, colon), "Content-Encoding")) {
-        const std::string_view value = trimmed(line.substr(colon + 1));
-        if (!coding.empty()) coding += ", ";
-        coding += value;
-    }
-    if (trimmed(line).empty()) takeHeadEnd();
-    return fault == Fault::none ? line.size() : 0;
-}
-
-void CurlTransfer::takeHeadEnd() {
+    const bool endsHead = line == "\r\n" || line == "\n";
+    if (!endsHead || statusCode) return line.size();  // with a status, it is a trailer of a chunked body
     long status = 0;
     curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &status);
-    if (status < 200) return;  // interim: the real head follows
-    statusCode = static_cast<int>(status);
-    if (coding.empty() || equalIgnoringCase(coding, "identity")) return;
-    if (equalIgnoringCase(coding, "gzip") || equalIgnoringCase(coding, "x-gzip")) {
-        decoder = std::make_unique<ContentDecoder>(ContentDecoder::Coding::gzip);
-    } else if (equalIgnoringCase(coding, "deflate")) {
-        decoder = std::make_unique<ContentDecoder>(ContentDecoder::Coding::deflate);
-    } else {
-        fault = Fault::unknownCoding;
-    }
+    if (status >= 200) statusCode = static_cast<int>(status);  // after an interim head the real one follows
+    return line.size();
 }
 
-std::size_t CurlTransfer::takeBody(std::string_view piece) {
-    if (!decoder) return keep(piece) ? piece.size() : 0;
-    const auto result = decoder->decode(piece, [this](std::string_view decoded) { return keep(decoded); });
-    if (result == ContentDecoder::Result::damaged) fault = Fault::damagedCoding;
-    return result == ContentDecoder::Result::decoded ? piece.size() : 0;
-}
-
-bool CurlTransfer::keep(std::string_view decoded) {
-    if (decoded.size() > options.longestAnswer - body.size()) {
+std::size_t CurlTransfer::handleBody(std::string_view decoded) {
+    if (decoded.size() > options.maxAnswer - body.size()) {
         fault = Fault::longAnswer;
-        return false;
+        return 0;
     }
     body += decoded;
-    return true;
+    return decoded.size();
 }
 
 void CurlTransfer::end(CURLcode code) {
@@ -240,14 +197,14 @@ void CurlTransfer::end(SessionError error) {
     completion({.data = std::nullopt, .statusCode = statusCode, .error = std::move(error)});
 }
 
-void CurlTransfer::endStalled() {
+void CurlTransfer::endTimedOut() {
     end(timedOut(host, request.idleTimeout));
 }
 
 std::optional<SessionError> CurlTransfer::errorFor(CURLcode code) const {
     if (fault != Fault::none) return faultError(fault);
-    if (code == CURLE_OK && statusCode && (!decoder || decoder->isComplete())) return std::nullopt;
-    // libcurl calls an answer a success whose head, or whose gzip stream, stops half way.
+    if (code == CURLE_OK && statusCode) return std::nullopt;
+    // libcurl calls an answer a success whose head stops half way.
     if (code == CURLE_OK) return connectionLost(host);
     if (code == CURLE_FILESIZE_EXCEEDED) return faultError(Fault::longAnswer);
     // What libcurl says when a single header line outgrows its buffer.
@@ -268,42 +225,17 @@ std::optional<SessionError> CurlTransfer::errorFor(CURLcode code) const {
 }
 
 SessionError CurlTransfer::faultError(Fault what) const {
-    switch (what) {
-        case Fault::longAnswer:
-            return {Code::dataLengthExceedsMaximum, host + " sent an answer longer than " +
-                                                        std::to_string(options.longestAnswer) + " bytes."};
-        case Fault::longHead:
-            return {Code::badServerResponse, host + " sent headers without end."};
-        case Fault::unknownCoding:
-            return {Code::badServerResponse, host + " sent an answer in a coding that was not asked for."};
-        case Fault::damagedCoding:
-        case Fault::none:
-            break;
-    }
-    return {Code::badServerResponse, host + " sent a compressed answer that is damaged."};
+    if (what == Fault::longHead) return {Code::badServerResponse, host + " sent headers without end."};
+    return {Code::dataLengthExceedsMaximum,
+            host + " sent an answer longer than " + std::to_string(options.maxAnswer) + " bytes."};
 }
 
 std::size_t CurlTransfer::onHeader(char* bytes, std::size_t size, std::size_t count, void* self) {
-    return static_cast<CurlTransfer*>(self)->takeHeadLine({bytes, size * count});
+    return static_cast<CurlTransfer*>(self)->handleHeadLine({bytes, size * count});
 }
 
 std::size_t CurlTransfer::onBody(char* bytes, std::size_t size, std::size_t count, void* self) {
-    return static_cast<CurlTransfer*>(self)->takeBody({bytes, size * count});
-}
-
-curl_socket_t CurlTransfer::onOpen(void* self, curlsocktype /*purpose*/, curl_sockaddr* address) {
-    auto& transfer = *static_cast<CurlTransfer*>(self);
-    return transfer.sockets.open(*address, transfer.wire);
-}
-
-int CurlTransfer::onClose(void* table, curl_socket_t socket) {
-    static_cast<SocketTable*>(table)->close(socket);
-    return 0;
-}
-
-int CurlTransfer::onRequest(void* self, char* peer, char* /*local*/, int /*peerPort*/, int localPort) {
-    const bool allowed = static_cast<CurlTransfer*>(self)->beginRequest(localPort, peer);
-    return allowed ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+    return static_cast<CurlTransfer*>(self)->handleBody({bytes, size * count});
 }
 
 }  // namespace quorvel

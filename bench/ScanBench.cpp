@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/PropertyList.h"
+#include "platform/propertylist/PropertyList.h"
 #include "scanner/AppScannerService.h"
 #include "support/BinaryPropertyListWriter.h"
 #include "support/TemporaryFolder.h"

@@ -8,8 +8,8 @@
 
 #include "api/OrbistoAPIService.h"
 #include "check/UpdateCheckService.h"
-#include "platform/linux/CurlSession.h"
 #include "platform/linux/EventQueue.h"
+#include "platform/posix/http/CurlSession.h"
 #include "scanner/AppScannerService.h"
 #include "support/Process.h"
 #include "support/SampleInventory.h"

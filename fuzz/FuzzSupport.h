@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 
 /// What the fuzz targets share. Each target states laws about any input; a broken one ends the process, as a
 /// sanitizer's report does.

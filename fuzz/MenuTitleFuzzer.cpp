@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "FuzzSupport.h"
-#include "platform/DisplayText.h"
 #include "platform/Menu.h"
 #include "platform/MenuTitle.h"
+#include "platform/text/DisplayText.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "FuzzSupport.h"
-#include "platform/PainterMessages.h"
+#include "platform/painterprotocol/PainterMessages.h"
 
 namespace {
 

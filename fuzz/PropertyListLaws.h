@@ -5,8 +5,8 @@
 #include <string_view>
 
 #include "FuzzSupport.h"
-#include "platform/PropertyList.h"
-#include "platform/PropertyListLimits.h"
+#include "platform/propertylist/PropertyList.h"
+#include "platform/propertylist/PropertyListLimits.h"
 
 namespace quorvel::fuzz {
 

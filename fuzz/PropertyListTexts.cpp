@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/PropertyList.h"
+#include "platform/propertylist/PropertyList.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "FuzzSupport.h"
-#include "platform/Characters.h"
+#include "platform/text/Characters.h"
 #include "versions/VersionComparator.h"
 #include "versions/VersionOrder.h"
 

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "platform/JsonInteger.h"
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 
 namespace quorvel {
 

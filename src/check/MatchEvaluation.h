@@ -10,7 +10,7 @@
 #include "check/AppUpdate.h"
 #include "persistence/IgnoredVersionsStore.h"
 #include "platform/OperatingSystem.h"
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 #include "scanner/InstalledApp.h"
 #include "versions/VersionComparatorProtocol.h"
 

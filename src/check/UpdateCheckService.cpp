@@ -6,7 +6,7 @@
 
 #include "check/CheckSummary.h"
 #include "check/Chunks.h"
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 
 namespace quorvel {
 

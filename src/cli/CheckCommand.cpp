@@ -20,9 +20,9 @@
 #include "cli/RequestPreview.h"
 #include "cli/TableReport.h"
 #include "cli/Terminal.h"
-#include "platform/linux/CatalogAddress.h"
-#include "platform/linux/CurlSession.h"
 #include "platform/linux/EventQueue.h"
+#include "platform/posix/http/CatalogAddress.h"
+#include "platform/posix/http/CurlSession.h"
 
 namespace quorvel {
 

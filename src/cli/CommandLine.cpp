@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "platform/CommandOptions.h"
-#include "platform/linux/CatalogAddress.h"
+#include "platform/posix/http/CatalogAddress.h"
 
 namespace quorvel {
 

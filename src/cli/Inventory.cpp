@@ -4,7 +4,7 @@
 #include <filesystem>
 
 #include "platform/ProgramInfo.h"
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 #include "scanner/AppScannerService.h"
 
 namespace quorvel {

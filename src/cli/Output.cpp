@@ -7,7 +7,7 @@
 #include <system_error>
 #include <unistd.h>
 
-#include "platform/DisplayText.h"
+#include "platform/text/DisplayText.h"
 
 namespace quorvel::output {
 

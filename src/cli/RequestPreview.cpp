@@ -11,8 +11,8 @@
 #include "cli/Inventory.h"
 #include "cli/Output.h"
 #include "cli/Terminal.h"
-#include "platform/DisplayText.h"
 #include "platform/linux/EventQueue.h"
+#include "platform/text/DisplayText.h"
 
 namespace quorvel {
 

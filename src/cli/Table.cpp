@@ -5,9 +5,9 @@
 #include <numeric>
 #include <string_view>
 
-#include "platform/Characters.h"
-#include "platform/DisplayText.h"
-#include "platform/Text.h"
+#include "platform/text/Characters.h"
+#include "platform/text/DisplayText.h"
+#include "platform/text/Text.h"
 
 namespace quorvel {
 

@@ -6,8 +6,8 @@
 
 #include "cli/Inventory.h"
 #include "cli/Table.h"
-#include "platform/DisplayText.h"
-#include "platform/Text.h"
+#include "platform/text/DisplayText.h"
+#include "platform/text/Text.h"
 
 namespace quorvel {
 

@@ -10,7 +10,7 @@
 
 #include "icons/ScaledPicture.h"
 #include "platform/Image.h"
-#include "platform/linux/PngDecoder.h"
+#include "platform/linux/icons/PngDecoder.h"
 
 namespace quorvel::icons {
 

@@ -4,7 +4,7 @@
 #include <optional>
 #include <span>
 
-#include "platform/IconMessages.h"
+#include "platform/linux/icons/IconMessages.h"
 
 namespace quorvel::icons {
 

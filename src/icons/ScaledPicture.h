@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/IconMessages.h"
 #include "platform/Image.h"
+#include "platform/linux/icons/IconMessages.h"
 
 namespace quorvel::icons {
 

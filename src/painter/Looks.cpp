@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "platform/DisplayText.h"
+#include "platform/text/DisplayText.h"
 
 namespace quorvel::painter {
 

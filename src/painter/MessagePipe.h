@@ -4,7 +4,7 @@
 #include <functional>
 #include <string>
 
-#include "platform/PainterMessages.h"
+#include "platform/painterprotocol/PainterMessages.h"
 
 namespace quorvel::painter {
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <functional>
 
-#include "platform/MenuContent.h"
+#include "platform/painterprotocol/MenuContent.h"
 
 namespace quorvel::painter {
 

@@ -7,7 +7,7 @@
 #include <functional>
 
 #include "painter/PaintedMenu.h"
-#include "platform/PainterMessages.h"
+#include "platform/painterprotocol/PainterMessages.h"
 
 namespace quorvel::painter {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/PainterMessages.h"
+#include "platform/painterprotocol/PainterMessages.h"
 
 class QPlainTextEdit;
 

@@ -8,7 +8,7 @@
 #include <memory>
 #include <optional>
 
-#include "platform/PainterMessages.h"
+#include "platform/painterprotocol/PainterMessages.h"
 
 namespace quorvel::painter {
 

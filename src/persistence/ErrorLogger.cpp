@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "platform/Files.h"
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 
 namespace quorvel {
 

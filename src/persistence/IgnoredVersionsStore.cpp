@@ -1,7 +1,7 @@
 #include "persistence/IgnoredVersionsStore.h"
 
 #include "persistence/StoredJson.h"
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 
 namespace quorvel {
 

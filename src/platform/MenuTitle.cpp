@@ -8,9 +8,9 @@
 #include <unicode/utf8.h>
 #include <vector>
 
-#include "platform/Characters.h"
-#include "platform/DisplayText.h"
-#include "platform/Text.h"
+#include "platform/text/Characters.h"
+#include "platform/text/DisplayText.h"
+#include "platform/text/Text.h"
 
 namespace quorvel {
 

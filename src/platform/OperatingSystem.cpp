@@ -5,7 +5,7 @@
 #include <sys/utsname.h>
 
 #include "platform/Files.h"
-#include "platform/PropertyList.h"
+#include "platform/propertylist/PropertyList.h"
 
 namespace quorvel {
 

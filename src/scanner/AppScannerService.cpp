@@ -11,9 +11,9 @@
 #include <utility>
 
 #include "platform/Folders.h"
-#include "platform/InfoPropertyListFile.h"
-#include "platform/PropertyList.h"
-#include "platform/Text.h"
+#include "platform/propertylist/InfoPropertyListFile.h"
+#include "platform/propertylist/PropertyList.h"
+#include "platform/text/Text.h"
 #include "scanner/BundleWalk.h"
 
 namespace quorvel {

@@ -3,7 +3,7 @@
 #include <limits>
 
 #include "platform/Files.h"
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 
 namespace quorvel {
 

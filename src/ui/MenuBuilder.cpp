@@ -7,7 +7,7 @@
 
 #include "persistence/ErrorLogger.h"
 #include "platform/ProgramInfo.h"
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 #include "ui/ActionTarget.h"
 #include "ui/LogText.h"
 #include "ui/PercentEncoding.h"

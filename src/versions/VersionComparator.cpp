@@ -1,6 +1,6 @@
 #include "versions/VersionComparator.h"
 
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 #include "versions/VersionOrder.h"
 
 namespace quorvel {

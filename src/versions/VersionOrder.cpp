@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/Characters.h"
-#include "platform/Text.h"
+#include "platform/text/Characters.h"
+#include "platform/text/Text.h"
 
 namespace quorvel::versionOrder {
 namespace {

@@ -2,8 +2,8 @@
 #include <sstream>
 
 #include "cli/TableReport.h"
-#include "platform/Characters.h"
-#include "platform/Text.h"
+#include "platform/text/Characters.h"
+#include "platform/text/Text.h"
 
 namespace quorvel {
 namespace {

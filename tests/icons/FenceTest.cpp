@@ -90,7 +90,7 @@ TEST_F(FenceTest, theDecoderSaysWhichHalfOfItsFenceIsMissingAndEndsWithoutBoth) 
         if (!kernelHasLandlock()) GTEST_SKIP() << "this kernel has no Landlock";
         Lines command{FENCE_PROBE};
         command.insert(command.end(), words.begin(), words.end());
-        command.insert(command.end(), {"run", ICONS});
+        command.insert(command.end(), {"run", PROGRAM_FOLDER "/quorvel-icons"});
         const auto result = Process(command).finish();
         // Where the fence is raised, standard input is what it complains about next: the test gives it none.
         EXPECT_EQ(result.status, 1) << result.errors;

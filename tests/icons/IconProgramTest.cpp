@@ -6,12 +6,12 @@
 #include <sys/time.h>
 #include <unistd.h>
 
-#include "icons/IconSamples.h"
-#include "platform/IconMessages.h"
-#include "platform/linux/ChildProcess.h"
 #include "platform/linux/EventQueue.h"
-#include "platform/linux/FileDescriptor.h"
-#include "platform/linux/FilePassing.h"
+#include "platform/linux/icons/FilePassing.h"
+#include "platform/linux/icons/IconMessages.h"
+#include "platform/linux/icons/IconSamples.h"
+#include "platform/linux/process/ChildProcess.h"
+#include "platform/posix/process/FileDescriptor.h"
 
 namespace quorvel {
 namespace {
@@ -23,7 +23,7 @@ constexpr Colour red{250, 10, 20, 255}, green{30, 240, 40, 255}, blue{50, 60, 23
 /// quorvel-icons itself, behind its fence.
 class IconProgramTest : public testing::Test {
 protected:
-    void SetUp() override { start({ICONS}); }
+    void SetUp() override { start({PROGRAM_FOLDER "/quorvel-icons"}); }
 
     void start(std::vector<std::string> command) {
         auto started =
@@ -158,7 +158,7 @@ TEST_F(IconProgramTest, boundsWhatAnIconMayTake) {
 }
 
 TEST_F(IconProgramTest, needsNoStreamsButItsInput) {
-    start({"/bin/sh", "-c", "exec \"$0\" >&- 2>&-", ICONS});
+    start({"/bin/sh", "-c", "exec \"$0\" >&- 2>&-", PROGRAM_FOLDER "/quorvel-icons"});
     EXPECT_EQ(colourOf(iconFile(rawIcon("is32", "s8mk", 16, red))), red);
 }
 

@@ -9,7 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/PropertyList.h"
+#include "platform/propertylist/PropertyList.h"
 #include "scanner/AppScannerService.h"
 #include "support/FilesInMemory.h"
 #include "support/TemporaryFolder.h"

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/IconProvider.h"
+#include "platform/linux/icons/IconProvider.h"
 
 namespace quorvel {
 

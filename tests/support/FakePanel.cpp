@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 #include <systemd/sd-event.h>
 
-#include "platform/linux/BusCallback.h"
+#include "platform/linux/bus/BusCallback.h"
 
 namespace quorvel {
 

@@ -8,9 +8,9 @@
 #include <systemd/sd-bus.h>
 #include <vector>
 
-#include "platform/linux/BusMessage.h"
-#include "platform/linux/BusSlot.h"
 #include "platform/linux/EventQueue.h"
+#include "platform/linux/bus/BusMessage.h"
+#include "platform/linux/bus/BusSlot.h"
 
 namespace quorvel {
 

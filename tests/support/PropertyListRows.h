@@ -13,8 +13,8 @@
 #include <unistd.h>
 #include <vector>
 
-#include "platform/PropertyList.h"
-#include "platform/Text.h"
+#include "platform/propertylist/PropertyList.h"
+#include "platform/text/Text.h"
 
 namespace quorvel {
 

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 #include "versions/VersionComparator.h"
 #include "versions/VersionOrder.h"
 

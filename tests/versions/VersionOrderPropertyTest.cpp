@@ -6,7 +6,7 @@
 #include <unicode/unistr.h>
 #include <unicode/uregex.h>
 
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 #include "versions/VersionComparator.h"
 #include "versions/VersionOrder.h"
 

@@ -5,7 +5,7 @@
 
 #include "Catalog.h"
 #include "CommandLine.h"
-#include "platform/DisplayText.h"
+#include "platform/text/DisplayText.h"
 
 namespace quorvel {
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "platform/Queue.h"
-#include "platform/linux/FileDescriptor.h"
+#include "platform/posix/process/FileDescriptor.h"
 
 struct sd_event;
 struct sd_event_source;

@@ -1,0 +1,141 @@
+#include <cstdio>
+#include <exception>
+#include <expected>
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "entry/linux/DesktopProgram.h"
+#include "platform/CommandOptions.h"
+#include "platform/ProgramInfo.h"
+#include "platform/posix/http/CatalogAddress.h"
+#include "scanner/AppScannerService.h"
+
+namespace quorvel {
+namespace {
+
+constexpr int wrongUsage = 2;
+
+constexpr const char* usageText =
+    R"(Usage: quorvel [OPTION]...
+Shows in the panel which installed applications have newer versions in the
+Orbisto catalog.
+
+  --action NAME         check-for-updates, show-error-log, ignored-versions,
+                        about or quit; carried out by the instance that runs
+                        already, if one does
+  --system-root DIR     search the application folders of the macOS volume at
+                        DIR, those of all its users included, and take its
+                        OS version
+  --catalog URL         base URL of the catalog's API
+                        (default: $QUORVEL_CATALOG_URL, else the build's own)
+  --data-dir DIR        folder for the settings, the instance id, the ignored
+                        versions and the log (default: $XDG_DATA_HOME/quorvel
+                        or ~/.local/share/quorvel)
+  -V, --version         print the program's version
+  -h, --help            print this text
+
+"Open at Login" in the menu keeps the folders and the catalog given here. They
+do not change an instance that runs already.
+
+Examples
+  quorvel
+  quorvel --system-root /Volumes/Backup
+  quorvel --action check-for-updates
+
+The manual is quorvel(1).
+)";
+
+using Problem = std::optional<std::string>;
+
+struct CommandLine {
+    std::string action;
+    std::optional<std::string> systemRoot, catalog, dataFolder;
+    bool version = false;
+    bool help = false;
+};
+
+CommandOption actionOption(CommandLine& line) {
+    return {.name = "action", .takesValue = true, .handle = [&line](const std::string& value) -> Problem {
+                line.action = value;
+                if (isDesktopAction(value)) return std::nullopt;
+                return "There is no action " + value + "; --help lists them.";
+            }};
+}
+
+CommandOption textOption(std::string name, std::optional<std::string>& text) {
+    return {.name = std::move(name), .takesValue = true, .handle = [&text](const std::string& value) {
+                text = value;
+                return Problem();
+            }};
+}
+
+/// Also from another working directory.
+CommandOption folderOption(std::string name, std::optional<std::string>& folder) {
+    return {.name = std::move(name), .takesValue = true, .handle = [&folder](const std::string& value) {
+                folder = std::filesystem::absolute(value).lexically_normal().string();
+                return Problem();
+            }};
+}
+
+std::expected<CommandLine, std::string> parseCommandLine(std::span<const char* const> arguments) {
+    CommandLine line;
+    const std::vector<CommandOption> options{actionOption(line),
+                                             folderOption("system-root", line.systemRoot),
+                                             textOption("catalog", line.catalog),
+                                             folderOption("data-dir", line.dataFolder),
+                                             flagOption("version", line.version, 'V'),
+                                             flagOption("help", line.help, 'h')};
+    const auto words = readOptions(options, arguments);
+    if (!words) return std::unexpected(words.error());
+    if (!words->empty()) return std::unexpected("There is no use for the word " + words->front() + ".");
+    return line;
+}
+
+/// What a start at login needs to be the same.
+std::vector<std::string> optionsToKeep(const CommandLine& line) {
+    std::vector<std::string> words;
+    for (const auto& [name, value] : {std::pair{"--system-root", line.systemRoot},
+                                      {"--catalog", line.catalog},
+                                      {"--data-dir", line.dataFolder}}) {
+        if (value) words.insert(words.end(), {name, *value});
+    }
+    return words;
+}
+
+int print(const std::string& text) {
+    return std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0 ? 0 : 1;
+}
+
+int refuse(const std::string& problem) {
+    std::fprintf(stderr, "quorvel: %s Try 'quorvel --help'.\n", problem.c_str());
+    return wrongUsage;
+}
+
+int run(std::span<const char* const> arguments) {
+    const auto line = parseCommandLine(arguments);
+    if (!line) return refuse(line.error());
+    if (line->help) return print(usageText);
+    if (line->version) return print("quorvel " + *thisProgram().shortVersion + "\n");
+    const auto catalog = catalogAddress(line->catalog);
+    if (!catalog) return refuse(catalog.error());
+    const auto storage =
+        line->dataFolder ? PersistenceManager::at(*line->dataFolder) : PersistenceManager::shared();
+    return runDesktopProgram(
+        {.scanRoots = line->systemRoot ? AppScannerService::rootsOfVolume(*line->systemRoot)
+                                       : AppScannerService::standardRoots(),
+         .catalogURL = *catalog,
+         .environment = {thisProgram(), installedOSVersion(line->systemRoot.value_or("/"))},
+         .persistence = storage,
+         .optionsAtLogin = optionsToKeep(*line)},
+        line->action);
+}
+
+}  // namespace
+}  // namespace quorvel
+
+int main(int argc, char* argv[]) {
+    return quorvel::run({argv + 1, argv + argc});
+}

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "platform/linux/bus/BusSlot.h"
+#include "platform/linux/bus/SessionBus.h"
+#include "platform/linux/statusitem/MenuLayout.h"
+
+struct sd_bus_vtable;
+
+namespace quorvel {
+
+/// A menu on the session bus for the hosts of status items (`com.canonical.dbusmenu`, version 3). A new menu
+/// is announced once, as a whole, and nothing is filled in when the host is about to show it: hosts differ in
+/// whether they ask then. Pictures that come later are announced as changes of their items. Main thread.
+class DBusMenu {
+public:
+    static constexpr const char* path = "/MenuBar";
+
+    DBusMenu(SessionBus& sessionBus, IconProvider* icons);
+    DBusMenu(const DBusMenu&) = delete;
+    DBusMenu& operator=(const DBusMenu&) = delete;
+
+    void setMenu(std::shared_ptr<const Menu> menu);
+
+private:
+    static const sd_bus_vtable* vtable();
+
+    int version(sd_bus_message* reply);
+    int textDirection(sd_bus_message* reply);
+    int status(sd_bus_message* reply);
+    int iconThemePath(sd_bus_message* reply);
+    int getLayout(sd_bus_message* call);
+    int getGroupProperties(sd_bus_message* call);
+    int getProperty(sd_bus_message* call);
+    int event(sd_bus_message* call);
+    int eventGroup(sd_bus_message* call);
+    int aboutToShow(sd_bus_message* call);
+    int aboutToShowGroup(sd_bus_message* call);
+    bool receive(MenuLayout::Id id, std::string_view eventName);
+    void announce(const std::vector<BundleIcon>& arrived);
+
+    SessionBus& bus;
+    IconProvider* icons;
+    MenuLayout layout;
+    std::shared_ptr<const IconProvider::Arrival> arrival;
+    BusSlot objectSlot;
+};
+
+}  // namespace quorvel

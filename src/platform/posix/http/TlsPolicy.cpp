@@ -1,0 +1,103 @@
+#include "platform/posix/http/TlsPolicy.h"
+
+#include <cstdlib>
+#include <openssl/ssl.h>
+#include <openssl/x509v3.h>
+#include <system_error>
+
+namespace quorvel {
+
+namespace {
+
+/// One entry of a certificate's name as text. A certificate is a stranger's words: control characters go.
+std::string nameEntry(const X509_NAME* name, int kind) {
+    const int index = X509_NAME_get_index_by_NID(name, kind, -1);
+    if (index < 0) return {};
+    unsigned char* bytes = nullptr;
+    const int length =
+        ASN1_STRING_to_UTF8(&bytes, X509_NAME_ENTRY_get_data(X509_NAME_get_entry(name, index)));
+    std::string text;
+    for (int position = 0; position < length; ++position) {
+        if (bytes[position] >= 0x20 && bytes[position] != 0x7F) text += static_cast<char>(bytes[position]);
+    }
+    OPENSSL_free(bytes);
+    return text;
+}
+
+std::string issuerOf(const X509* certificate) {
+    const X509_NAME* name = X509_get_issuer_name(certificate);
+    std::string common = nameEntry(name, NID_commonName);
+    return common.empty() ? nameEntry(name, NID_organizationName) : common;
+}
+
+/// Whether OpenSSL can look up authorities in `folder` one by one, by file names made of their hash.
+bool isIndexed(const char* folder) {
+    std::error_code ignored;
+    for (std::filesystem::directory_iterator entry(folder, ignored), end; entry != end;
+         entry.increment(ignored)) {
+        if (entry->path().extension() == ".0") return true;
+    }
+    return false;
+}
+
+/// Trusts the system's authorities, or those that SSL_CERT_FILE and SSL_CERT_DIR name. OpenSSL's default also
+/// reads the bundle of them all, for each connection anew, which takes far longer than the handshake.
+void trustSystem(SSL_CTX* tls) {
+    const bool isNamed = std::getenv(X509_get_default_cert_file_env()) != nullptr ||
+                         std::getenv(X509_get_default_cert_dir_env()) != nullptr;
+    if (!isNamed && isIndexed(X509_get_default_cert_dir())) {
+        SSL_CTX_set_default_verify_dir(tls);
+    } else {
+        SSL_CTX_set_default_verify_paths(tls);
+    }
+}
+
+/// OpenSSL's own verification, and a note of what it stumbled over.
+int verify(X509_STORE_CTX* store, void* argument) {
+    auto& verdict = *static_cast<TlsVerdict*>(argument);
+    const int accepted = X509_verify_cert(store);
+    const X509* certificate = X509_STORE_CTX_get_current_cert(store);
+    if (accepted == 1 || certificate == nullptr) certificate = X509_STORE_CTX_get0_cert(store);
+    if (certificate != nullptr) verdict.issuer = issuerOf(certificate);
+    if (accepted != 1) verdict.reason = X509_verify_cert_error_string(X509_STORE_CTX_get_error(store));
+    return accepted;
+}
+
+/// Sees the alerts of either side. After the handshake the verdict may be gone, and nobody asks for it.
+void onMessage(int /*written*/, int /*version*/, int type, const void* bytes, std::size_t length,
+               SSL* connection, void* argument) {
+    if (type != SSL3_RT_ALERT || length < 2 || SSL_is_init_finished(connection)) return;
+    if (static_cast<const unsigned char*>(bytes)[1] == SSL_AD_PROTOCOL_VERSION) {
+        static_cast<TlsVerdict*>(argument)->versionRefused = true;
+    }
+}
+
+}  // namespace
+
+void TlsPolicy::apply(CURL* easy) {
+    curl_easy_setopt(easy, CURLOPT_SSLVERSION, long{CURL_SSLVERSION_TLSv1_2});
+    curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 1L);
+    curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 2L);
+    // Both are built into libcurl and would be read beside what onContext() chooses.
+    curl_easy_setopt(easy, CURLOPT_CAINFO, nullptr);
+    curl_easy_setopt(easy, CURLOPT_CAPATH, nullptr);
+    curl_easy_setopt(easy, CURLOPT_SSL_CTX_FUNCTION, &TlsPolicy::onContext);
+    curl_easy_setopt(easy, CURLOPT_SSL_CTX_DATA, this);
+}
+
+CURLcode TlsPolicy::onContext(CURL* /*easy*/, void* context, void* self) {
+    auto& policy = *static_cast<TlsPolicy*>(self);
+    auto* const tls = static_cast<SSL_CTX*>(context);
+    policy.verdict = {};
+    SSL_CTX_set_options(tls, SSL_OP_NO_RENEGOTIATION);  // a second handshake could outlive the verdict
+    trustSystem(tls);
+    if (!policy.authorities.empty() && SSL_CTX_load_verify_file(tls, policy.authorities.c_str()) != 1) {
+        return CURLE_SSL_CACERT_BADFILE;
+    }
+    SSL_CTX_set_cert_verify_callback(tls, verify, &policy.verdict);
+    SSL_CTX_set_msg_callback(tls, onMessage);
+    SSL_CTX_set_msg_callback_arg(tls, &policy.verdict);
+    return CURLE_OK;
+}
+
+}  // namespace quorvel

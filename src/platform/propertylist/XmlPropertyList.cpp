@@ -1,0 +1,350 @@
+#include "platform/propertylist/XmlPropertyList.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdint>
+#include <cstring>
+#include <expat.h>
+#include <memory>
+#include <string>
+
+#include "platform/propertylist/PropertyListLimits.h"
+#include "platform/text/Utf16.h"
+
+namespace quorvel {
+
+namespace {
+
+/// How much is handed to expat at a time. Expat tells of a tag, a comment or a declaration only when it has
+/// all of it: none may be longer than this.
+constexpr std::size_t pieceSize = 64 * 1024;
+
+/// Expat calls back for each start and end, and for each line break and each entity of a text, at 10 to 30
+/// ns.
+constexpr std::size_t eventLimit = 280'000;
+/// What expat does for an attribute beside its value, and for two bytes of a value, is about as dear.
+constexpr std::size_t eventsPerAttribute = 8;
+constexpr std::size_t valueBytesPerEvent = 2;
+
+enum class Element : std::uint8_t { plist, dict, array, key, string, data, date, integer, real, boolean };
+
+struct NamedElement {
+    std::string_view name;
+    Element element;
+};
+
+constexpr std::array<NamedElement, 11> namedElements{{
+    {"key", Element::key},
+    {"string", Element::string},
+    {"dict", Element::dict},
+    {"array", Element::array},
+    {"integer", Element::integer},
+    {"true", Element::boolean},
+    {"false", Element::boolean},
+    {"real", Element::real},
+    {"date", Element::date},
+    {"data", Element::data},
+    {"plist", Element::plist},
+}};
+
+std::optional<Element> elementNamed(std::string_view name) {
+    for (const auto& named : namedElements) {
+        if (named.name == name) return named.element;
+    }
+    return std::nullopt;
+}
+
+bool isContainer(Element element) {
+    return element <= Element::array;
+}
+
+constexpr std::string_view whiteSpace = " \t\r\n";
+
+void skipWhiteSpace(std::string_view& text) {
+    text.remove_prefix(std::min(text.find_first_not_of(whiteSpace), text.size()));
+}
+
+/// A decimal or hexadecimal number of 64 bits. As a Mac has it, white space may stand before the sign and
+/// the digits, not behind them.
+bool isInteger(std::string_view text) {
+    skipWhiteSpace(text);
+    const bool isNegative = text.starts_with('-');
+    if (isNegative || text.starts_with('+')) text.remove_prefix(1);
+    skipWhiteSpace(text);
+    const bool isHexadecimal = text.starts_with("0x") || text.starts_with("0X");
+    if (isHexadecimal) text.remove_prefix(2);
+    std::uint64_t magnitude = 0;
+    const char* const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, magnitude, isHexadecimal ? 16 : 10);
+    if (error != std::errc{} || rest != end) return false;
+    return !isNegative || magnitude <= std::uint64_t{1} << 63;
+}
+
+bool isReal(std::string_view text) {
+    skipWhiteSpace(text);
+    if (text.starts_with('+')) {
+        text.remove_prefix(1);
+        if (text.starts_with('-')) return false;
+    }
+    double number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
+    // C++ knows a form of NaN that no property list has, with more in parentheses.
+    return error != std::errc::invalid_argument && rest == end && !text.contains('(');
+}
+
+/// 2001-02-03T04:05:06Z, also of a year before the first.
+bool isDate(std::string_view text) {
+    if (text.starts_with('-')) text.remove_prefix(1);
+    constexpr std::string_view form = "0000-00-00T00:00:00Z";
+    if (text.size() != form.size()) return false;
+    for (std::size_t index = 0; index < form.size(); ++index) {
+        const bool isDigit = text[index] >= '0' && text[index] <= '9';
+        if (form[index] == '0' ? !isDigit : text[index] != form[index]) return false;
+    }
+    return true;
+}
+
+class Reader {
+public:
+    /// `encoding`: over what the document says of itself; null leaves it to the document.
+    Reader(std::span<const std::string_view> askedKeys, const char* encoding)
+        : parser(XML_ParserCreate(encoding)), keys(askedKeys), texts(askedKeys.size()) {
+        XML_SetUserData(parser.get(), this);
+        XML_SetElementHandler(parser.get(), onStart, onEnd);
+        XML_SetCharacterDataHandler(parser.get(), onText);
+        XML_SetCommentHandler(parser.get(), onComment);
+        XML_SetProcessingInstructionHandler(parser.get(), onInstruction);
+        XML_SetStartDoctypeDeclHandler(parser.get(), onDocumentType);
+        XML_SetSkippedEntityHandler(parser.get(), onSkippedEntity);
+    }
+
+    /// The next piece of the document, of `pieceSize` bytes at most; false when it is refused.
+    bool feed(std::string_view piece, bool isLast) {
+        fedBytes += piece.size();
+        const auto status = XML_Parse(parser.get(), piece.data(), static_cast<int>(piece.size()), isLast);
+        return status == XML_STATUS_OK && fedBytes - parsedBytes() <= pieceSize;
+    }
+
+    /// After the last piece.
+    PropertyListTexts takeTexts() { return std::move(texts); }
+
+private:
+    struct ParserDeleter {
+        void operator()(XML_Parser finished) const { XML_ParserFree(finished); }
+    };
+
+    static Reader& self(void* reader) { return *static_cast<Reader*>(reader); }
+
+    static void onStart(void* reader, const char* name, const char** attributes) {
+        self(reader).start(name, attributes);
+    }
+    static void onEnd(void* reader, const char*) { self(reader).end(); }
+    static void onText(void* reader, const char* text, int length) {
+        self(reader).text({text, static_cast<std::size_t>(length)});
+    }
+    static void onComment(void* reader, const char*) { self(reader).interruption(); }
+    static void onInstruction(void* reader, const char*, const char*) { self(reader).interruption(); }
+    /// Only a document type's own declarations can define entities or default attributes: no property list
+    /// needs them. What its system identifier names is never fetched.
+    static void onDocumentType(void* reader, const char*, const char*, const char*, int hasDeclarations) {
+        if (hasDeclarations != 0) self(reader).refuse();
+    }
+    /// With a document type that names an external part, expat passes over entities that it does not know.
+    static void onSkippedEntity(void* reader, const char*, int) { self(reader).refuse(); }
+
+    /// Where the token begins that expat has not yet seen the end of.
+    std::size_t parsedBytes() const {
+        return static_cast<std::size_t>(std::max(XML_GetCurrentByteIndex(parser.get()), XML_Index{0}));
+    }
+
+    /// Expat may still report what belongs to the same token, such as the end of an empty element.
+    void refuse() {
+        isRefused = true;
+        XML_StopParser(parser.get(), XML_FALSE);
+    }
+
+    void spend(std::size_t events) {
+        spentEvents += events;
+        if (spentEvents > eventLimit) refuse();
+    }
+
+    void start(const char* name, const char** attributes) {
+        spend(1);
+        for (; *attributes != nullptr; attributes += 2) {
+            spend(eventsPerAttribute + std::strlen(attributes[1]) / valueBytesPerEvent);
+        }
+        const auto element = elementNamed(name);
+        if (!element || !isAdmissible(*element) || ++nodes > propertyListNodeLimit) return refuse();
+        if (!isContainer(*element)) {
+            leaf = element;
+            leafText.clear();
+            keepsLeafText = isLeafTextNeeded();
+        } else {
+            if (depth > 0 && collectionDepth() == propertyListDepthLimit) return refuse();
+            path[depth++] = *element;
+        }
+        awaitsValue = false;
+    }
+
+    bool isAdmissible(Element element) const {
+        if (leaf) return false;
+        // A Mac does not ask for the outer <plist>.
+        if (depth == 0) return element == Element::plist || element == Element::dict;
+        switch (path[depth - 1]) {
+            case Element::plist:
+                return element == Element::dict && !rootWasRead;
+            case Element::dict:
+                return awaitsValue ? element != Element::key && element != Element::plist
+                                   : element == Element::key;
+            default:
+                return element != Element::key && element != Element::plist;
+        }
+    }
+
+    /// How many dictionaries and arrays are open, of one container or more.
+    std::size_t collectionDepth() const { return depth - (path[0] == Element::plist ? 1 : 0); }
+
+    bool isLeafTextNeeded() const {
+        if (*leaf == Element::key) return collectionDepth() == 1;
+        if (*leaf == Element::string) return asked && collectionDepth() == 1;
+        return *leaf != Element::data;
+    }
+
+    void end() {
+        spend(1);
+        if (isRefused) return;
+        if (leaf) return endLeaf();
+        const Element container = path[--depth];
+        if (container == Element::plist && !rootWasRead) return refuse();
+        if (container == Element::dict && awaitsValue) return refuse();
+        rootWasRead = true;
+    }
+
+    void endLeaf() {
+        const bool isTop = collectionDepth() == 1;
+        switch (*leaf) {
+            case Element::key:
+                awaitsValue = true;
+                if (isTop) ask();
+                break;
+            case Element::string:
+                if (isTop && asked) texts[*asked] = std::move(leafText);
+                break;
+            case Element::integer:
+                if (!isInteger(leafText)) refuse();
+                break;
+            case Element::real:
+                if (!isReal(leafText)) refuse();
+                break;
+            case Element::date:
+                if (!isDate(leafText)) refuse();
+                break;
+            default:
+                break;
+        }
+        leaf.reset();
+    }
+
+    /// Of a key that is there twice the last one counts, as on a Mac, whose reader sets the pairs of an XML
+    /// dictionary one after another.
+    void ask() {
+        asked = askedIndex(keys, leafText);
+        if (asked) texts[*asked].reset();
+    }
+
+    void text(std::string_view run) {
+        spend(1);
+        if (isRefused) return;
+        if (!leaf) {
+            if (run.find_first_not_of(whiteSpace) != std::string_view::npos) refuse();
+        } else if (*leaf == Element::boolean) {
+            refuse();
+        } else if (keepsLeafText) {
+            leafText.append(run);
+            if (leafText.size() > propertyListTextLimit) refuse();
+        }
+    }
+
+    /// A comment or instruction. Inside a value, a Mac's reader does not know them.
+    void interruption() {
+        spend(1);
+        if (leaf) refuse();
+    }
+
+    const std::unique_ptr<XML_ParserStruct, ParserDeleter> parser;
+    const std::span<const std::string_view> keys;
+    PropertyListTexts texts;
+
+    /// The open containers: perhaps <plist>, then dictionaries and arrays.
+    std::array<Element, propertyListDepthLimit + 1> path{};
+    std::size_t depth = 0;
+    /// The open element that holds no others.
+    std::optional<Element> leaf;
+    std::string leafText;
+    bool keepsLeafText = false;
+    /// A key stands in the innermost dictionary, and its value does not.
+    bool awaitsValue = false;
+    bool rootWasRead = false;
+    /// What the root's last key asks for.
+    std::optional<std::size_t> asked;
+    bool isRefused = false;
+    std::size_t fedBytes = 0;
+    std::size_t nodes = 0;
+    std::size_t spentEvents = 0;
+};
+
+std::optional<PropertyListTexts> readBytes(std::string_view bytes, const char* encoding,
+                                           std::span<const std::string_view> keys) {
+    Reader reader(keys, encoding);
+    while (bytes.size() > pieceSize) {
+        if (!reader.feed(bytes.substr(0, pieceSize), false)) return std::nullopt;
+        bytes.remove_prefix(pieceSize);
+    }
+    if (!reader.feed(bytes, true)) return std::nullopt;
+    return reader.takeTexts();
+}
+
+void skipWhiteSpaceUnits(std::string_view& units, std::endian order) {
+    const std::size_t low = order == std::endian::big ? 1 : 0;
+    while (units.size() >= 2 && units[1 - low] == '\0' && whiteSpace.contains(units[low]))
+        units.remove_prefix(2);
+}
+
+/// Expat reads UTF-16 itself, but takes any unit for the partner of a leading surrogate.
+std::optional<PropertyListTexts> readUtf16(std::string_view units, std::endian order,
+                                           std::span<const std::string_view> keys) {
+    if (!utf16::isValid(units, order)) return std::nullopt;
+    skipWhiteSpaceUnits(units, order);
+    Reader reader(keys, "UTF-8");
+    std::string piece;
+    do {
+        // Two bytes of UTF-16 become three of UTF-8 at most.
+        std::size_t size = std::min(units.size(), pieceSize / 2);
+        if (size < units.size() && utf16::endsInsidePair(units.substr(0, size), order)) size -= 2;
+        piece.clear();
+        utf16::appendAsUtf8(units.substr(0, size), order, piece);
+        units.remove_prefix(size);
+        if (!reader.feed(piece, units.empty())) return std::nullopt;
+    } while (!units.empty());
+    return reader.takeTexts();
+}
+
+}  // namespace
+
+std::optional<PropertyListTexts> readXmlPropertyList(std::string_view bytes,
+                                                     std::span<const std::string_view> keys) {
+    using namespace std::string_view_literals;
+    // In each encoding, a Mac lets white space stand before the XML declaration, which XML does not.
+    if (bytes.starts_with("\xFE\xFF"sv)) return readUtf16(bytes.substr(2), std::endian::big, keys);
+    if (bytes.starts_with("\xFF\xFE"sv)) return readUtf16(bytes.substr(2), std::endian::little, keys);
+    if (bytes.starts_with("\0<"sv)) return readUtf16(bytes, std::endian::big, keys);
+    if (bytes.starts_with("<\0"sv)) return readUtf16(bytes, std::endian::little, keys);
+    const bool hasMark = bytes.starts_with("\xEF\xBB\xBF"sv);
+    if (hasMark) bytes.remove_prefix(3);
+    skipWhiteSpace(bytes);
+    return readBytes(bytes, hasMark ? "UTF-8" : nullptr, keys);
+}
+
+}  // namespace quorvel

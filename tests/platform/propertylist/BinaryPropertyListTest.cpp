@@ -1,0 +1,266 @@
+#include "platform/propertylist/PropertyList.h"
+#include "support/BinaryPropertyListWriter.h"
+#include "support/PropertyListRows.h"
+
+namespace quorvel {
+namespace {
+
+using namespace std::string_literals;
+using Writer = BinaryPropertyListWriter;
+
+/// A list whose key "a" has the value that `add` adds, followed by the key "b" with the text "after".
+template <typename Add>
+std::string withValue(Add add, std::size_t referenceWidth = 1) {
+    Writer writer(referenceWidth);
+    const auto value = add(writer);
+    return writer.finish(
+        writer.dictionary({{writer.text("a"), value}, {writer.text("b"), writer.text("after")}}));
+}
+
+std::string withRaw(const std::string& raw) {
+    return withValue([&](Writer& writer) { return writer.object(raw); });
+}
+
+std::string hexadecimal(const std::string& bytes) {
+    std::string digits;
+    for (const char byte : bytes) {
+        digits += "0123456789ABCDEF"[static_cast<unsigned char>(byte) >> 4];
+        digits += "0123456789ABCDEF"[static_cast<unsigned char>(byte) & 0xF];
+    }
+    return digits;
+}
+
+TEST(BinaryPropertyList, readsTexts) {
+    const std::string longText(300, 'x');
+    const auto list = [](auto text) { return withValue([&](Writer& writer) { return writer.text(text); }); };
+    expectTexts({
+        {"ASCII", list("1.0"), "1.0", "after"},
+        {"empty", list(""), "", "after"},
+        {"with a count of its own", list(longText), longText, "after"},
+        {"NUL inside", list("x\0y"s), "x\0y"s, "after"},
+        {"UTF-16", list(u"\u00E9\u8A9E\U0001F600"), "\xC3\xA9\xE8\xAA\x9E\xF0\x9F\x98\x80", "after"},
+        {"UTF-16 of ASCII", list(u"x"), "x", "after"},
+        {"NUL in UTF-16", list(u"x\0y"s), "x\0y"s, "after"},
+        {"references of 8 bytes", withValue([](Writer& writer) { return writer.text("x"); }, 8), "x",
+         "after"},
+        {"leading surrogate alone", list(u"\xD83Dx"), refused},
+        {"leading surrogate at the end", list(u"\xD83D"), refused},
+        {"trailing surrogate alone", list(u"\xDE00"), refused},
+        {"byte beyond ASCII", list("\xC3\xA9"), refused},
+    });
+}
+
+TEST(BinaryPropertyList, readsKeysAsAMacDoes) {
+    Writer twice;
+    const auto key = twice.text("a");
+    const auto sameKey = twice.text(u"a");
+    Writer noTextFirst;
+    const auto name = noTextFirst.text("a");
+    Writer nested;
+    const auto inner = nested.dictionary({{nested.text("a"), nested.text("x")}});
+    Writer notText;
+    const auto number = notText.object("\x10\x01");
+    const auto inRoot = notText.dictionary({{number, number}});
+    expectTexts({
+        {"first of two keys",
+         twice.finish(twice.dictionary({{key, twice.text("x")}, {sameKey, twice.text("y")}})), "x",
+         std::nullopt},
+        {"first of two keys no text",
+         noTextFirst.finish(
+             noTextFirst.dictionary({{name, noTextFirst.object("\x09")}, {name, noTextFirst.text("y")}})),
+         std::nullopt, std::nullopt},
+        {"nested keys are not the root's", nested.finish(nested.dictionary({{nested.text("b"), inner}})),
+         std::nullopt, std::nullopt},
+        {"key that is no text", notText.finish(inRoot), refused},
+        {"key that is no text inside", notText.finish(notText.dictionary({{notText.text("a"), inRoot}})),
+         refused},
+        {"root that is no dictionary", notText.finish(number), refused},
+    });
+}
+
+TEST(BinaryPropertyList, passesOverEveryOtherKindOfValue) {
+    for (const std::string& raw :
+         {"\x00"s, "\x08"s, "\x09"s, "\x10\x01"s, "\x11\x01\x02"s, "\x12\x01\x02\x03\x04"s,
+          "\x13" + Writer::number(1, 8), "\x14" + Writer::number(0, 8) + Writer::number(1, 8),
+          "\x22" + Writer::number(1, 4), "\x23" + Writer::number(1, 8), "\x33" + Writer::number(1, 8),
+          "\x40"s, "\x42\xFF\xFF"s, "\x80\x01"s, "\xA0"s, "\xD0"s}) {
+        expectTexts({{hexadecimal(raw), withRaw(raw), std::nullopt, "after"}});
+    }
+}
+
+TEST(BinaryPropertyList, refusesMalformedValues) {
+    for (const std::string& raw :
+         {"\x01"s, "\x0F"s, "\x15"s, "\x1F"s, "\x20"s, "\x24"s, "\x30"s, "\x32"s, "\x70"s, "\x88"s, "\xB0"s,
+          "\xC0"s, "\xE0"s, "\xF0"s,
+          // counts that are no integer, negative, huge
+          "\x5F"s, "\x5F\x09"s, "\x5F\x14"s, "\x5F\x13" + Writer::number(~0ULL, 8),
+          "\x6F\x13" + Writer::number(1ULL << 63, 8), "\x4F\x13" + Writer::number(1ULL << 62, 8),
+          "\xAF\x13" + Writer::number(~0ULL, 8), "\xDF\x13" + Writer::number(1ULL << 63, 8),
+          "\xDF\x12" + Writer::number(0xFFFFFFFF, 4), "\xAF\x12" + Writer::number(1'000'000, 4),
+          // references to what is not there
+          "\xA1\xFF"s, "\xD1\xFF\x00"s, "\xD1\x00\xFF"s}) {
+        expectTexts({{hexadecimal(raw), withRaw(raw), refused}});
+    }
+}
+
+TEST(BinaryPropertyList, refusesValuesThatReachIntoTheTableOfOffsets) {
+    for (const std::string raw : {"\x51", "\x61x", "\x41", "\x10", "\x23xxxxxxx", "\x33xxxxxxx", "\x80",
+                                  "\xA1", "\xD1x", "\x5F", "\x5F\x11x", "\x5F\x10"}) {
+        Writer writer;
+        const auto key = writer.text("a");
+        const auto root = writer.dictionary({{key, 2}});
+        writer.object(raw);
+        expectTexts({{hexadecimal(raw), writer.finish(root), refused}});
+    }
+}
+
+struct TrailerRow {
+    std::string name;
+    std::size_t offsetWidth, referenceWidth;
+    std::uint64_t count, root, table;
+};
+
+/// A sound list of a dictionary at 8, "a" at 11 and "x" at 13, with the trailer of the row.
+std::string withTrailer(const TrailerRow& row) {
+    return "bplist00\xD1\x01\x02Qa"
+           "Qx\x08\x0B\x0D" +
+           std::string(6, '\0') + Writer::number(row.offsetWidth, 1) + Writer::number(row.referenceWidth, 1) +
+           Writer::number(row.count, 8) + Writer::number(row.root, 8) + Writer::number(row.table, 8);
+}
+
+TEST(BinaryPropertyList, refusesAFalseTrailer) {
+    expectTexts({{"sound", withTrailer({"", 1, 1, 3, 0, 15}), "x", std::nullopt}});
+    const std::uint64_t huge = ~0ULL;
+    for (const TrailerRow& row : std::vector<TrailerRow>{
+             {"no objects", 1, 1, 0, 0, 15},
+             {"fewer objects", 1, 1, 2, 0, 15},
+             {"more objects", 1, 1, 4, 0, 15},
+             {"huge count", 1, 1, huge, 0, 15},
+             {"count that wraps", 3, 1, huge / 3 + 2, 0, 15},
+             {"root beyond the objects", 1, 1, 3, 3, 15},
+             {"huge root", 1, 1, 3, huge, 15},
+             {"root that is a text", 1, 1, 3, 1, 15},
+             {"table in the header", 1, 1, 3, 0, 7},
+             {"table in the objects", 1, 1, 3, 0, 14},
+             {"table in the trailer", 1, 1, 3, 0, 19},
+             {"huge table", 1, 1, 3, 0, huge},
+             {"offset width 0", 0, 1, 3, 0, 15},
+             {"offset width 9", 9, 1, 3, 0, 15},
+             {"offset width 3", 3, 1, 1, 0, 15},
+             {"reference width 0", 1, 0, 3, 0, 15},
+             {"reference width 255", 1, 255, 3, 0, 15},
+         }) {
+        expectTexts({{row.name, withTrailer(row), refused}});
+    }
+}
+
+std::string variedList() {
+    Writer writer;
+    const auto number = writer.object("\x10\x01");
+    const auto array = writer.array({number, writer.text(u"\u00E9"), writer.data("\x01\x02")});
+    const auto inner = writer.dictionary({{writer.text("k"), array}});
+    const auto keyA = writer.text("a");
+    const auto keyB = writer.text("b");
+    return writer.finish(writer.dictionary(
+        {{keyA, writer.text(u"x\u00E9")}, {keyB, writer.text("after")}, {writer.text("c"), inner}}));
+}
+
+TEST(BinaryPropertyList, refusesEveryBeginning) {
+    const std::string whole = variedList();
+    std::string padded = whole;
+    padded.insert(padded.size() - 32, "\0"s);
+    expectTexts({{"whole", whole, "x\xC3\xA9", "after"},
+                 {"padded", whole + "\0"s, refused},
+                 {"padded before the trailer", padded, refused}});
+    for (std::size_t size = 0; size < whole.size(); ++size) {
+        expectTexts({{"prefix of " + std::to_string(size), whole.substr(0, size), refused}});
+    }
+}
+
+TEST(BinaryPropertyList, neverAnswersADamagedListWithInvalidText) {
+    const std::string whole = variedList();
+    for (std::size_t place = 0; place < whole.size(); ++place) {
+        for (int byte = 0; byte < 256; ++byte) {
+            std::string damaged = whole;
+            damaged[place] = static_cast<char>(byte);
+            expectValidOrRefused(damaged);
+        }
+    }
+}
+
+std::string nestedArrays(std::size_t count) {
+    return withValue([&](Writer& writer) {
+        auto value = writer.array({});
+        for (std::size_t level = 1; level < count; ++level)
+            value = writer.array({value});
+        return value;
+    });
+}
+
+/// A list whose key "a" has `value` as its text, and the unasked key "c" the rest of `size`.
+std::string sizedList(std::size_t size, std::string_view value = "x") {
+    const auto filled = [&](std::size_t length) {
+        Writer writer;
+        const auto text = writer.text(value);
+        const auto filler = writer.text(std::string(length, 'x'));
+        return writer.finish(writer.dictionary({{writer.text("a"), text}, {writer.text("c"), filler}}));
+    };
+    constexpr std::size_t some = 1000;
+    return filled(size - (filled(some).size() - some));
+}
+
+TEST(BinaryPropertyList, boundsDepthSizeAndSharing) {
+    const std::string longest(64 * 1024, 'x');
+    Writer cycle;
+    const auto key = cycle.text("a");
+    const auto toItself = cycle.finish(cycle.dictionary({{key, cycle.next()}}));
+    expectTexts({
+        {"64 deep", nestedArrays(63), std::nullopt, "after"},
+        {"65 deep", nestedArrays(64), refused},
+        {"root inside itself", toItself, refused},
+        {"8 MiB", sizedList(propertyListSizeLimit), "x", std::nullopt},
+        {"over 8 MiB", sizedList(propertyListSizeLimit + 1), refused},
+        {"text of 64 KiB", sizedList(100'000, longest), longest, std::nullopt},
+        {"text of more", sizedList(100'000, longest + "x"), refused},
+        {"text shared ten times",
+         withValue([](Writer& writer) { return writer.array(std::vector(10, writer.text("shared"))); }),
+         std::nullopt, "after"},
+    });
+}
+
+/// Arrays that each name the one before `width` times.
+std::string doublings(std::size_t levels, std::size_t width) {
+    return withValue([&](Writer& writer) {
+        auto value = writer.text("x");
+        for (std::size_t level = 0; level < levels; ++level)
+            value = writer.array(std::vector(width, value));
+        return value;
+    });
+}
+
+std::string manyReferencesTo(const std::string& raw, std::size_t count) {
+    return withValue([&](Writer& writer) { return writer.array(std::vector(count, writer.object(raw))); }, 2);
+}
+
+std::string longTextUnderEachKey() {
+    Writer writer;
+    const auto text = writer.text(std::u16string(propertyListSizeLimit / 2 - 1000, u'\u8A9E'));
+    return writer.finish(writer.dictionary({{writer.text("a"), text}, {writer.text("b"), text}}));
+}
+
+TEST(BinaryPropertyList, spendsLittleOnHostileLists) {
+    const auto utf16Text = Writer::marker(0x6, 2'000'000) + std::string(4'000'000, '\x30');
+    expectLittleSpent("each level twice the last", doublings(60, 2));
+    expectLittleSpent("each level 200 times the last", doublings(60, 200));
+    expectLittleSpent("many references to nothing much", manyReferencesTo("\x09", 4'000'000));
+    expectLittleSpent("many references to empty arrays", manyReferencesTo("\xA0", 4'000'000));
+    expectLittleSpent("many references to a long text", manyReferencesTo(utf16Text, 1'000'000));
+    expectLittleSpent("one long text under each key", longTextUnderEachKey());
+    expectLittleSpent("longest UTF-16 text", withValue([](Writer& writer) {
+                          return writer.text(std::u16string(propertyListSizeLimit / 2 - 1000, u'\u8A9E'));
+                      }));
+    expectLittleSpent("longest ASCII text", sizedList(propertyListSizeLimit));
+}
+
+}  // namespace
+}  // namespace quorvel

@@ -3,6 +3,7 @@
 #include <systemd/sd-bus.h>
 #include <utility>
 
+#include "platform/Weakly.h"
 #include "platform/linux/bus/BusMessage.h"
 
 namespace quorvel {
@@ -93,9 +94,7 @@ int StatusNotifierHosts::hostsChanged(sd_bus_message* signal) {
 
 void StatusNotifierHosts::tell(bool areThere) {
     if (std::exchange(told, areThere) == areThere) return;
-    bus.queue().post([this, weak = std::weak_ptr(alive), areThere] {
-        if (weak.lock()) changed(areThere);
-    });
+    bus.queue().post(weakly(alive, [this, areThere] { changed(areThere); }));
 }
 
 }  // namespace quorvel

@@ -3,6 +3,8 @@
 #include <array>
 #include <chrono>
 
+#include "platform/Weakly.h"
+
 namespace quorvel {
 
 namespace {
@@ -22,20 +24,12 @@ void TraySearch::hostsChanged(bool isHosted) {
     if (!isHosted) lookLater();
 }
 
-Task TraySearch::ifStillMeant(void (TraySearch::*step)()) {
-    return [this, weak = std::weak_ptr(absence), step] {
-        if (weak.lock()) (this->*step)();
-    };
-}
-
 void TraySearch::lookLater() {
-    if (looks < pauses.size()) queue.postAfter(pauses.at(looks++), ifStillMeant(&TraySearch::look));
+    if (looks < pauses.size()) queue.postAfter(pauses.at(looks++), weakly(absence, [this] { look(); }));
 }
 
 void TraySearch::look() {
-    item.show([this, weak = std::weak_ptr(absence)] {
-        if (weak.lock()) lookLater();
-    });
+    item.show(weakly(absence, [this] { lookLater(); }));
 }
 
 }  // namespace quorvel

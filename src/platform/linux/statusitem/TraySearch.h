@@ -21,8 +21,6 @@ public:
 private:
     void lookLater();
     void look();
-    /// The task, unless by then a host has come or gone, or this object is gone.
-    Task ifStillMeant(void (TraySearch::*step)());
 
     Queue& queue;
     TrayItem& item;

@@ -1,17 +1,10 @@
 #include <algorithm>
-#include <array>
-#include <bit>
-#include <cstddef>
 #include <fstream>
 #include <future>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
-#include <sys/prctl.h>
+#include <seccomp.h>
 #include <sys/socket.h>
-#include <sys/syscall.h>
 #include <thread>
 
-#include "connectivity/ConnectivityService.h"
 #include "platform/linux/network/NetlinkPathMonitor.h"
 #include "platform/linux/network/NetworkNamespace.h"
 #include "support/PathMonitorContract.h"
@@ -40,8 +33,9 @@ public:
         if (reasonToSkip().empty()) NetworkNamespace::ip(cable);
     }
 
+    /// It reports once the kernel is silent, not because a change is an hour ago.
     std::unique_ptr<PathMonitor> makeMonitor() {
-        return std::make_unique<NetlinkPathMonitor>(milliseconds(1));
+        return std::make_unique<NetlinkPathMonitor>(milliseconds(1), hours(1));
     }
     void started() {}
     void setSatisfied(bool satisfied) {
@@ -55,219 +49,173 @@ private:
 
 INSTANTIATE_TYPED_TEST_SUITE_P(Netlink, PathMonitorContract, NetworkHost);
 
+/// A started monitor and what it has reported.
+class Watch {
+public:
+    explicit Watch(auto... delays) : monitor(delays...) {
+        monitor.start("com.ob.quorvel.test", [this](PathStatus status) { log.add(status); });
+    }
+
+    /// Whether the last report is `status` or comes to be.
+    bool waitFor(PathStatus status) const {
+        return log.waitUntil([status](const auto& all) { return !all.empty() && all.back() == status; });
+    }
+
+    /// Ends the reports, of which there is one at least.
+    std::vector<PathStatus> finish() {
+        EXPECT_TRUE(log.waitForCount(1));
+        monitor.cancel();
+        return log.all();
+    }
+
+private:
+    StatusLog log;
+    NetlinkPathMonitor monitor;
+};
+
+/// In a network with a default route over a cable that works.
 class NetlinkPathMonitorTest : public testing::Test {
 protected:
     void SetUp() override {
         if (!network.reasonToSkip().empty()) GTEST_SKIP() << network.reasonToSkip();
-    }
-
-    void ip(const std::string& commands) { NetworkNamespace::ip(commands); }
-
-    void start(PathMonitor& monitor) {
-        monitor.start("com.ob.quorvel.test", [this](PathStatus status) { log.add(status); });
-    }
-
-    bool waitFor(PathStatus status) {
-        return log.waitUntil([status](const auto& all) { return !all.empty() && all.back() == status; });
-    }
-
-    /// Returns once the kernel counts the cable as running, which it does a while after the command.
-    void layCable() {
-        StatusLog running;
-        NetlinkPathMonitor monitor(milliseconds(1));
-        ip(cable);
-        ip("route add default via 192.0.2.1\n");
-        monitor.start("com.ob.quorvel.test", [&](PathStatus status) { running.add(status); });
-        EXPECT_TRUE(
-            running.waitUntil([](const auto& all) { return !all.empty() && all.back() == satisfied; }));
-        monitor.cancel();
-        ip("route del default\n");
-    }
-
-    /// The first report on the network as it is now. It does not wait for quiet, however long that takes.
-    PathStatus presentStatus() {
-        StatusLog first;
-        NetlinkPathMonitor monitor(hours(1), hours(1));
-        monitor.start("com.ob.quorvel.test", [&](PathStatus status) { first.add(status); });
-        EXPECT_TRUE(first.waitForCount(1));
-        monitor.cancel();
-        return first.all().at(0);
+        NetworkNamespace::ip(cable);
+        NetworkNamespace::ip("route add default via 192.0.2.1\n");
+        // The kernel counts a cable as running a while after the command.
+        ASSERT_TRUE(Watch(milliseconds(1)).waitFor(satisfied));
     }
 
     NetworkNamespace network;
-    StatusLog log;
 };
 
-TEST_F(NetlinkPathMonitorTest, reportsAtOnceWhatTheRoutesAndLinksSay) {
+TEST_F(NetlinkPathMonitorTest, isSatisfiedWhileTheKernelRoutesOverAnInterfaceThatRuns) {
     struct Row {
         const char* change;
         PathStatus expected;
+        const char* options = "";
     };
-    layCable();
     const Row rows[] = {
-        {"", unsatisfied},
-        {"link set lo up\n", unsatisfied},
-        {"route add default dev lo\n", unsatisfied},
-        {"route del default\n", unsatisfied},
-        {"route add unreachable default\n", unsatisfied},
-        {"route del unreachable default\n", unsatisfied},
-        {"route add default via 192.0.2.1\n", satisfied},
-        {"route add unreachable default metric 9\n", satisfied},
-        {"route del default via 192.0.2.1\n", unsatisfied},
-        {"addr add 2001:db8::2/64 dev v0\nroute add ::/0 via 2001:db8::1\n", satisfied},
-        {"route del ::/0 dev v0\n", unsatisfied},
-        {"route add default via 192.0.2.1 table 100\n", unsatisfied},
-        {"link add w0 type veth peer name w1\nlink set w0 up\naddr add 198.51.100.2/24 dev w0\n"
-         "route add default nexthop dev w0 via 198.51.100.1 onlink nexthop via 192.0.2.1\n",
+        {"", satisfied},
+        {"route replace blackhole default\n", unsatisfied},
+        {"route replace default via 192.0.2.1\n", satisfied},
+        {"route replace prohibit default\n", unsatisfied},
+        {"route del prohibit default\n", unsatisfied},
+        {"link set lo up\nroute add default dev lo\n", unsatisfied},
+        {"route del default\nroute add 0.0.0.0/1 via 192.0.2.1\nroute add 128.0.0.0/1 via 192.0.2.1\n",
          satisfied},
+        {"route del 0.0.0.0/1\n", satisfied},
+        {"route replace throw 128.0.0.0/1\n", unsatisfied},
+        {"route add 0.0.0.0/1 via 192.0.2.1\n", satisfied},
+        {"route replace unreachable 0.0.0.0/1\n", unsatisfied},
+        {"route add default via 192.0.2.1 table 100\n", unsatisfied},
+        {"rule add table 100\n", satisfied},
+        {"rule del table 100\n", unsatisfied},
+        {"addr add 2001:db8::2/64 dev v0 nodad\nroute add 2000::/3 via 2001:db8::1\n", satisfied},
+        {"route del 2000::/3\nroute add 2000::/3 via 2001:db8::1 table 100\n", unsatisfied},
+        {"rule add table 100\n", satisfied, "-6"},
+        {"rule del table 100\n", unsatisfied, "-6"},
+        // With the next hop goes the route, without a message of its own.
+        {"nexthop add id 1 via 192.0.2.1 dev v0\nroute replace 128.0.0.0/1 nhid 1\n", satisfied},
+        {"nexthop del id 1\n", unsatisfied},
+        {"route add 128.0.0.0/1 via 192.0.2.1\n", satisfied},
+        // The kernel takes the lower metric, although nothing is plugged in there.
+        {"link add w0 type veth peer name w1\nlink set w0 up\naddr add 198.51.100.2/24 dev w0\n"
+         "route del 128.0.0.0/1\nroute del unreachable 0.0.0.0/1\n"
+         "route add default via 192.0.2.1 metric 2\nroute add default via 198.51.100.1 metric 1\n",
+         unsatisfied},
+        {"route del default metric 1\n", satisfied},
         {"link set v0 down\n", unsatisfied},
     };
-    for (const auto& [change, expected] : rows) {
-        ip(change);
-        EXPECT_EQ(presentStatus(), expected) << "after: " << change;
+    const auto lowestFreeDescriptor = [] {
+        const int lowest = dup(STDIN_FILENO);
+        close(lowest);
+        return lowest;
+    };
+    // Neither sees an hour of silence; one gives up waiting for it.
+    Watch impatient(hours(1), milliseconds(1)), patient(hours(1), hours(1));
+    ASSERT_TRUE(patient.waitFor(satisfied) && impatient.waitFor(satisfied));
+    const int before = lowestFreeDescriptor();
+    for (const auto& [change, expected, options] : rows) {
+        NetworkNamespace::ip(change, options);
+        ASSERT_TRUE(impatient.waitFor(expected)) << "not reported after: " << change;
+        EXPECT_EQ(Watch(hours(1), hours(1)).finish(), std::vector{expected}) << "after: " << change;
     }
+    EXPECT_EQ(patient.finish(), std::vector{satisfied});
+    EXPECT_EQ(lowestFreeDescriptor(), before);
 }
 
 TEST_F(NetlinkPathMonitorTest, reportsALostCarrierAlthoughTheRouteStays) {
     // IPv6 would touch its routes when the carrier goes; IPv4 leaves them, and only the link tells.
     std::ofstream("/proc/sys/net/ipv6/conf/all/disable_ipv6") << 1;
-    layCable();
-    ip("route add default via 192.0.2.1\n");
-    NetlinkPathMonitor monitor;
-    start(monitor);
-    ASSERT_TRUE(waitFor(satisfied));
-    ip("link set v1 down\n");
-    EXPECT_TRUE(waitFor(unsatisfied));
-    ip("link set v1 up\n");
-    EXPECT_TRUE(waitFor(satisfied));
-    monitor.cancel();
-    EXPECT_EQ(log.all(), (std::vector{satisfied, unsatisfied, satisfied}));
+    Watch watch;
+    ASSERT_TRUE(watch.waitFor(satisfied));
+    NetworkNamespace::ip("link set v1 down\n");
+    EXPECT_TRUE(watch.waitFor(unsatisfied));
+    NetworkNamespace::ip("link set v1 up\n");
+    EXPECT_TRUE(watch.waitFor(satisfied));
+    EXPECT_EQ(watch.finish(), (std::vector{satisfied, unsatisfied, satisfied}));
 }
 
-TEST_F(NetlinkPathMonitorTest, doesNotWaitForEverForAStormToEnd) {
-    layCable();
-    // It is never quiet for an hour.
-    NetlinkPathMonitor monitor(hours(1), milliseconds(1));
-    start(monitor);
-    ASSERT_TRUE(waitFor(unsatisfied));
-    ip("route add default via 192.0.2.1\n");
-    EXPECT_TRUE(waitFor(satisfied));
-}
-
-std::string flaps(int count) {
+/// Far more messages than a socket's buffer holds. The last change is the end of the route.
+std::string thousandFlaps() {
     std::string commands;
-    for (int flap = 0; flap < count; ++flap)
+    for (int flap = 0; flap < 1000; ++flap)
         commands += "route del default\nroute add default via 192.0.2.1\n";
-    return commands;
+    return commands + "route del default\n";
 }
 
 TEST_F(NetlinkPathMonitorTest, findsTheChangeBehindMessagesThatNoLongerFitted) {
-    layCable();
-    ip("route add default via 192.0.2.1\n");
+    StatusLog log;
     std::promise<void> release;
     NetlinkPathMonitor monitor(milliseconds(1));
     monitor.start("com.ob.quorvel.test", [&, wait = release.get_future().share()](PathStatus status) {
         log.add(status);
         wait.wait();
     });
-    ASSERT_TRUE(waitFor(satisfied));
-    // The socket's buffer holds a few hundred messages, the last of which is not among them.
-    ip(flaps(1000) + "route del default\n");
+    ASSERT_TRUE(log.waitForCount(1));
+    NetworkNamespace::ip(thousandFlaps());
     release.set_value();
-    EXPECT_TRUE(waitFor(unsatisfied));
+    EXPECT_TRUE(log.waitForCount(2));
+    monitor.cancel();
+    EXPECT_EQ(log.all(), (std::vector{satisfied, unsatisfied}));
 }
 
-/// Writes down what passes between a monitor and its user.
-class LoggingMonitor final : public PathMonitor {
-public:
-    LoggingMonitor(std::unique_ptr<PathMonitor> watchingMonitor, StatusLog& statusLog)
-        : inner(std::move(watchingMonitor)), log(statusLog) {}
-    void start(std::string_view label, UpdateHandler handler) override {
-        inner->start(label, [this, handler = std::move(handler)](PathStatus status) {
-            handler(status);
-            log.add(status);
-        });
-    }
-    void cancel() override { inner->cancel(); }
-
-private:
-    std::unique_ptr<PathMonitor> inner;
-    StatusLog& log;
-};
-
-TEST_F(NetlinkPathMonitorTest, aThousandFlapsRunOneCallbackForEachOutageReported) {
-    layCable();
-    ip("route add default via 192.0.2.1\n");
-    int restores = 0;
-    auto monitor = std::make_unique<NetlinkPathMonitor>(milliseconds(0), milliseconds(0));
-    auto service =
-        std::make_unique<ConnectivityService>(std::make_unique<LoggingMonitor>(std::move(monitor), log));
-    const std::function<void()> countAndStay = [&] {
-        ++restores;
-        service->setOnConnectivityRestored(countAndStay);
-    };
-    service->setOnConnectivityRestored(countAndStay);
-    ASSERT_TRUE(waitFor(satisfied));
-    ip(flaps(1000) + "route del default\n");
-    ASSERT_TRUE(waitFor(unsatisfied));
-    ip("route add default via 192.0.2.1\n");
-    ASSERT_TRUE(waitFor(satisfied));
-    service.reset();
-
-    const auto all = log.all();
-    EXPECT_EQ(std::adjacent_find(all.begin(), all.end()), all.end()) << "a status was reported twice";
-    const auto outages = std::count(all.begin(), all.end(), unsatisfied);
-    EXPECT_GE(outages, 1);
-    EXPECT_LE(outages, 1001);
-    // Every outage has ended but one that a last glance at the flapping may have shown.
-    EXPECT_EQ(restores, all.back() == satisfied ? outages : outages - 1);
-    RecordProperty("outagesReported", std::to_string(outages));
+TEST_F(NetlinkPathMonitorTest, reportsNoStatusTwiceAndNoMoreOutagesThanThereWere) {
+    Watch watch(milliseconds(0), milliseconds(0));
+    ASSERT_TRUE(watch.waitFor(satisfied));
+    NetworkNamespace::ip(thousandFlaps());
+    EXPECT_TRUE(watch.waitFor(unsatisfied));
+    const auto all = watch.finish();
+    EXPECT_EQ(std::ranges::adjacent_find(all), all.end()) << "a status was reported twice";
+    EXPECT_LE(std::ranges::count(all, unsatisfied), 1001);
 }
 
-/// Takes netlink sockets from the calling thread, and from those that it starts, as a service manager's
+/// Takes a system call from the calling thread, and from those that it starts, as a service manager's
 /// RestrictAddressFamilies= does. There is no way back for the thread.
-bool forbidNetlink() {
-    constexpr auto number = static_cast<unsigned>(offsetof(seccomp_data, nr));
-    // The low half of a number that is stored as 64 bits.
-    constexpr auto family = static_cast<unsigned>(offsetof(seccomp_data, args)) +
-                            (std::endian::native == std::endian::big ? 4U : 0U);
-    std::array<sock_filter, 6> filter{{
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, number),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_socket, 0, 3),
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, family),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, AF_NETLINK, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EAFNOSUPPORT),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-    }};
-    const sock_fprog program{filter.size(), filter.data()};
-    return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
-           prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+bool forbid(int call, const std::vector<scmp_arg_cmp>& arguments) {
+    const scmp_filter_ctx filter = seccomp_init(SCMP_ACT_ALLOW);
+    const auto count = static_cast<unsigned>(arguments.size());
+    const bool isForbidden =
+        seccomp_rule_add_array(filter, SCMP_ACT_ERRNO(EPERM), call, count, arguments.data()) == 0 &&
+        seccomp_load(filter) == 0;
+    seccomp_release(filter);
+    return isForbidden;
 }
 
-TEST_F(NetlinkPathMonitorTest, reportsSatisfiedOnceWhereItMayNotWatch) {
-    bool isForbidden = false;
-    std::thread([&] {
-        isForbidden = forbidNetlink();
-        if (!isForbidden) return;
-        NetlinkPathMonitor monitor;
-        start(monitor);
-        EXPECT_TRUE(log.waitForCount(1));
-        monitor.cancel();
-    }).join();
-    if (!isForbidden) GTEST_SKIP() << "no system call filters on this machine";
-    EXPECT_EQ(log.all(), std::vector{satisfied});
-}
-
-TEST_F(NetlinkPathMonitorTest, leavesNoFileOpen) {
-    const auto nextFree = [] {
-        const int lowest = dup(STDIN_FILENO);
-        close(lowest);
-        return lowest;
+TEST_F(NetlinkPathMonitorTest, reportsSatisfiedOnceWhereTheKernelMayNotBeAsked) {
+    struct Row {
+        int forbidden;
+        std::vector<scmp_arg_cmp> arguments;
     };
-    const int before = nextFree();
-    for (int turn = 0; turn < 20; ++turn)
-        presentStatus();
-    EXPECT_EQ(nextFree(), before);
+    const Row rows[] = {
+        {SCMP_SYS(socket), {{0, SCMP_CMP_EQ, AF_NETLINK, 0}}}, {SCMP_SYS(bind), {}}, {SCMP_SYS(sendto), {}}};
+    NetworkNamespace::ip("route del default\n");
+    for (const auto& [call, arguments] : rows) {
+        std::vector<PathStatus> reports;
+        std::thread([&] {
+            if (forbid(call, arguments)) reports = Watch().finish();
+        }).join();
+        EXPECT_EQ(reports, std::vector{satisfied}) << "forbidden system call: " << call;
+    }
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <exception>
 #include <expected>
 #include <filesystem>
+#include <malloc.h>
 #include <optional>
 #include <span>
 #include <string>
@@ -137,5 +138,7 @@ int run(std::span<const char* const> arguments) {
 }  // namespace quorvel
 
 int main(int argc, char* argv[]) {
+    // Two threads that hardly ever allocate at the same time need no heap each.
+    mallopt(M_ARENA_MAX, 1);
     return quorvel::run({argv + 1, argv + argc});
 }

@@ -246,11 +246,11 @@ TEST_F(CheckProgramTest, asksTheCatalogInTheOrderOfAFirstCheckAndThenOnlyWhatIsN
     EXPECT_EQ(run({"--catalog", url}).status, 100);
     const std::string base = "/v1";
     const auto first = recordedPaths();
-    // The install event and "first_install" go out side by side, as does the first chunk; only what waits has
-    // an order.
-    ASSERT_EQ(first.size(), 5U);
+    // The install event and "first_install" go out side by side, as does the first chunk, and may come after
+    // what waits for the chunk.
+    ASSERT_EQ(first.size(), 5U) << "the program must wait for its last request";
     EXPECT_EQ(first.front(), base + "/qvl/instance");
-    EXPECT_EQ(first.back(), base + "/qvl/tracking") << "the program must wait for its last request";
+    EXPECT_EQ(std::ranges::count(first, base + "/qvl/tracking"), 2);
     EXPECT_EQ(std::ranges::count(first, base + "/event/app/64734/install"), 1);
     EXPECT_EQ(std::ranges::count(first, base + "/apps/auto-match-collection"), 1);
 

@@ -20,7 +20,6 @@
 #include "cli/RequestPreview.h"
 #include "cli/TableReport.h"
 #include "cli/Terminal.h"
-#include "platform/linux/CatalogAddress.h"
 #include "platform/linux/CurlSession.h"
 #include "platform/linux/EventQueue.h"
 
@@ -161,12 +160,7 @@ void sayWhereNothingIsKept(const CommandLine& line) {
 }
 
 bool printReport(const CheckReport& report, const CommandLine& line) {
-    if (report.error) output::say(*report.error);
-    if (report.status == ExitStatus::notReached && isReservedForExamples(line.catalog)) {
-        output::say("This program was built without the address of a catalog: " + line.catalog +
-                    " is a reserved name that nobody answers. Give one with --catalog URL, or in "
-                    "QUORVEL_CATALOG_URL.");
-    }
+    if (report.error) sayFailure({*report.error, report.status}, line.catalog);
     const Terminal terminal = describeTerminal(STDOUT_FILENO);
     return output::print(line.json ? jsonReport(report, terminal) : tableReport(report, line.all, terminal));
 }

@@ -42,10 +42,7 @@ CheckReport reportOn(const Inventory& inventory, const CommandLine& line) {
     if (!inventory.hasFolder) {
         report.outcome = CheckReport::Outcome::failed;
         report.status = ExitStatus::nothingScanned;
-        report.error = "There is no folder to look into: " + enumeration(inventory.folders) +
-                       (inventory.folders.size() == 1 ? " is" : " are") +
-                       " not there or cannot be read. Name one with --root DIR, or the volume of a Mac with "
-                       "--system-root DIR.";
+        report.error = lackOfFolders(inventory);
     } else if (!inventory.folderIssues.empty()) {
         report.outcome = CheckReport::Outcome::partial;
         report.status = ExitStatus::partial;

@@ -26,13 +26,18 @@ const std::string catalog = PROGRAM_FOLDER "/quorvel-catalog";
 
 class CheckProgramTest : public testing::Test {
 protected:
-    void installApps(std::size_t count) {
+    void installApp(const std::string& name, const std::string& identifier,
+                    const std::string& version) const {
+        folder.write("Applications/" + name + ".app/Contents/Info.plist",
+                     "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>" + identifier +
+                         "</string><key>CFBundleShortVersionString</key><string>" + version +
+                         "</string></dict></plist>");
+    }
+
+    void installApps(std::size_t count) const {
         for (std::size_t index = 0; index < count; ++index) {
             const auto number = std::to_string(index);
-            folder.write(
-                "Applications/App " + number + ".app/Contents/Info.plist",
-                "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>com.example." + number +
-                    "</string><key>CFBundleShortVersionString</key><string>1.0</string></dict></plist>");
+            installApp("App " + number, "com.example." + number, "1.0");
         }
     }
 
@@ -209,6 +214,17 @@ TEST_F(CheckProgramTest, tellsNothingSeenFromNothingThere) {
         EXPECT_EQ(result.status, row.status) << row.roots.back();
         EXPECT_EQ(report.at("outcome"), row.outcome) << row.roots.back();
         EXPECT_EQ(count(report.at("issues"), "unreadable_folder"), row.folderIssues) << row.roots.back();
+        command.pop_back();
+        for (const auto& inPlaceOfACheck :
+             {std::vector<std::string>{"--explain", "x"}, {"--ignore", "x"}, {"--show-request"}}) {
+            auto words = command;
+            words.insert(words.end(), inPlaceOfACheck.begin(), inPlaceOfACheck.end());
+            const auto other = Process(withoutPrivilege(words)).finish();
+            EXPECT_EQ(other.status == 6, row.status == 6) << inPlaceOfACheck[0] << row.roots.back();
+            if (row.status == 6) {
+                EXPECT_EQ(other.errors, plain.errors) << inPlaceOfACheck[0];
+            }
+        }
     }
     EXPECT_TRUE(folder.read("data/error.log").contains("Scanner found 0 apps — skipping API call"));
     for (const char* name : {"locked", "outer/inner"})
@@ -217,12 +233,8 @@ TEST_F(CheckProgramTest, tellsNothingSeenFromNothingThere) {
 
 TEST_F(CheckProgramTest, countsWhatSeveralFoldersHoldOnceAndPrintsTheSameInEveryLocale) {
     installApps(2);
-    const auto plist = [&](const std::string& name) {
-        const auto info = folder.read("Applications/App 0.app/Contents/Info.plist");
-        folder.write("Applications/Sub/" + name + ".app/Contents/Info.plist", info);
-    };
     for (const char* name : {"Zoo", "Ängel", "ant"})
-        plist(name);
+        installApp(std::string("Sub/") + name, "com.example.0", "1.0");
     const auto url = startCatalog(1);
     std::vector<std::string> outputs;
     for (const char* locale : {"sv_SE.UTF-8", "C"}) {
@@ -262,6 +274,7 @@ TEST_F(CheckProgramTest, asksTheCatalogInTheOrderOfAFirstCheckAndThenOnlyWhatIsN
 
 TEST_F(CheckProgramTest, ignoresTheVersionOnOfferUntilToldOtherwise) {
     installApps(1);
+    installApp("A newer copy", "com.example.0", "2.0");
     const auto url = startCatalog(1);
     EXPECT_EQ(run({"--ignore", "com.example.0", "--catalog", url}).output,
               "Version 2.0 of App 0 is ignored from now on.\n");
@@ -286,6 +299,8 @@ TEST_F(CheckProgramTest, ignoresTheVersionOnOfferUntilToldOtherwise) {
 TEST_F(CheckProgramTest, explainsHowOneApplicationCameToItsOutcome) {
     installApps(3);
     folder.write("Applications/App 1.app/Contents/Info.plist", "no property list");
+    installApp("Bare", "com.example.bare", "");
+    installApp("Odd", "com.example.0", "-");
     const auto url = startCatalog(1);
     EXPECT_EQ(run({"--explain", "app 0", "--catalog", url}).output,
               "App 0\n"
@@ -307,7 +322,18 @@ TEST_F(CheckProgramTest, explainsHowOneApplicationCameToItsOutcome) {
                     .output.contains("  Outcome           not recognised by Orbisto API\n"));
     EXPECT_TRUE(run({"--explain", "APP 1", "--catalog", url})
                     .output.contains("  Outcome           could not read bundle\n"));
-    EXPECT_EQ(run({"--explain", "App", "--catalog", url}).status, 1);
+    EXPECT_TRUE(run({"--explain", "com.example.bare", "--catalog", url})
+                    .output.ends_with("  Short version     CFBundleShortVersionString: \"\"\n"
+                                      "  Bundle version    CFBundleVersion: no text\n"
+                                      "  Outcome           no version\n"));
+    EXPECT_TRUE(
+        run({"--explain", "Odd", "--catalog", url})
+            .output.contains("  Decided by        nothing: a version without a digit is not compared\n"
+                             "  Minimum system    none named; this is macOS 14.5.0\n"
+                             "  Outcome           local version invalid: \"-\"\n"));
+    const auto missing = run({"--explain", "App", "--root", (folder.path / "gone").string()});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_TRUE(missing.errors.ends_with("gone could not be read.\n")) << missing.errors;
 }
 
 TEST_F(CheckProgramTest, showsExactlyTheRequestsThatGoOut) {

@@ -22,6 +22,7 @@ namespace fs = std::filesystem;
 using nlohmann::json;
 
 const std::string check = PROGRAM_FOLDER "/quorvel-check";
+const std::string statusItem = PROGRAM_FOLDER "/quorvel";
 const std::string catalog = PROGRAM_FOLDER "/quorvel-catalog";
 
 class CheckProgramTest : public testing::Test {
@@ -417,7 +418,7 @@ TEST_F(CheckProgramTest, givesATerminalItsColoursAndNothingThatANameBrought) {
     }
 }
 
-TEST_F(CheckProgramTest, saysOnceThatNothingCanBeKeptOrWritten) {
+TEST_F(CheckProgramTest, saysOnceThatNothingCanBeKept) {
     installApps(1);
     const auto url = startCatalog(1);
     folder.write("data", "a file where the folder should be");
@@ -429,11 +430,27 @@ TEST_F(CheckProgramTest, saysOnceThatNothingCanBeKeptOrWritten) {
                   "version can be ignored.\n");
     EXPECT_EQ(folder.read("data"), "a file where the folder should be");
     EXPECT_EQ(run({"--ignore", "com.example.0", "--catalog", url}).status, 1);
-    for (const char* redirection : {">/dev/full", ">&-"}) {
-        const auto cut = Process({"/bin/sh", "-c", check + " --version " + redirection}).finish();
-        EXPECT_EQ(cut.status, 1) << redirection;
-        EXPECT_TRUE(cut.errors.starts_with("quorvel-check: Could not write to standard output: "))
-            << cut.errors;
+}
+
+TEST_F(CheckProgramTest, saysThatItsOutputIsLost) {
+    for (const auto& command : {check + " --version", statusItem + " --version", catalog + " --version",
+                                catalog + " --data " SOURCE_ROOT "/demo/catalog.json"}) {
+        for (const char* redirection : {" >/dev/full", " >&-"}) {
+            const auto cut = Process({"/bin/sh", "-c", command + redirection}).finish();
+            EXPECT_EQ(cut.status, 1) << command << redirection;
+            EXPECT_TRUE(cut.errors.contains(": Could not write to standard output")) << cut.errors;
+        }
+    }
+}
+
+TEST_F(CheckProgramTest, helpFitsATerminal) {
+    for (const auto& program : {check, statusItem, catalog}) {
+        const auto help = Process({program, "--help"}).finish();
+        EXPECT_EQ(help.status, 0) << program;
+        std::istringstream lines(help.output);
+        for (std::string line; std::getline(lines, line);)
+            EXPECT_LE(line.size(), 80U) << line;
+        EXPECT_GT(help.output.size(), 1000U) << program;
     }
 }
 

@@ -149,11 +149,14 @@ private:
 
 /// Said once and before the check, which then tells the catalog of a new installation.
 void sayWhereNothingIsKept(const CommandLine& line) {
-    const auto folder = storageOf(line).appSupportURL;
+    const auto storage = storageOf(line);
+    const auto& folder = storage.appSupportURL;
     if (access(folder.c_str(), W_OK | X_OK) == 0 && std::filesystem::is_directory(folder)) return;
-    output::say("Nothing can be kept in " + folder.string() +
-                ": the catalog is asked to register this installation at every check, and no version can be "
-                "ignored.");
+    const bool isRegistered = InstanceStore(storage).load().has_value();
+    output::say(
+        "Nothing can be kept in " + folder.string() + ": " +
+        (isRegistered ? "" : "the catalog is asked to register this installation at every check, and ") +
+        "no version can be ignored.");
 }
 
 bool printReport(const CheckReport& report, const CommandLine& line) {

@@ -430,6 +430,14 @@ TEST_F(CheckProgramTest, saysOnceThatNothingCanBeKept) {
                   "version can be ignored.\n");
     EXPECT_EQ(folder.read("data"), "a file where the folder should be");
     EXPECT_EQ(run({"--ignore", "com.example.0", "--catalog", url}).status, 1);
+    // An installation that is registered stays so where only reading is left.
+    const auto data = folder.path / "data";
+    fs::remove(data);
+    folder.write("data/instance_id.json", R"({"id":40001})");
+    fs::permissions(data, fs::perms::owner_read | fs::perms::owner_exec);
+    EXPECT_EQ(Process(withoutPrivilege(command({"--catalog", url}))).finish().errors,
+              "quorvel-check: Nothing can be kept in " + data.string() + ": no version can be ignored.\n");
+    fs::permissions(data, fs::perms::owner_all);
 }
 
 TEST_F(CheckProgramTest, saysThatItsOutputIsLost) {

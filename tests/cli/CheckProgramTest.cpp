@@ -510,12 +510,19 @@ TEST_F(CheckProgramTest, takesTheCatalogOfTheEnvironmentWhereNoneIsGiven) {
     unsetenv("QUORVEL_CATALOG_URL");
 }
 
-TEST_F(CheckProgramTest, showsTheDemonstrationAsItsTableSays) {
+TEST_F(CheckProgramTest, showsTheDemonstrationAsItsTableAndTheReadmeSay) {
     server.emplace(std::vector<std::string>{catalog, "--data", SOURCE_ROOT "/demo/catalog.json"});
-    const auto result = Process({check, "--system-root", SOURCE_ROOT "/demo/system", "--data-dir",
-                                 (folder.path / "data").string(), "--json", "--catalog", server->readLine()})
-                            .finish();
-    const auto report = document(result);
+    const auto url = server->readLine();
+    const auto demonstrate = [&](const std::string& option) {
+        return Process({"/usr/bin/env", "-C", SOURCE_ROOT, check, "--system-root", "demo/system",
+                        "--data-dir", (folder.path / "data").string(), "--catalog", url, option})
+            .finish();
+    };
+    const auto table = demonstrate("--all");
+    EXPECT_TRUE(
+        TemporaryFolder::contentOf(SOURCE_ROOT "/README.md").contains("```\n" + table.output + "```\n"))
+        << table.output;
+    const auto report = document(demonstrate("--json"));
     EXPECT_EQ(report.at("os_version"), "14.5.0");
     EXPECT_EQ(report.at("os_version_source"), "system");
     std::map<std::string, std::string> outcomes;
@@ -533,10 +540,10 @@ TEST_F(CheckProgramTest, showsTheDemonstrationAsItsTableSays) {
 
     // Each row of the table reads "| `path` | kind | purpose | outcome |".
     const std::regex row(R"(^\| `([^`]+)` \|.*\| `?(.+?)`? \|$)");
-    std::istringstream table(TemporaryFolder::contentOf(SOURCE_ROOT "/demo/README.md"));
+    std::istringstream rowsOfTable(TemporaryFolder::contentOf(SOURCE_ROOT "/demo/README.md"));
     std::size_t rows = 0;
     std::smatch match;
-    for (std::string line; std::getline(table, line);) {
+    for (std::string line; std::getline(rowsOfTable, line);) {
         if (!std::regex_match(line, match, row)) continue;
         const auto found = outcomes.find(match[1]);
         const bool absent = match[2] == "not found" || match[2] == "left out";

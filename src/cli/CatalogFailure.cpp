@@ -3,6 +3,10 @@
 #include <chrono>
 #include <optional>
 
+#include "cli/Output.h"
+#include "platform/ProgramInfo.h"
+#include "platform/posix/http/CatalogAddress.h"
+
 namespace quorvel {
 
 namespace {
@@ -59,6 +63,19 @@ CatalogFailure catalogFailure(const UpdateCheckError& error) {
     auto failure = catalogFailure(failed->underlying);
     if (!tooManyRequests(failed->underlying)) failure.sentence = description(error);
     return failure;
+}
+
+std::string adviceOn(const CatalogFailure& failure, const std::string& catalog) {
+    if (failure.status != ExitStatus::notReached || !isReservedForExamples(catalog)) return "";
+    return (catalog == catalogURL ? "This program was built without the address of a catalog: " : "") +
+           catalog +
+           " is a reserved name that nobody answers. Give another with --catalog URL, or in "
+           "QUORVEL_CATALOG_URL.";
+}
+
+void sayFailure(const CatalogFailure& failure, const std::string& catalog) {
+    output::say(failure.sentence);
+    if (const auto advice = adviceOn(failure, catalog); !advice.empty()) output::say(advice);
 }
 
 }  // namespace quorvel

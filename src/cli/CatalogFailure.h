@@ -16,4 +16,10 @@ struct CatalogFailure {
 CatalogFailure catalogFailure(const RequestError& error);
 CatalogFailure catalogFailure(const UpdateCheckError& error);
 
+/// What to do where the catalog's address is one that nobody answers; else empty.
+std::string adviceOn(const CatalogFailure& failure, const std::string& catalog);
+
+/// Both, on standard error.
+void sayFailure(const CatalogFailure& failure, const std::string& catalog);
+
 }  // namespace quorvel

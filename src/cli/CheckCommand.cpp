@@ -21,7 +21,6 @@
 #include "cli/TableReport.h"
 #include "cli/Terminal.h"
 #include "platform/linux/EventQueue.h"
-#include "platform/posix/http/CatalogAddress.h"
 #include "platform/posix/http/CurlSession.h"
 
 namespace quorvel {
@@ -43,10 +42,7 @@ CheckReport reportOn(const Inventory& inventory, const CommandLine& line) {
     if (!inventory.hasFolder) {
         report.outcome = CheckReport::Outcome::failed;
         report.status = ExitStatus::nothingScanned;
-        report.error = "There is no folder to look into: " + enumeration(inventory.folders) +
-                       (inventory.folders.size() == 1 ? " is" : " are") +
-                       " not there or cannot be read. Name one with --root DIR, or the volume of a Mac with "
-                       "--system-root DIR.";
+        report.error = lackOfFolders(inventory);
     } else if (!inventory.folderIssues.empty()) {
         report.outcome = CheckReport::Outcome::partial;
         report.status = ExitStatus::partial;
@@ -153,20 +149,18 @@ private:
 
 /// Said once and before the check, which then tells the catalog of a new installation.
 void sayWhereNothingIsKept(const CommandLine& line) {
-    const auto folder = storageOf(line).appSupportURL;
+    const auto storage = storageOf(line);
+    const auto& folder = storage.appSupportURL;
     if (access(folder.c_str(), W_OK | X_OK) == 0 && std::filesystem::is_directory(folder)) return;
-    output::say("Nothing can be kept in " + folder.string() +
-                ": the catalog is asked to register this installation at every check, and no version can be "
-                "ignored.");
+    const bool isRegistered = InstanceStore(storage).load().has_value();
+    output::say(
+        "Nothing can be kept in " + folder.string() + ": " +
+        (isRegistered ? "" : "the catalog is asked to register this installation at every check, and ") +
+        "no version can be ignored.");
 }
 
 bool printReport(const CheckReport& report, const CommandLine& line) {
-    if (report.error) output::say(*report.error);
-    if (report.status == ExitStatus::notReached && isReservedForExamples(line.catalog)) {
-        output::say("This program was built without the address of a catalog: " + line.catalog +
-                    " is a reserved name that nobody answers. Give one with --catalog URL, or in "
-                    "QUORVEL_CATALOG_URL.");
-    }
+    if (report.error) sayFailure({*report.error, report.status}, line.catalog);
     const Terminal terminal = describeTerminal(STDOUT_FILENO);
     return output::print(line.json ? jsonReport(report, terminal) : tableReport(report, line.all, terminal));
 }

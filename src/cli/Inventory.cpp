@@ -53,6 +53,13 @@ Inventory takeInventory(const CommandLine& line) {
     return inventory;
 }
 
+std::string lackOfFolders(const Inventory& inventory) {
+    return "There is no folder to look into: " + enumeration(inventory.folders) +
+           (inventory.folders.size() == 1 ? " is" : " are") +
+           " not there or cannot be read. Name one with --root DIR, or the volume of a Mac with "
+           "--system-root DIR.";
+}
+
 std::string enumeration(const std::vector<std::string>& words) {
     std::string text;
     for (std::size_t index = 0; index < words.size(); ++index) {

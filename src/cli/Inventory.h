@@ -24,6 +24,9 @@ struct Inventory {
 
 Inventory takeInventory(const CommandLine& line);
 
+/// Of an inventory without a folder: what is missing, and what to do.
+std::string lackOfFolders(const Inventory& inventory);
+
 /// "a", "a and b", "a, b and c".
 std::string enumeration(const std::vector<std::string>& words);
 

@@ -51,13 +51,28 @@ ExitStatus fail(const std::string& sentence, ExitStatus status = ExitStatus::une
     return status;
 }
 
-ExitStatus failToFind(const std::string& what, const Inventory& inventory) {
-    return fail("There is no application " + what + " in " + enumeration(inventory.folders) + ".");
+ExitStatus fail(const RequestError& error, const CommandLine& line) {
+    const auto failure = catalogFailure(error);
+    sayFailure(failure, line.catalog);
+    return failure.status;
 }
 
-MatchEvaluation evaluateOne(const InstalledApp& app, const AutoMatchAnswer& answer, const CommandLine& line) {
-    return evaluate({&app, 1}, answer.results, VersionComparator(), IgnoredVersionsStore(storageOf(line)),
+ExitStatus failToFind(const std::string& what, const Inventory& inventory) {
+    if (!inventory.hasFolder) return fail(lackOfFolders(inventory), ExitStatus::nothingScanned);
+    const auto& unread = inventory.folderIssues;
+    return fail("No application " + what + " was found in " + enumeration(inventory.folders) +
+                (unread.empty() ? "." : "; the folder " + unread.front().path + " could not be read."));
+}
+
+MatchEvaluation evaluateAnswer(std::span<const InstalledApp> apps, const AutoMatchAnswer& answer,
+                               const CommandLine& line) {
+    return evaluate(apps, answer.results, VersionComparator(), IgnoredVersionsStore(storageOf(line)),
                     runningSystem(line).version);
+}
+
+/// What is not recognised may be among the entries that were lost.
+std::string reasonOf(const SkippedApp& app, const AutoMatchAnswer& answer) {
+    return reason({app, answer.lostEntries == 0 || app.code != SkipCode::notRecognised});
 }
 
 /// The entry that decides, which is the last that names the application.
@@ -73,10 +88,10 @@ const AutoMatchResult* entryFor(const InstalledApp& app, const AutoMatchAnswer& 
 /// An application's story, a fact a line.
 class Story {
 public:
-    explicit Story(const InstalledApp& app) : text(forTerminal(app.name) + "\n") {
-        add("Bundle", app.path);
-        add("Identifier",
-            app.bundleID.empty() ? "none: the catalog's entries cannot be tied to it" : app.bundleID);
+    Story(const std::string& name, const std::string& path, const std::string& bundleID)
+        : text(forTerminal(name) + "\n") {
+        add("Bundle", path);
+        add("Identifier", bundleID.empty() ? "none: the catalog's entries cannot be tied to it" : bundleID);
     }
 
     void add(const std::string& label, const std::string& fact) {
@@ -87,17 +102,25 @@ public:
     std::string text;
 };
 
-void addInstalledVersion(Story& story, const InstalledApp& app) {
-    constexpr std::array<std::string_view, 2> keys{"CFBundleShortVersionString", "CFBundleVersion"};
-    const auto bytes = files::read(app.path + "/Contents/Info.plist", propertyListSizeLimit);
-    const auto texts = bytes ? readPropertyList(*bytes, keys) : std::nullopt;
+enum Key : std::size_t { shortVersion, bundleVersion, identifier };
+
+constexpr std::array<std::string_view, 3> infoKeys{"CFBundleShortVersionString", "CFBundleVersion",
+                                                   "CFBundleIdentifier"};
+
+/// By key; none where there is no property list that can be read.
+std::optional<PropertyListTexts> readInfo(const std::string& bundle) {
+    const auto bytes = files::read(bundle + "/Contents/Info.plist", propertyListSizeLimit);
+    return bytes ? readPropertyList(*bytes, infoKeys) : std::nullopt;
+}
+
+void addInstalledVersion(Story& story, const PropertyListTexts& info) {
     bool hasCounted = false;
-    for (std::size_t index = 0; texts && index < keys.size(); ++index) {
-        const auto& value = (*texts)[index];
-        const bool counts =
-            value && !value->empty() && !std::exchange(hasCounted, hasCounted || !value->empty());
-        story.add(index == 0 ? "Short version" : "Bundle version",
-                  std::string(keys[index]) + ": " +
+    for (const auto key : {shortVersion, bundleVersion}) {
+        const auto& value = info[key];
+        const bool counts = value && !value->empty() && !hasCounted;
+        hasCounted = hasCounted || counts;
+        story.add(key == shortVersion ? "Short version" : "Bundle version",
+                  std::string(infoKeys[key]) + ": " +
                       (value ? "\"" + *value + "\"" + (counts ? ", which counts" : "") : "no text"));
     }
 }
@@ -114,10 +137,19 @@ std::string listed(const std::vector<std::string>& pieces) {
     return text;
 }
 
-void addComparison(Story& story, const InstalledApp& app, const AutoMatchResult& entry) {
+bool areCompared(const MatchEvaluation& evaluation) {
+    return evaluation.skipped.empty() ||
+           (evaluation.skipped.front().code != SkipCode::installedVersionInvalid &&
+            evaluation.skipped.front().code != SkipCode::catalogVersionInvalid);
+}
+
+void addComparison(Story& story, const InstalledApp& app, const AutoMatchResult& entry,
+                   const MatchEvaluation& evaluation) {
     const auto comparison = versionOrder::compareVersions(entry.version, app.version);
     story.add("Installed parts", listed(comparison.baseline));
     story.add("Catalog's parts", listed(comparison.candidate));
+    if (!areCompared(evaluation))
+        return story.add("Decided by", "nothing: a version without a digit is not compared");
     if (!comparison.decisive) return story.add("Decided by", "nothing: all parts are equal");
     const std::size_t at = *comparison.decisive;
     story.add("Decided by", "part " + std::to_string(at + 1) + ": the catalog's " + comparison.candidate[at] +
@@ -133,30 +165,42 @@ void addSystem(Story& story, const AutoMatchResult& entry, const CommandLine& li
                                                        : "none named; " + running);
 }
 
-void addOutcome(Story& story, const MatchEvaluation& evaluation, bool isAnswered) {
+void addOutcome(Story& story, const MatchEvaluation& evaluation, const AutoMatchAnswer& answer) {
     if (!evaluation.updates.empty()) {
         const auto& update = evaluation.updates.front();
         story.add("Ignored", update.isIgnored ? "yes, this version" : "no");
         story.add("Outcome", "newer version " + update.latestVersion);
     } else {
-        story.add("Outcome", reason({evaluation.skipped.front(), isAnswered}));
+        story.add("Outcome", reasonOf(evaluation.skipped.front(), answer));
     }
 }
 
 std::string tell(const InstalledApp& app, const AutoMatchAnswer& answer, const CommandLine& line) {
-    Story story(app);
-    addInstalledVersion(story, app);
+    Story story(app.name, app.path, app.bundleID);
+    const auto evaluation = evaluateAnswer({&app, 1}, answer, line);
+    if (const auto info = readInfo(app.path)) addInstalledVersion(story, *info);
     if (const auto* entry = entryFor(app, answer)) {
         addCatalogEntry(story, *entry);
-        addComparison(story, app, *entry);
+        addComparison(story, app, *entry, evaluation);
         addSystem(story, *entry, line);
     } else {
         story.add("Catalog's entry", answer.lostEntries > 0 ? "none that was understood" : "none");
     }
-    const auto evaluation = evaluateOne(app, answer, line);
-    const bool isUnknown = answer.lostEntries > 0 && entryFor(app, answer) == nullptr;
-    addOutcome(story, evaluation, !isUnknown);
+    addOutcome(story, evaluation, answer);
     return story.text;
+}
+
+std::string tell(const ScanIssue& issue) {
+    const auto info = readInfo(issue.path);
+    Story story(issue.appName, issue.path, info ? (*info)[identifier].value_or("") : "unknown");
+    if (info) addInstalledVersion(story, *info);
+    story.add("Outcome", issue.reason);
+    return story.text;
+}
+
+std::string identifierOf(const ScanIssue& issue) {
+    const auto info = readInfo(issue.path);
+    return info ? (*info)[identifier].value_or("") : "";
 }
 
 }  // namespace
@@ -164,26 +208,21 @@ std::string tell(const InstalledApp& app, const AutoMatchAnswer& answer, const C
 ExitStatus explainApplication(const CommandLine& line, const std::string& nameOrIdentifier) {
     Inventory inventory = takeInventory(line);
     const std::string wanted = text::lowerCased(nameOrIdentifier);
-    const auto isMeant = [&](const InstalledApp& app) {
-        return app.bundleID == nameOrIdentifier || text::lowerCased(app.name) == wanted;
-    };
-    std::erase_if(inventory.apps, [&](const auto& app) { return !isMeant(app); });
-    std::erase_if(inventory.issues,
-                  [&](const auto& issue) { return text::lowerCased(issue.appName) != wanted; });
+    std::erase_if(inventory.apps, [&](const InstalledApp& app) {
+        return app.bundleID != nameOrIdentifier && text::lowerCased(app.name) != wanted;
+    });
+    std::erase_if(inventory.issues, [&](const ScanIssue& issue) {
+        return text::lowerCased(issue.appName) != wanted && identifierOf(issue) != nameOrIdentifier;
+    });
     if (inventory.apps.empty() && inventory.issues.empty()) return failToFind(nameOrIdentifier, inventory);
 
     std::string stories;
-    for (const auto& issue : inventory.issues) {
-        stories += forTerminal(issue.appName) + "\n  Bundle            " + isolated(forTerminal(issue.path)) +
-                   "\n  Outcome           " + issue.reason + "\n\n";
-    }
+    for (const auto& issue : inventory.issues)
+        stories += tell(issue) + "\n";
     for (std::size_t index = 0; index < chunkCount(inventory.apps.size()); ++index) {
         const auto apps = chunk(inventory.apps, index);
         const auto answer = askCatalog(line, apps);
-        if (!answer) {
-            const auto failure = catalogFailure(answer.error());
-            return fail(failure.sentence, failure.status);
-        }
+        if (!answer) return fail(answer.error(), line);
         for (const auto& app : apps)
             stories += tell(app, *answer, line) + "\n";
     }
@@ -192,27 +231,24 @@ ExitStatus explainApplication(const CommandLine& line, const std::string& nameOr
 }
 
 ExitStatus ignoreOfferedVersion(const CommandLine& line, const std::string& bundleIdentifier) {
-    const Inventory inventory = takeInventory(line);
-    const auto app = std::ranges::find(inventory.apps, bundleIdentifier, &InstalledApp::bundleID);
-    if (app == inventory.apps.end()) return failToFind("with the identifier " + bundleIdentifier, inventory);
-    const auto answer = askCatalog(line, {&*app, 1});
-    if (!answer) {
-        const auto failure = catalogFailure(answer.error());
-        return fail(failure.sentence, failure.status);
-    }
-    const auto evaluation = evaluateOne(*app, *answer, line);
+    Inventory inventory = takeInventory(line);
+    auto& copies = inventory.apps;
+    std::erase_if(copies, [&](const InstalledApp& app) { return app.bundleID != bundleIdentifier; });
+    if (copies.empty()) return failToFind("with the identifier " + bundleIdentifier, inventory);
+    const auto answer = askCatalog(line, std::span(copies).first(1));
+    if (!answer) return fail(answer.error(), line);
+    const auto evaluation = evaluateAnswer(copies, *answer, line);
     if (evaluation.updates.empty()) {
-        return fail("There is no newer version of " + app->name +
-                    " to ignore: " + evaluation.skipped.front().reason + ".");
+        return fail("There is no newer version of " + copies.front().name +
+                    " to ignore: " + reasonOf(evaluation.skipped.front(), *answer) + ".");
     }
-    const auto& version = evaluation.updates.front().latestVersion;
+    const auto& [app, version, id, wasIgnored] = evaluation.updates.front();
     const auto storage = storageOf(line);
-    const IgnoredVersionsStore store(storage);
-    store.ignore(version, app->name, bundleIdentifier);
-    if (!evaluateOne(*app, *answer, line).updates.front().isIgnored) {
+    IgnoredVersionsStore(storage).ignore(version, app.name, bundleIdentifier);
+    if (!evaluateAnswer(copies, *answer, line).updates.front().isIgnored) {
         return fail("Could not keep that in " + storage.appSupportURL.string() + ".");
     }
-    const std::string done = "Version " + version + " of " + app->name + " is ignored from now on.";
+    const std::string done = "Version " + version + " of " + app.name + " is ignored from now on.";
     return output::print(forTerminal(done) + "\n") ? ExitStatus::nothingNewer : ExitStatus::unexpected;
 }
 

@@ -98,6 +98,10 @@ std::string shown(const std::string& text) {
 
 ExitStatus showRequests(const CommandLine& line) {
     const Inventory inventory = takeInventory(line);
+    if (!inventory.hasFolder) {
+        output::say(lackOfFolders(inventory));
+        return ExitStatus::nothingScanned;
+    }
     std::string text;
     if (inventory.apps.empty()) {
         text =

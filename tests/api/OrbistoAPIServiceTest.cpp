@@ -67,12 +67,16 @@ TEST_F(OrbistoAPIServiceTest, stampsEveryRequestWithItsCredentials) {
         {"https://api.example/v1/qvl/tracking", json + agent,
          R"({"instance_id":7,"source":"instance","status":"error","message":"m",)"
          R"("backtrace":"version: 1.4.2\nos: macOS 14.2.1"})"},
+        {"https://api.example/v1/qvl/tracking", json + agent,
+         R"({"instance_id":7,"source":"instance","status":"error","message":"m",)"
+         R"("backtrace":"version: 1.4.2\nos: macOS 14.2.1\n---\n"})"},
     };
     autoMatch();
     registerInstance();
     client.sendInstallEvent(keep());
     client.reportError("m", 7, "log", keep());
     client.reportError("m", 7, std::nullopt, keep());
+    client.reportError("m", 7, "", keep());
 
     ASSERT_EQ(session.requests.size(), rows.size());
     for (std::size_t index = 0; index < rows.size(); ++index) {
@@ -98,13 +102,16 @@ TEST_F(OrbistoAPIServiceTest, tellsAnEmptyResultFromAFailureOfAutoMatch) {
         {answer(200, refused), "matches:"},
         {answer(404, refused), "matches:"},
         {answer(404, "gone"), "Server returned HTTP 404 — gone."},
+        {answer(199, ""), "Server returned HTTP 199."},
+        {answer(300, ""), "Server returned HTTP 300."},
         {answer(500, refused), "Server returned HTTP 500 — " + refused + "."},
         {answer(500, ""), "Server returned HTTP 500."},
         {answer(403, "You are Blocked"), "Server returned HTTP 403 — You are Blocked."},
         {answer(302, std::string(2000, 'x')), "Server returned HTTP 302 — " + std::string(500, 'x') + "."},
         {answer(500, "\xff"), "Server returned HTTP 500 — <non-utf8>."},
-        {answer(200, R"({"success":false})"), "Unknown error"},
+        {answer(200, R"({"success":false,"data":[{"id":1,"title":"A"}]})"), "Unknown error"},
         {answer(200, R"({"success":true,"data":null})"), "Unknown error"},
+        {answer(200, R"({"success":true,"error":{"message":"no apps were found"}})"), "matches:"},
         {answer(200, R"({"success":false,"error":{"message":"Rate Limited"}})"), "Rate Limited"},
         {answer(200, "<html>"),
          "Response decode failed: The answer is not valid JSON (at byte 1 of 6).\nResponse: <html>"},

@@ -133,17 +133,18 @@ TEST_F(MatchEvaluationTest, sortsByNameAsPeopleDo) {
 }
 
 TEST_F(MatchEvaluationTest, summarisesCountsAndListsWhatNeedsAttention) {
-    const auto evaluation = evaluateAll(
-        {app("Fresh", "com.example.editor", "1"), app("Current", "com.example.editor", "2"),
-         app("alpha", "com.example.editor", "-"), app("Zed", "new.os", "1"), app("Stranger", "?", "1")},
-        {result("2"), result("2", "99", {"new.os"})});
+    const auto evaluation =
+        evaluateAll({app("Fresh", "com.example.editor", "1"), app("Current", "com.example.editor", "2"),
+                     app("alpha", "com.example.editor", "-"), app("Zed", "new.os", "1"),
+                     app("Stranger", "?", "1"), app("Odd", "odd", "1")},
+                    {result("2"), result("2", "99", {"new.os"}), result("?", {}, {"odd"})});
     const std::vector<ScanIssue> issues{{"alpha", "/a", "could not read bundle"},
                                         {"Broken", "/b", "no version"}};
     EXPECT_EQ(checkSummary(evaluation, issues, "NOW"),
-              "---\n[NOW] Check completed\nAll apps: 7\n"
-              "Matched: 4 (1 already latest, 1 require newer OS, 1 invalid version)\n"
-              "Unmatched: 1\nUpdates: 1\n---\nIssues (4):\n"
-              "  Broken — no version\n  Zed — requires 99\n"
+              "---\n[NOW] Check completed\nAll apps: 8\n"
+              "Matched: 5 (1 already latest, 1 require newer OS, 2 invalid version)\n"
+              "Unmatched: 1\nUpdates: 1\n---\nIssues (5):\n"
+              "  Broken — no version\n  Odd — remote version invalid: \"?\"\n  Zed — requires 99\n"
               "  alpha — could not read bundle\n  alpha — local version invalid: \"-\"");
 
     ignoredVersions.ignore("2", "Editor", "com.example.editor");

@@ -113,6 +113,7 @@ TEST_F(UpdateCheckServiceTest, sendsTheInventoryInChunksOfTwoHundredWithAPauseBe
         expected.push_back("/qvl/tracking 7 instance success instance_running trigger=manual apps=" +
                            std::to_string(row.apps) + " updates=0");
         EXPECT_EQ(api->requests, expected);
+        EXPECT_EQ(api->lastTitles.back(), "App " + std::to_string(row.apps - 1));
         EXPECT_EQ(api->lastBundleIds.back(), "com.example." + std::to_string(row.apps - 1));
     }
 }
@@ -170,6 +171,7 @@ TEST_F(UpdateCheckServiceTest, registersOnceBeforeTheFirstCheck) {
     EXPECT_EQ(api->lastBacktrace, "version: 1.4.2\nos: macOS 14.2.1");
     EXPECT_TRUE(log().starts_with("Registered instance: 48213\n")) << log();
     EXPECT_TRUE(std::filesystem::exists(folder.path / "isFirstRun.txt"));
+    EXPECT_EQ(registrationRequest({}).version, "0") << "of a program that knows no version of its own";
 
     api->requests.clear();
     check();
@@ -195,15 +197,21 @@ TEST_F(UpdateCheckServiceTest, anEmptyInventoryAsksNobody) {
     EXPECT_EQ(log(), "Scanner found 0 apps — skipping API call\n");
 }
 
-TEST_F(UpdateCheckServiceTest, handsOverUpdatesInTheMenusOrderAndTellsItsObserver) {
+TEST_F(UpdateCheckServiceTest, reportsItsUpdatesThenHandsThemOverInTheMenusOrderAndTellsItsObserver) {
     inventory(3);
+    scanner->found = {{"Broken", "/b", "no version"}};
+    IgnoredVersionsStore(persistence).ignore("2.0", "zebra", "com.example.0");
     scanner->apps[0].name = "zebra";
     scanner->apps[1].name = "Apple";
     api->chunkOutcomes.push_back(AutoMatchAnswer{{match(0), match(1)}, 4});
     std::string told;
     std::vector<AppUpdate> updates;
     service->scanAndCheck(
-        "launch", [&](auto result) { updates = std::move(*result); },
+        "launch",
+        [&](auto result) {
+            updates = std::move(*result);
+            told += " after " + api->requests.back();
+        },
         {.onChunk = [&](auto index,
                         auto count) { told += std::to_string(index) + "/" + std::to_string(count); },
          .onAnswer =
@@ -214,7 +222,10 @@ TEST_F(UpdateCheckServiceTest, handsOverUpdatesInTheMenusOrderAndTellsItsObserve
          .onEvaluated =
              [&](const auto& evaluation) { told += " skipped " + evaluation.skipped.at(0).name; }});
     queue.runUntilIdle();
-    EXPECT_EQ(told, "0/1 lost 0/4 skipped App 2");
+    EXPECT_EQ(told,
+              "0/1 lost 0/4 skipped App 2 after /qvl/tracking 7 instance success "
+              "instance_running trigger=launch apps=3 updates=2");
+    EXPECT_TRUE(log().ends_with("Updates: 1\n---\nIssues (1):\n  Broken — no version\n")) << log();
     ASSERT_EQ(updates.size(), 2U);
     EXPECT_EQ(updates[0].app.name + " " + updates[1].app.name, "Apple zebra");
 }

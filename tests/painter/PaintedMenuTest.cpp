@@ -45,25 +45,6 @@ MenuContent sample() {
     return {{updates, mark, separator, quit}};
 }
 
-TEST(PainterTest, bringsAnAlertThatIsShownToTheFront) {
-    Painter painter(std::chrono::hours(1), [](const Event&) {}, [] {});
-    const auto alerts = [] {
-        std::vector<QWidget*> boxes;
-        for (auto* const widget : QApplication::topLevelWidgets()) {
-            if (widget->inherits("QDialog")) boxes.push_back(widget);
-        }
-        return boxes;
-    };
-    painter.perform(Request(RunAlert{1, "first", "", ""}));
-    ASSERT_EQ(alerts().size(), 1U);
-    QWidget* const first = alerts().front();
-    painter.perform(Request(RunAlert{2, "second", "", ""}));
-    ASSERT_TRUE(QTest::qWaitFor([&] { return QApplication::activeWindow() != first; }));
-    painter.perform(Request(RunAlert{1, "first", "", ""}));
-    EXPECT_EQ(alerts().size(), 2U);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return QApplication::activeWindow() == first; }));
-}
-
 TEST(PainterTest, anOpenWindowFollowsItsRowsAndItsText) {
     Painter painter(std::chrono::hours(1), [](const Event&) {}, [] {});
     const WindowContent content{"T",

@@ -7,6 +7,7 @@
 #include <QScrollBar>
 #include <QTableView>
 #include <QTest>
+#include <chrono>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <memory>
@@ -17,6 +18,7 @@
 #include "painter/Looks.h"
 #include "painter/MenuStyle.h"
 #include "painter/PaintedWindow.h"
+#include "painter/Painter.h"
 
 namespace quorvel::painter {
 namespace {
@@ -249,8 +251,8 @@ TEST_F(PaintedWindowTest, theLogCanBeSelectedButNotChanged) {
 
 TEST_F(PaintedWindowTest, labelsStandInTheMiddleInTheColourOfTheirRole) {
     for (const auto role : {ColorRole::label, ColorRole::secondaryLabel, ColorRole::tertiaryLabel}) {
-        const auto window =
-            open({"T", 200, 60, false, {Label{{20, 10, 160, 40}, "MMM", {FontRole::boldSystem, 30}, role}}});
+        const auto window = open(
+            {"T", 200, 120, false, {Label{{20, 10, 160, 100}, "MMM", {FontRole::boldSystem, 30}, role}}});
         const QImage picture = child<QLabel>(*window)->grab().toImage();
         const QRgb expected = colorFor(role, window->palette()).rgb();
         QRect inked;
@@ -264,26 +266,51 @@ TEST_F(PaintedWindowTest, labelsStandInTheMiddleInTheColourOfTheirRole) {
     }
 }
 
+/// How often the widget is laid before all others.
+class Raises final : public QObject {
+public:
+    explicit Raises(QWidget* widget) { widget->installEventFilter(this); }
+    bool eventFilter(QObject*, QEvent* event) override {
+        count += event->type() == QEvent::ZOrderChange ? 1 : 0;
+        return false;
+    }
+    int count = 0;
+};
+
 TEST_F(PaintedWindowTest, everyWindowCanBeClosedAndComesToTheFrontWhenItIsAskedFor) {
-    class Raises final : public QObject {
-    public:
-        bool eventFilter(QObject*, QEvent* event) override {
-            count += event->type() == QEvent::ZOrderChange ? 1 : 0;
-            return false;
-        }
-        int count = 0;
-    };
     const auto below = open(about());
     for (const auto& content : {about(), errorLog(), ignoredVersions()}) {
         const auto above = open(content);
         EXPECT_TRUE(above->windowFlags().testFlag(Qt::WindowCloseButtonHint)) << content.title;
         EXPECT_EQ(above->windowFlags().testFlag(Qt::WindowMaximizeButtonHint), content.isResizable);
-        Raises raises;
-        below->installEventFilter(&raises);
+        below->showMinimized();
+        const Raises raises(below.get());
         below->present(std::nullopt);
+        EXPECT_FALSE(below->isMinimized());
         EXPECT_TRUE(QTest::qWaitForWindowActive(below.get())) << content.title;
         EXPECT_EQ(raises.count, 1) << content.title;
     }
+}
+
+TEST_F(PaintedWindowTest, anAlertThatIsShownComesToTheFrontWhenItIsRunAgain) {
+    Painter painter(std::chrono::hours(1), [](const Event&) {}, [] {});
+    const auto alerts = [] {
+        std::vector<QWidget*> boxes;
+        for (auto* const widget : QApplication::topLevelWidgets()) {
+            if (widget->inherits("QDialog")) boxes.push_back(widget);
+        }
+        return boxes;
+    };
+    painter.perform(Request(RunAlert{1, "first", "", ""}));
+    ASSERT_EQ(alerts().size(), 1U);
+    QWidget* const first = alerts().front();
+    painter.perform(Request(RunAlert{2, "second", "", ""}));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return QApplication::activeWindow() != first; }));
+    const Raises raises(first);
+    painter.perform(Request(RunAlert{1, "first", "", ""}));
+    EXPECT_EQ(alerts().size(), 2U);
+    EXPECT_EQ(raises.count, 1);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return QApplication::activeWindow() == first; }));
 }
 
 TEST_F(PaintedWindowTest, aNewTextIsShownFromItsStartAndTheSameOneKeepsItsPlace) {

@@ -223,6 +223,18 @@ TEST(AppScannerService, makesValidTextsOfNamesThatAreNot) {
     EXPECT_EQ(inventory.issues[0].path, (folder.path / "bad\uFFFD/B\uFFFD.app").string());
 }
 
+TEST(AppScannerService, readsARootWhosePathIsTooLongWithoutItsLinks) {
+    const TemporaryFolder folder;
+    fs::path half;
+    for (int level = 0; level < 10; ++level)
+        half /= std::string(250, 'n');
+    fs::create_directories(folder.path / half);
+    fs::create_directory_symlink(half, folder.path / "link");
+    folder.write("link" / half / "My.app/Contents/Info.plist", ofVersion("1"));
+    const auto root = folder.path / "link" / half;
+    EXPECT_EQ(lines(scanned({root}), root), Lines{"My.app: My||1"});
+}
+
 /// Takes the rights of root for the length of a scope.
 class UnprivilegedScope {
 public:

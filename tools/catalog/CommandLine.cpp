@@ -69,7 +69,8 @@ std::string helpText() {
     std::string text =
         "Usage: quorvel-catalog --data FILE [OPTION...]\n"
         "A software catalog on this machine's loopback address, for demonstrations and\n"
-        "tests. Its first line on standard output is its base URL. It ends on SIGTERM or SIGINT.\n\n"
+        "tests. Its first line on standard output is its base URL. It ends on SIGTERM or\n"
+        "SIGINT.\n\n"
         "  --data FILE        the applications that the catalog knows, as JSON\n"
         "  --port N           the port to listen on; 0, the default, takes a free one\n"
         "  --certificate FILE serve HTTPS with this certificate, and the key beside it\n"

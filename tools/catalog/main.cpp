@@ -11,6 +11,8 @@ namespace quorvel {
 
 namespace {
 
+constexpr const char* outputFailed = "Could not write to standard output.";
+
 int fail(int status, const std::string& sentence) {
     std::cerr << "quorvel-catalog: " << forTerminal(sentence) << '\n';
     return status;
@@ -42,7 +44,7 @@ int serve(const CommandLine& line) {
     CatalogServer server(endpoints, scenario, record.get(), line.server);
     const auto url = server.start();
     if (!url) return fail(1, url.error());
-    std::cout << *url << '\n' << std::flush;
+    if (!(std::cout << *url << '\n' << std::flush)) return fail(1, outputFailed);
 
     int received = 0;
     sigwait(&endSignals, &received);
@@ -60,5 +62,5 @@ int main(int count, char** arguments) {
     if (!line) return fail(2, line.error() + " Try --help.");
     if (!line->help && !line->version) return serve(*line);
     std::cout << (line->help ? helpText() : "quorvel-catalog " QUORVEL_VERSION "\n") << std::flush;
-    return std::cout ? 0 : fail(1, "Could not write to standard output.");
+    return std::cout ? 0 : fail(1, outputFailed);
 }

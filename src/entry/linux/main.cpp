@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <cstdio>
 #include <exception>
 #include <expected>
@@ -6,10 +7,12 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "entry/linux/DesktopProgram.h"
 #include "platform/CommandOptions.h"
+#include "platform/text/DisplayText.h"
 #include "platform/ProgramInfo.h"
 #include "platform/posix/http/CatalogAddress.h"
 #include "scanner/AppScannerService.h"
@@ -106,13 +109,18 @@ std::vector<std::string> optionsToKeep(const CommandLine& line) {
     return words;
 }
 
+int fail(int status, const std::string& sentence) {
+    std::fprintf(stderr, "quorvel: %s\n", forTerminal(sentence).c_str());
+    return status;
+}
+
 int print(const std::string& text) {
-    return std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0 ? 0 : 1;
+    if (std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0) return 0;
+    return fail(1, "Could not write to standard output: " + std::generic_category().message(errno) + ".");
 }
 
 int refuse(const std::string& problem) {
-    std::fprintf(stderr, "quorvel: %s Try 'quorvel --help'.\n", problem.c_str());
-    return wrongUsage;
+    return fail(wrongUsage, problem + " Try 'quorvel --help'.");
 }
 
 int run(std::span<const char* const> arguments) {

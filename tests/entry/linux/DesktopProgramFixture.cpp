@@ -92,6 +92,8 @@ std::vector<std::string> DesktopProgramFixture::recordedMessages() const {
     std::vector<std::string> messages;
     std::istringstream lines(folder.read("record"));
     for (std::string line; std::getline(lines, line);) {
+        // The catalog is still writing it.
+        if (lines.eof()) break;
         const auto record = nlohmann::json::parse(line);
         const auto body = nlohmann::json::parse(record.at("body").get<std::string>(), nullptr, false);
         const bool tracks = body.is_object() && body.contains("message");

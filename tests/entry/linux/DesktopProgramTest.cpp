@@ -92,7 +92,12 @@ TEST_F(DesktopProgramTest, aSecondStartLeavesTheFirstAloneAndAsksIt) {
 
 TEST_F(DesktopProgramTest, aSettingIsCheckedInTheMenuAndInItsFile) {
     panel->come();
-    start();
+    // A start at login has another working directory than this one.
+    auto words = command();
+    words.back() = "storage";
+    words.insert(words.begin(), {"/usr/bin/env", "-C", folder.path.string()});
+    program = std::make_unique<Process>(words);
+    ASSERT_TRUE(waitForRegistration(1));
     const auto menu = menuWith("New Versions Available (15)");
     const auto& entry = menu.root.named("Open at Login");
     EXPECT_EQ(entry.properties.at("toggle-state"), "0");

@@ -14,7 +14,8 @@ namespace {
 
 std::expected<std::string, std::string> checked(const std::string& source, std::string url) {
     const auto parts = parseUrl(url);
-    if (!parts || (parts->scheme != "https" && parts->scheme != "http")) {
+    // Nobody can be asked at port 0.
+    if (!parts || (parts->scheme != "https" && parts->scheme != "http") || parts->host.ends_with(":0")) {
         return std::unexpected(source + ": " + url + " is no https or http address.");
     }
     if (parts->hasCredentials) {

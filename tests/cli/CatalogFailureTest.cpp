@@ -1,0 +1,31 @@
+#include <gtest/gtest.h>
+
+#include "cli/CatalogFailure.h"
+#include "platform/ProgramInfo.h"
+
+namespace quorvel {
+namespace {
+
+/// No test asks for such a name: that would leave this machine.
+TEST(CatalogFailure, advisesWhereNobodyCanAnswer) {
+    const std::string unanswered =
+        " is a reserved name that nobody answers. Give another with --catalog URL, "
+        "or in QUORVEL_CATALOG_URL.";
+    const std::string ownName(catalogURL), other = "https://catalog.example/v1";
+    struct Row {
+        ExitStatus status;
+        std::string catalog, advice;
+    };
+    const Row rows[] = {
+        {ExitStatus::notReached, ownName,
+         "This program was built without the address of a catalog: " + ownName + unanswered},
+        {ExitStatus::notReached, other, other + unanswered},
+        {ExitStatus::notReached, "https://catalog.example.com/v1", ""},
+        {ExitStatus::refused, other, ""},
+    };
+    for (const auto& [status, catalog, advice] : rows)
+        EXPECT_EQ(adviceOn({"It failed.", status}, catalog), advice);
+}
+
+}  // namespace
+}  // namespace quorvel

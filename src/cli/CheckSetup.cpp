@@ -2,6 +2,7 @@
 
 #include "api/OrbistoAPIService.h"
 #include "platform/ProgramInfo.h"
+#include "platform/linux/XdgFolders.h"
 #include "versions/VersionComparator.h"
 
 namespace quorvel {
@@ -23,7 +24,8 @@ RunningSystem runningSystem(const CommandLine& line) {
 }
 
 PersistenceManager storageOf(const CommandLine& line) {
-    return line.dataFolder ? PersistenceManager::at(*line.dataFolder) : PersistenceManager();
+    return line.dataFolder ? PersistenceManager::at(*line.dataFolder)
+                           : PersistenceManager::shared(xdg::dataHome());
 }
 
 std::unique_ptr<OrbistoAPIServiceProtocol> makeClient(const CommandLine& line, Queue& queue,

@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "platform/Files.h"
-#include "platform/Folders.h"
 
 namespace quorvel {
 
@@ -24,20 +23,15 @@ std::string newUUID() {
     return text.data();
 }
 
-std::filesystem::path storageFolder(const std::optional<std::filesystem::path>& baseDirectory) {
-    return baseDirectory ? *baseDirectory / ("quorvel-" + newUUID())
-                         : folders::applicationSupport() / "quorvel";
-}
-
 }  // namespace
 
-const PersistenceManager& PersistenceManager::shared() {
-    static const PersistenceManager instance;
+const PersistenceManager& PersistenceManager::shared(const std::filesystem::path& applicationSupport) {
+    static const PersistenceManager instance = at(applicationSupport / "quorvel");
     return instance;
 }
 
-PersistenceManager::PersistenceManager(const std::optional<std::filesystem::path>& baseDirectory)
-    : PersistenceManager(ExactFolder{storageFolder(baseDirectory)}) {}
+PersistenceManager::PersistenceManager(const std::filesystem::path& baseDirectory)
+    : PersistenceManager(ExactFolder{baseDirectory / ("quorvel-" + newUUID())}) {}
 
 PersistenceManager PersistenceManager::at(const std::filesystem::path& folder) {
     return PersistenceManager(ExactFolder{folder});

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <filesystem>
-#include <optional>
 
 namespace quorvel {
 
@@ -9,12 +8,12 @@ namespace quorvel {
 /// that cannot be made is no error here: each store then fails to read and write in its own quiet way.
 class PersistenceManager {
 public:
-    /// The storage folder of the running program: the user's application support folder plus "quorvel".
-    static const PersistenceManager& shared();
+    /// The storage folder of the running program, "quorvel" in the folder that the first call gives: the
+    /// platform's for the user's application data.
+    static const PersistenceManager& shared(const std::filesystem::path& applicationSupport);
 
-    /// Without `baseDirectory` the same folder as `shared`; with one, a fresh folder inside it, "quorvel-"
-    /// and a new UUID.
-    explicit PersistenceManager(const std::optional<std::filesystem::path>& baseDirectory = std::nullopt);
+    /// A fresh folder inside `baseDirectory`, "quorvel-" and a new UUID.
+    explicit PersistenceManager(const std::filesystem::path& baseDirectory);
 
     /// A storage folder that somebody chose.
     static PersistenceManager at(const std::filesystem::path& folder);

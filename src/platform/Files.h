@@ -13,10 +13,15 @@ namespace quorvel::files {
 /// `sizeLimit` bytes. A FIFO or device is never waited for.
 std::optional<std::string> read(const std::filesystem::path& path, std::size_t sizeLimit = 8 * 1024 * 1024);
 
+/// The same, of a path below the open folder `folder`, into a buffer that serves one file after another.
+/// False when there is no content.
+bool read(int folder, const char* path, std::size_t sizeLimit, std::string& content);
+
 /// Replaces the file at `path` in one step: a reader sees the old or the new content, never a part, also
 /// after a crash or a loss of power. The file gets mode 0600. A symbolic link at `path` is replaced, not
 /// followed. Of several writers at once the last one wins. False on any failure, with the old file in place
-/// and no temporary file left; what a killed writer left is removed by a later write of the same file.
+/// and no temporary file left; what a killed writer left is removed by a later write of the same file, once
+/// it is a minute old.
 bool writeAtomically(const std::filesystem::path& path, std::string_view bytes);
 
 enum class AppendResult {

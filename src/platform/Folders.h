@@ -2,12 +2,9 @@
 
 #include <filesystem>
 
-/// Folders that the system keeps for its user. Empty when the system names none.
 namespace quorvel::folders {
 
+/// The user's home folder; empty when the system names none.
 std::filesystem::path home();
-
-/// Where programs keep their own files, without a program's name: the XDG base directory for data.
-std::filesystem::path applicationSupport();
 
 }  // namespace quorvel::folders

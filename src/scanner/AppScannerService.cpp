@@ -10,8 +10,8 @@
 #include <system_error>
 #include <utility>
 
+#include "platform/Files.h"
 #include "platform/Folders.h"
-#include "platform/propertylist/InfoPropertyListFile.h"
 #include "platform/propertylist/PropertyList.h"
 #include "platform/text/Text.h"
 #include "scanner/BundleWalk.h"
@@ -34,9 +34,11 @@ std::optional<std::string> resolvedRoot(const std::filesystem::path& root) {
     return root.string();
 }
 
-std::optional<PropertyListTexts> readInfo(InfoPropertyListFile& file, const BundleWalk::Bundle& bundle) {
-    const auto bytes = file.read(bundle.folder, bundle.name);
-    return bytes ? readPropertyList(*bytes, infoKeys) : std::nullopt;
+/// `buffer` serves one bundle after another.
+std::optional<PropertyListTexts> readInfo(std::string& buffer, const BundleWalk::Bundle& bundle) {
+    const std::string path = bundle.name + "/Contents/Info.plist";
+    if (!files::read(bundle.folder, path.c_str(), propertyListSizeLimit, buffer)) return std::nullopt;
+    return readPropertyList(buffer, infoKeys);
 }
 
 std::string fileName(const BundleWalk::Bundle& bundle) {
@@ -119,7 +121,7 @@ std::vector<InstalledApp> AppScannerService::scan(std::vector<ScanIssue>& issues
 std::vector<InstalledApp> AppScannerService::scan(std::vector<ScanIssue>& issues,
                                                   ScanCoverage& coverage) const {
     std::vector<InstalledApp> apps;
-    InfoPropertyListFile file;
+    std::string buffer;
     for (const auto& root : roots) {
         const auto resolved = resolvedRoot(root);
         if (!resolved) {
@@ -133,7 +135,7 @@ std::vector<InstalledApp> AppScannerService::scan(std::vector<ScanIssue>& issues
             coverage.missingRoots.push_back(root);
         }
         while (auto bundle = walk.next()) {
-            auto info = readInfo(file, *bundle);
+            auto info = readInfo(buffer, *bundle);
             if (!info) {
                 issues.push_back(issueWith(*bundle, fileName(*bundle), "could not read bundle"));
             } else if (ownBundleIdentifier != info->at(identifier).value_or("")) {

@@ -6,12 +6,12 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include "platform/FileDescriptor.h"
 #include "platform/linux/EventQueue.h"
 #include "platform/linux/icons/FilePassing.h"
 #include "platform/linux/icons/IconMessages.h"
 #include "platform/linux/icons/IconSamples.h"
 #include "platform/linux/process/ChildProcess.h"
-#include "platform/posix/process/FileDescriptor.h"
 
 namespace quorvel {
 namespace {

@@ -53,23 +53,6 @@ TEST_F(StoresTest, storesATextThatIsNoTextWithWhatIsWrongReplaced) {
     EXPECT_EQ(store.load(), (IgnoredVersions{{"com.example.\uFFFD", {"Edi\uFFFDtor", "2\uFFFD.0"}}}));
 }
 
-/// By the XDG base directory rules.
-TEST_F(StoresTest, liesBesideTheUsersOtherData) {
-    const auto report = runInChild([this] {
-        const auto home = folder.path / "home", data = folder.path / "data";
-        setenv("HOME", home.c_str(), 1);
-        for (const auto& [named, expected] :
-             {std::pair{data, data / "quorvel"}, {"relative", home / ".local/share/quorvel"}}) {
-            setenv("XDG_DATA_HOME", named.c_str(), 1);
-            EXPECT_EQ(PersistenceManager().appSupportURL, expected);
-            EXPECT_EQ(modeOf(expected), 0700U);
-        }
-        unsetenv("XDG_DATA_HOME");
-        EXPECT_EQ(PersistenceManager().appSupportURL, home / ".local/share/quorvel");
-    });
-    EXPECT_EQ(report.failure, "");
-}
-
 TEST_F(StoresTest, writesTheFilesThatReadersExpectForTheOwnerAlone) {
     SettingsStore(persistence).save({.openAtLogin = true, .colorIcon = false});
     InstanceStore(persistence).save(48213);

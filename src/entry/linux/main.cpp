@@ -14,6 +14,7 @@
 #include "platform/CommandOptions.h"
 #include "platform/text/DisplayText.h"
 #include "platform/ProgramInfo.h"
+#include "platform/linux/XdgFolders.h"
 #include "platform/posix/http/CatalogAddress.h"
 #include "scanner/AppScannerService.h"
 
@@ -130,8 +131,8 @@ int run(std::span<const char* const> arguments) {
     if (line->version) return print("quorvel " + *thisProgram().shortVersion + "\n");
     const auto catalog = catalogAddress(line->catalog);
     if (!catalog) return refuse(catalog.error());
-    const auto storage =
-        line->dataFolder ? PersistenceManager::at(*line->dataFolder) : PersistenceManager::shared();
+    const auto storage = line->dataFolder ? PersistenceManager::at(*line->dataFolder)
+                                          : PersistenceManager::shared(xdg::dataHome());
     return runDesktopProgram(
         {.scanRoots = line->systemRoot ? AppScannerService::rootsOfVolume(*line->systemRoot)
                                        : AppScannerService::standardRoots(),

@@ -8,8 +8,8 @@
 #include <mutex>
 #include <vector>
 
+#include "platform/FileDescriptor.h"
 #include "platform/Queue.h"
-#include "platform/posix/process/FileDescriptor.h"
 
 struct sd_event;
 struct sd_event_source;

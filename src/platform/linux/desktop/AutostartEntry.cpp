@@ -1,13 +1,12 @@
 #include "platform/linux/desktop/AutostartEntry.h"
 
-#include <cstdlib>
 #include <sstream>
 #include <string_view>
 #include <unistd.h>
 #include <utility>
 
 #include "platform/Files.h"
-#include "platform/Folders.h"
+#include "platform/linux/XdgFolders.h"
 
 namespace quorvel {
 
@@ -51,9 +50,7 @@ AutostartEntry::AutostartEntry(const std::filesystem::path& folder, std::vector<
     : file(folder / "com.ob.quorvel.desktop"), command(std::move(command)) {}
 
 std::filesystem::path AutostartEntry::standardFolder() {
-    const char* chosen = std::getenv("XDG_CONFIG_HOME");
-    const bool isAbsolute = chosen != nullptr && chosen[0] == '/';
-    return (isAbsolute ? std::filesystem::path(chosen) : folders::home() / ".config") / "autostart";
+    return xdg::configHome() / "autostart";
 }
 
 bool AutostartEntry::registerItem() {

@@ -14,7 +14,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/propertylist/InfoPropertyListFile.h"
+#include "platform/Files.h"
 #include "platform/propertylist/PropertyList.h"
 
 namespace quorvel {
@@ -37,9 +37,9 @@ std::vector<std::string> fileNames(std::string name) {
 
 std::optional<std::string> namedIcon(int bundle) {
     constexpr std::array<std::string_view, 1> keys{"CFBundleIconFile"};
-    InfoPropertyListFile file;
-    const auto bytes = file.read(bundle, ".");
-    auto texts = bytes ? readPropertyList(*bytes, keys) : std::nullopt;
+    std::string bytes;
+    const bool isRead = files::read(bundle, "Contents/Info.plist", propertyListSizeLimit, bytes);
+    auto texts = isRead ? readPropertyList(bytes, keys) : std::nullopt;
     return texts ? std::move(texts->front()) : std::nullopt;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/BundleIcon.h"
-#include "platform/posix/process/FileDescriptor.h"
+#include "platform/FileDescriptor.h"
 
 namespace quorvel {
 

@@ -15,7 +15,7 @@
 #include <sys/socket.h>
 #include <system_error>
 
-#include "platform/posix/process/FileDescriptor.h"
+#include "platform/FileDescriptor.h"
 
 namespace quorvel {
 

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/posix/process/FileDescriptor.h"
+#include "platform/FileDescriptor.h"
 
 struct sd_event;
 

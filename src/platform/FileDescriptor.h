@@ -15,9 +15,10 @@ public:
         std::swap(number, other.number);
         return *this;
     }
-    ~FileDescriptor() {
-        if (number >= 0) close(number);
-    }
+    ~FileDescriptor() { close(); }
+
+    /// False when the system reports, only now, that bytes written earlier were lost.
+    bool close() { return number < 0 || ::close(std::exchange(number, -1)) == 0; }
 
     int get() const { return number; }
     explicit operator bool() const { return number >= 0; }

@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <expected>
-#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -11,6 +10,7 @@
 
 #include "api/OrbistoAPIError.h"
 #include "api/Records.h"
+#include "platform/UniqueFunction.h"
 
 namespace quorvel {
 
@@ -26,7 +26,7 @@ struct AutoMatchAnswer {
 class OrbistoAPIServiceProtocol {
 public:
     template <typename Value>
-    using Completion = std::move_only_function<void(std::expected<Value, RequestError>)>;
+    using Completion = UniqueFunction<void(std::expected<Value, RequestError>)>;
 
     virtual ~OrbistoAPIServiceProtocol() = default;
 

@@ -32,7 +32,7 @@ namespace quorvel {
 class UpdateCheckService : public std::enable_shared_from_this<UpdateCheckService> {
 public:
     using Updates = std::vector<AppUpdate>;
-    using Completion = std::move_only_function<void(std::expected<Updates, UpdateCheckError>)>;
+    using Completion = UniqueFunction<void(std::expected<Updates, UpdateCheckError>)>;
     /// Shared, because the caller's own list is the one that the summary reads at the end.
     using ScanIssues = std::shared_ptr<std::vector<ScanIssue>>;
 

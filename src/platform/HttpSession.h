@@ -1,10 +1,11 @@
 #pragma once
 
 #include <chrono>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "platform/UniqueFunction.h"
 
 namespace quorvel {
 
@@ -56,7 +57,7 @@ struct HttpOutcome {
 /// Sends HTTP requests side by side, each once. Owned by an entry, shared by every client.
 class HttpSession {
 public:
-    using Completion = std::move_only_function<void(HttpOutcome)>;
+    using Completion = UniqueFunction<void(HttpOutcome)>;
 
     virtual ~HttpSession() = default;
 

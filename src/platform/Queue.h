@@ -1,11 +1,12 @@
 #pragma once
 
 #include <chrono>
-#include <functional>
+
+#include "platform/UniqueFunction.h"
 
 namespace quorvel {
 
-using Task = std::move_only_function<void()>;
+using Task = UniqueFunction<void()>;
 
 /// A queue that runs tasks one after another on one thread. The main queue owns all of the program's state.
 /// A task that is still waiting when the queue is destroyed is dropped without being run.

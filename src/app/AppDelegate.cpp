@@ -7,7 +7,6 @@
 #include "check/TrackingEvent.h"
 #include "platform/OperatingSystem.h"
 #include "scanner/AppScannerService.h"
-#include "ui/LogText.h"
 #include "ui/MenuBuilder.h"
 #include "versions/VersionComparator.h"
 
@@ -208,7 +207,7 @@ void AppDelegate::takeFailure(const std::string& description, LogFailure logFail
 void AppDelegate::sendCheckErrorReport(const std::string& description) const {
     const auto instanceId = stores.instanceStore.load();
     if (!instanceId) return;
-    std::optional<std::string> details = logText(stores.errorLogger.url);
+    std::optional<std::string> details = stores.errorLogger.text();
     if (details->empty()) details.reset();
     makeAPIService().reportError(description, *instanceId, details, [](const auto&) {});
 }

@@ -5,7 +5,6 @@
 #include <ctime>
 #include <nlohmann/json.hpp>
 
-#include "cli/CatalogPage.h"
 #include "platform/ProgramInfo.h"
 
 namespace quorvel {
@@ -62,7 +61,7 @@ Json updateList(std::vector<AppUpdate> updates) {
                         {"installed_version", update.app.version},
                         {"available_version", update.latestVersion},
                         {"catalog_id", update.obAppId},
-                        {"catalog_url", catalogPage(update.obAppId)},
+                        {"catalog_url", appPageURL(update.obAppId)},
                         {"ignored", update.isIgnored}});
     }
     return list;

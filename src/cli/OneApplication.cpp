@@ -9,12 +9,12 @@
 
 #include "check/Chunks.h"
 #include "cli/CatalogFailure.h"
-#include "cli/CatalogPage.h"
 #include "cli/CheckSetup.h"
 #include "cli/Inventory.h"
 #include "cli/Output.h"
 #include "cli/Progress.h"
 #include "platform/Files.h"
+#include "platform/ProgramInfo.h"
 #include "platform/linux/EventQueue.h"
 #include "platform/posix/http/CurlSession.h"
 #include "platform/propertylist/PropertyList.h"
@@ -126,7 +126,7 @@ void addInstalledVersion(Story& story, const PropertyListTexts& info) {
 }
 
 void addCatalogEntry(Story& story, const AutoMatchResult& entry) {
-    story.add("Catalog's entry", entry.title + ", " + catalogPage(entry.id));
+    story.add("Catalog's entry", entry.title + ", " + appPageURL(entry.id));
     story.add("Catalog's version", "\"" + entry.version + "\"");
 }
 

@@ -11,6 +11,13 @@
 
 namespace quorvel {
 
+namespace {
+
+/// However long its lines are, a log must not outgrow its own trimming.
+constexpr auto noSizeLimit = std::numeric_limits<std::size_t>::max();
+
+}  // namespace
+
 ErrorLogger::ErrorLogger(const PersistenceManager& persistence, std::size_t maxLines, WallClock now)
     : url(persistence.appSupportURL / "error.log"), maxLines(maxLines), now(std::move(now)) {}
 
@@ -41,6 +48,11 @@ std::string ErrorLogger::timestamp() const {
     return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts)};
 }
 
+std::string ErrorLogger::text() const {
+    auto content = files::read(url, noSizeLimit);
+    return content && text::isValidUtf8(*content) ? *std::move(content) : "";
+}
+
 std::string ErrorLogger::entryLine(std::string_view message) const {
     return "[" + timestamp() + "] " + std::string(message);
 }
@@ -56,20 +68,17 @@ void ErrorLogger::replace(std::string_view text) const {
 }
 
 void ErrorLogger::trim() const {
-    // However long its lines are, a log must not outgrow its own trimming.
-    const auto content = files::read(url, std::numeric_limits<std::size_t>::max());
-    if (!content || content->empty()) return;
-    const bool endsInLineFeed = content->back() == '\n';
-    const auto lineFeeds = static_cast<std::size_t>(std::count(content->begin(), content->end(), '\n'));
+    const std::string content = files::read(url, noSizeLimit).value_or("");
+    if (content.empty()) return;
+    const bool endsInLineFeed = content.back() == '\n';
+    const auto lineFeeds = static_cast<std::size_t>(std::ranges::count(content, '\n'));
     const std::size_t lines = lineFeeds + (endsInLineFeed ? 0 : 1);
-    if (lines <= maxLines || !text::isValidUtf8(*content)) return;
+    if (lines <= maxLines || !text::isValidUtf8(content)) return;
 
     std::size_t start = 0;
     for (std::size_t dropped = 0; dropped < lines - maxLines; ++dropped)
-        start = content->find('\n', start) + 1;
-    std::string kept = content->substr(start);
-    if (!endsInLineFeed) kept += '\n';
-    files::writeAtomically(url, kept);
+        start = content.find('\n', start) + 1;
+    files::writeAtomically(url, content.substr(start) + (endsInLineFeed ? "" : "\n"));
 }
 
 }  // namespace quorvel

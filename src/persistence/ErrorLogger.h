@@ -34,6 +34,9 @@ public:
     /// Replaces the whole log with the text, which gets a line feed at its end when it has none.
     void resetWithHeader(std::string_view text) const;
 
+    /// The whole log; empty when its file is missing, unreadable or not valid UTF-8.
+    std::string text() const;
+
     /// The present time as entry lines show it: ISO 8601, UTC, to the second, for example
     /// 2025-03-04T05:06:07Z.
     std::string timestamp() const;

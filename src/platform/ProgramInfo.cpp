@@ -13,4 +13,8 @@ const std::string_view hubURL = QUORVEL_HUB_URL;
 const std::string_view supportMailbox = QUORVEL_SUPPORT_MAILBOX;
 }  // namespace addresses
 
+std::string appPageURL(std::int64_t catalogId) {
+    return std::string(siteURL) + "/app/mac/" + std::to_string(catalogId);
+}
+
 }  // namespace quorvel

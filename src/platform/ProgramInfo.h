@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,5 +23,8 @@ extern const std::string_view siteURL;
 extern const std::string_view hubURL;
 extern const std::string_view supportMailbox;
 }  // namespace addresses
+
+/// The catalog's page for an application.
+std::string appPageURL(std::int64_t catalogId);
 
 }  // namespace quorvel

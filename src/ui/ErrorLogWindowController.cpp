@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include "ui/LogText.h"
-
 namespace quorvel {
 
 namespace {
@@ -16,6 +14,11 @@ constexpr const char* copyTitle = "Copy";
 ErrorLogWindowController::ErrorLogWindowController(ErrorLogger logger, Pasteboard& pasteboard)
     : logger(std::move(logger)), pasteboard(pasteboard) {}
 
+std::string ErrorLogWindowController::shownText(const ErrorLogger& logger) {
+    const std::string text = logger.text();
+    return text.empty() ? "(No log entries)" : text;
+}
+
 WindowContent ErrorLogWindowController::makeContentView() const {
     return {.title = "Error Log",
             .width = 600,
@@ -24,23 +27,15 @@ WindowContent ErrorLogWindowController::makeContentView() const {
             .views = {TextView{.frame = {0, 40, 600, 360},
                                .font = {FontRole::monospaced, 11},
                                .inset = 8,
-                               .text = shownLogText(logger.url)},
+                               .text = shownText(logger)},
                       Button{{8, 8, 80, 24}, refreshTitle, Button::Style::rounded},
                       Button{{96, 8, 80, 24}, copyTitle, Button::Style::rounded}}};
 }
 
 void ErrorLogWindowController::buttonPressed(const std::string& title) {
-    if (title == refreshTitle) loadLog();
-    if (title == copyTitle) copyLog();
-}
-
-void ErrorLogWindowController::loadLog() const {
-    window->setText(shownLogText(logger.url));
-}
-
-void ErrorLogWindowController::copyLog() const {
+    if (title == refreshTitle) window->setText(shownText(logger));
     // The file's present text, also where the window shows an older one.
-    pasteboard.setText(shownLogText(logger.url));
+    if (title == copyTitle) pasteboard.setText(shownText(logger));
 }
 
 }  // namespace quorvel

@@ -12,13 +12,13 @@ public:
     /// `pasteboard` outlives the controller.
     ErrorLogWindowController(ErrorLogger logger, Pasteboard& pasteboard);
 
+    /// The log's text as users see it: "(No log entries)" for none.
+    static std::string shownText(const ErrorLogger& logger);
+
     WindowContent makeContentView() const override;
     void buttonPressed(const std::string& title) override;
 
 private:
-    void loadLog() const;
-    void copyLog() const;
-
     const ErrorLogger logger;
     Pasteboard& pasteboard;
 };

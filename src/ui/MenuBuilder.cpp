@@ -9,8 +9,7 @@
 #include "platform/ProgramInfo.h"
 #include "platform/text/Text.h"
 #include "ui/ActionTarget.h"
-#include "ui/LogText.h"
-#include "ui/PercentEncoding.h"
+#include "ui/ErrorLogWindowController.h"
 #include "ui/ReportMail.h"
 #include "ui/StatusItemController.h"
 
@@ -63,12 +62,8 @@ MenuItem delegateItem(const MenuContext& context, std::string title, void (Appli
     });
 }
 
-std::string appPageURL(const AppUpdate& update) {
-    return std::string(siteURL) + "/app/mac/" + std::to_string(update.obAppId);
-}
-
-std::string submitURL(const AppUpdate& update) {
-    return std::string(siteURL) + "/content/submit/" + std::to_string(update.obAppId);
+std::string submitURL(std::int64_t catalogId) {
+    return std::string(siteURL) + "/content/submit/" + std::to_string(catalogId);
 }
 
 MenuItem checkItem(const MenuContext& context, bool isFetching, Action onCheck) {
@@ -158,8 +153,28 @@ std::string shortName(const std::string& name) {
     return std::string(text::trimmed(text::firstGraphemes(name, longestReportedName))) + "…";
 }
 
-std::filesystem::path logFile(const MenuContext& context) {
-    return ErrorLogger(context.persistence).url;
+/// Each percent sign begins an escape of two digits, and at most one number sign sets off a fragment.
+bool hasOnlyURLCharacters(std::string_view text) {
+    constexpr std::string_view hexDigits = "0123456789ABCDEFabcdef";
+    constexpr std::string_view allowed =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~!$&'()*+,;=:@/?%#";
+    if (text.find_first_not_of(allowed) != std::string_view::npos) return false;
+    for (auto at = text.find('%'); at != std::string_view::npos; at = text.find('%', at + 1)) {
+        const auto digits = text.substr(at + 1, 2);
+        if (digits.size() != 2 || digits.find_first_not_of(hexDigits) != std::string_view::npos) return false;
+    }
+    return std::ranges::count(text, '#') <= 1;
+}
+
+/// Whether `text` is an https or mailto URL, the only ones that this program opens, made of nothing but the
+/// characters that RFC 3986 has in a URL.
+bool isOpenableURL(std::string_view text) {
+    for (const std::string_view prefix : {"https://", "mailto:"}) {
+        if (!text.starts_with(prefix)) continue;
+        const auto rest = text.substr(prefix.size());
+        return rest.find_first_of("/?#") != 0 && !rest.empty() && hasOnlyURLCharacters(rest);
+    }
+    return false;
 }
 
 void composeMail(Workspace& workspace, std::string_view subject, std::string_view text,
@@ -194,9 +209,9 @@ std::shared_ptr<const Menu> MenuBuilder::buildUpdateSubmenu(const MenuContext& c
                                                             const UpdateAction& onIgnore) {
     // Shared by the items: a menu can list hundreds of updates.
     const auto shared = std::make_shared<const AppUpdate>(update);
-    const auto link = [&](std::string title, std::string (*url)(const AppUpdate&)) {
+    const auto link = [&](std::string title, std::string (*url)(std::int64_t)) {
         return makeActionItem(std::move(title), [&workspace = context.workspace, shared, url] {
-            openLink(workspace, url(*shared));
+            openLink(workspace, url(shared->obAppId));
         });
     };
     return menuOf({link("Open App Page", appPageURL),
@@ -232,14 +247,15 @@ void MenuBuilder::composeUpdateReport(const MenuContext& context, const AppUpdat
     const auto& [name, bundleID, version, path, icon] = update.app;
     std::string body = "App: " + name + "\nLocal version: " + version +
                        "\nLatest version on Orbisto: " + update.latestVersion +
-                       "\nOrbisto page: " + appPageURL(update);
-    const std::string log = logText(logFile(context));
+                       "\nOrbisto page: " + appPageURL(update.obAppId);
+    const std::string log = ErrorLogger(context.persistence).text();
     if (!log.empty()) body += "\n\nError Log:\n---\n";
     composeMail(context.workspace, "Issue with " + name + " in Quorvel", body, log);
 }
 
 void MenuBuilder::composeGeneralReport(const MenuContext& context) {
-    composeMail(context.workspace, "Quorvel Issue Report", "", shownLogText(logFile(context)));
+    composeMail(context.workspace, "Quorvel Issue Report", "",
+                ErrorLogWindowController::shownText(ErrorLogger(context.persistence)));
 }
 
 void MenuBuilder::openLink(Workspace& workspace, const std::string& url) {

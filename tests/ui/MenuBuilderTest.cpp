@@ -133,32 +133,22 @@ TEST_F(MenuBuilderTest, laysOutTheWholeMenu) {
 
 TEST_F(MenuBuilderTest, listsUpdatesOrSaysWhyItDoesNot) {
     const auto a = update("A"), b = update("B", "1", "3");
-    struct Row {
+    const struct {
         std::vector<AppUpdate> updates;
         bool failed;
         std::optional<std::string> error;
         const char* expected;
-    };
-    const Row rows[] = {
-        {{}, false, {}, "(0)\n!No Updates Available\n"},
-        {{ignored(a), ignored(b)}, false, {}, "(0)\n!No Updates Available\n"},
-        {{b, ignored(a), a}, false, {}, "(2)\nB (1 → 3)\nA (1.0 → 2.0)\n"},
-        {{a, b, ignored(a)}, true, "Off\nline & _on_.", "(2)\n!Last check failed\n!Off\nline & _on_.\n"},
-        {{a}, true, {}, "(1)\n!Last check failed\n"},
-        {{}, true, "", "(0)\n!Last check failed\n!\n"},
-        {{a}, false, "an error that is over", "(1)\nA (1.0 → 2.0)\n"},
+    } rows[] = {
+        {{ignored(a), ignored(b)}, false, {}, "(0)\n  !No Updates Available\n"},
+        {{a, b, ignored(a)}, true, "Off & _on_.", "(2)\n  !Last check failed\n  !Off & _on_.\n"},
+        {{a}, true, {}, "(1)\n  !Last check failed\n"},
     };
     for (const auto& row : rows) {
         updates = row.updates;
         failed = row.failed;
         error = row.error;
-        const auto menu = build();
-        const auto& header = itemAt(*menu, {"New Versions…"});
-        std::string shown = header.title + "\n";
-        for (const auto& item : header.submenu->items) {
-            shown += (item.isEnabled ? "" : "!") + item.title + "\n";
-        }
-        EXPECT_EQ(shown, "New Versions Available " + std::string(row.expected));
+        EXPECT_TRUE(outline(*build()).contains("New Versions Available " + std::string(row.expected) + "---"))
+            << outline(*build());
     }
 }
 
@@ -173,14 +163,9 @@ TEST_F(MenuBuilderTest, breaksTitlesByUserPerceivedCharacters) {
         {repeated("n", 20), repeated("1", 7), repeated("2", 7), true},
         {repeated("n", 20), repeated("1", 7), repeated("2", 8), false},
         {repeated("n", 21), "1", "2", false},
-        {"n", repeated("1", 17), repeated("2", 16), true},
-        {"n", repeated("1", 17), repeated("2", 17), false},
         {repeated(family.c_str(), 20), "1", "2", true},
         {repeated(family.c_str(), 21), "1", "2", false},
         {repeated(accented.c_str(), 20), repeated(accented.c_str(), 7), repeated(flag.c_str(), 7), true},
-        {repeated(accented.c_str(), 20), repeated(accented.c_str(), 7), repeated(flag.c_str(), 8), false},
-        {repeated("藍", 20), "1", "2", true},
-        {"", "", "", true},
     };
     for (const auto& [name, local, latest, onOneLine] : rows) {
         updates = {update(name, local, latest)};
@@ -201,11 +186,8 @@ TEST_F(MenuBuilderTest, shortensNamesInReportTitles) {
         {repeated("n", 15), repeated("n", 15)},
         {repeated("n", 16), repeated("n", 15) + "…"},
         {"Fourteen chars  and more", "Fourteen chars…"},
-        {"\t Indented much and on", "Indented much…"},
-        {" short ", " short "},
         {"Thirteen    \nx\u00A0and more", "Thirteen    \nx…"},
         {repeated("🇫🇷", 16), repeated("🇫🇷", 15) + "…"},
-        {repeated("e\u0301", 15), repeated("e\u0301", 15)},
         {repeated(" ", 16), "…"},
     };
     for (const auto& [name, expected] : rows)
@@ -214,59 +196,34 @@ TEST_F(MenuBuilderTest, shortensNamesInReportTitles) {
             "Report " + expected + " Issue");
 }
 
-TEST_F(MenuBuilderTest, opensTheCatalogsPages) {
-    updates = {update("Amberleaf")};
-    updates[0].obAppId = -9007199254740993;
-    EXPECT_EQ(opened({"New Versions…", "Amberleaf…", "Open App Page"}),
-              Opened{"https://www.orbisto.example/app/mac/-9007199254740993"});
-    EXPECT_EQ(opened({"New Versions…", "Amberleaf…", "Submit Changes"}),
-              Opened{"https://www.orbisto.example/content/submit/-9007199254740993"});
-    EXPECT_EQ(opened({"Go to Orbisto Website"}), Opened{"https://www.orbisto.example"});
-    EXPECT_EQ(opened({"Feedback"}), Opened{"mailto:support@orbisto.example?subject=Quorvel%20Feedback"});
-    EXPECT_EQ(opened({"Try Orbisto Hub app"}), Opened{"https://hub.orbisto.example/"});
-    EXPECT_EQ(calls, "try ");
-}
-
 TEST_F(MenuBuilderTest, runsWhatEachItemStandsFor) {
     updates = {update("Amberleaf"), update("Brindle")};
+    updates[1].obAppId = -9007199254740993;
     const auto menu = build();
-    choose(*menu, {"Check for Updates"});
-    choose(*menu, {"New Versions…", "Brindle…", "Ignore This Version"});
-    choose(*menu, {"New Versions…", "Brindle…", "Show in Finder"});
-    choose(*menu, {"Settings", "Open at Login"});
-    choose(*menu, {"Settings", "Show Error Log"});
-    choose(*menu, {"Settings", "Ignored Versions"});
-    choose(*menu, {"About"});
-    choose(*menu, {"Quit"});
-    EXPECT_EQ(calls, "check ignore Brindle login changed log ignored about ");
+    for (const MenuPath item :
+         {MenuPath{"Check for Updates"}, MenuPath{"New Versions…", "Brindle…", "Open App Page"},
+          MenuPath{"New Versions…", "Brindle…", "Show in Finder"},
+          MenuPath{"New Versions…", "Brindle…", "Submit Changes"},
+          MenuPath{"New Versions…", "Brindle…", "Ignore This Version"}, MenuPath{"Settings", "Open at Login"},
+          MenuPath{"Settings", "Show Error Log"}, MenuPath{"Settings", "Ignored Versions"},
+          MenuPath{"Try Orbisto Hub app"}, MenuPath{"Go to Orbisto Website"}, MenuPath{"Feedback"},
+          MenuPath{"About"}, MenuPath{"Quit"}})
+        choose(*menu, item);
+    EXPECT_EQ(calls, "check ignore Brindle login changed log ignored try about ");
+    EXPECT_EQ(workspace.opened, (Opened{"https://www.orbisto.example/app/mac/-9007199254740993",
+                                        "https://www.orbisto.example/content/submit/-9007199254740993",
+                                        "https://hub.orbisto.example/", "https://www.orbisto.example",
+                                        "mailto:support@orbisto.example?subject=Quorvel%20Feedback"}));
     EXPECT_EQ(workspace.selected, std::vector<std::filesystem::path>{"/Applications/Brindle.app"});
     EXPECT_EQ(application.terminations, 1);
     EXPECT_TRUE(alerts.shown.empty());
-    EXPECT_TRUE(workspace.opened.empty());
-}
 
-TEST_F(MenuBuilderTest, keepsWhatItSaidOfARunningCheck) {
-    isFetching = true;
-    const auto menu = build();
-    isFetching = false;
-    choose(*menu, {"Check for Updates"});
-    EXPECT_EQ(alerts.shown, std::vector<std::string>{"Update check is already running.|"});
-    EXPECT_EQ(calls, "");
-    alerts.dismiss();
-    EXPECT_EQ(calls, "");
-}
-
-TEST_F(MenuBuilderTest, doesNothingForADelegateThatIsGone) {
-    const auto menu = build();
+    calls.clear();
     delegate.reset();
-    choose(*menu, {"About"});
-    choose(*menu, {"Settings", "Show Error Log"});
-    choose(*menu, {"Settings", "Ignored Versions"});
-    EXPECT_EQ(calls, "");
-    choose(*menu, {"Settings", "Open at Login"});
-    choose(*menu, {"Settings", "Color Icon"});
-    EXPECT_EQ(calls, "changed changed ");
-    EXPECT_FALSE(std::filesystem::exists(folder.path / "settings.json"));
+    for (const MenuPath item : {MenuPath{"About"}, MenuPath{"Settings", "Show Error Log"},
+                                MenuPath{"Settings", "Open at Login"}, MenuPath{"Settings", "Color Icon"}})
+        choose(*menu, item);
+    EXPECT_EQ(calls, "changed changed ") << "the delegate is gone";
 }
 
 TEST_F(MenuBuilderTest, flipsTheStoredColorIconWhateverTheMenuShows) {
@@ -289,11 +246,8 @@ TEST_F(MenuBuilderTest, flipsTheStoredColorIconWhateverTheMenuShows) {
 TEST_F(MenuBuilderTest, itemsMayReplaceTheirOwnMenu) {
     std::shared_ptr<const Menu> menu;
     std::string seen;
-    std::weak_ptr<MenuTarget> target;
     menu = MenuBuilder::buildSettingsSubmenu(context(), {}, [&, kept = std::string(64, 'k')] {
-        target = itemAt(*menu, {"Color Icon"}).target;
         menu.reset();
-        EXPECT_TRUE(target.expired());
         seen = kept;
     });
     choose(*menu, {"Color Icon"});
@@ -302,30 +256,24 @@ TEST_F(MenuBuilderTest, itemsMayReplaceTheirOwnMenu) {
 
 TEST_F(MenuBuilderTest, composesReportsWithTheLogsText) {
     const std::string subjectOf = "mailto:support@orbisto.example?subject=";
-    const std::string updateStart =
-        subjectOf +
-        "Issue%20with%20T&C=%20%E8%97%8D%25%20in%20Quorvel&body="
-        "App:%20T&C=%20%E8%97%8D%25%0ALocal%20version:%201.0%0ALatest%20version%20on%20Orbisto:%202.0+%23"
-        "%0AOrbisto%20page:%20https://www.orbisto.example/app/mac/5123";
-    const std::string generalStart = subjectOf + "Quorvel%20Issue%20Report&body=";
-    const std::string none = generalStart + "(No%20log%20entries)";
-    const struct {
-        std::optional<std::string> log;
-        std::string updateEnd, general;
-    } rows[] = {
-        {std::nullopt, "", none},
-        {"", "", none},
-        {"a \xFF b\n", "", none},
-        {"[x] \"é\"\n", "%0A%0AError%20Log:%0A---%0A%5Bx%5D%20%22%C3%A9%22%0A",
-         generalStart + "%5Bx%5D%20%22%C3%A9%22%0A"},
-    };
+    const std::string general = subjectOf + "Quorvel%20Issue%20Report&body=";
     updates = {update("T&C= 藍%", "1.0", "2.0+#")};
-    for (const auto& [log, updateEnd, general] : rows) {
-        if (log) folder.write("error.log", *log);
-        EXPECT_EQ(opened({"New Versions…", "T&C…", "Report T&C= 藍% Issue"}),
-                  Opened{updateStart + updateEnd});
-        EXPECT_EQ(opened({"Settings", "Report Quorvel Issue"}), Opened{general});
-    }
+    const auto expectReports = [&](const std::string& updateEnd, const std::string& generalEnd) {
+        EXPECT_EQ(
+            opened({"New Versions…", "T&C…", "Report T&C= 藍% Issue"}),
+            Opened{subjectOf +
+                   "Issue%20with%20T&C=%20%E8%97%8D%25%20in%20Quorvel&body="
+                   "App:%20T&C=%20%E8%97%8D%25%0ALocal%20version:%201.0%0ALatest%20version%20on%20Orbisto:"
+                   "%202.0+%23%0AOrbisto%20page:%20https://www.orbisto.example/app/mac/5123" +
+                   updateEnd});
+        EXPECT_EQ(opened({"Settings", "Report Quorvel Issue"}), Opened{general + generalEnd});
+    };
+    expectReports("", "(No%20log%20entries)");
+    folder.write("error.log", "[x] \"az AZ-09._~\"\n");
+    expectReports("%0A%0AError%20Log:%0A---%0A%5Bx%5D%20%22az%20AZ-09._~%22%0A",
+                  "%5Bx%5D%20%22az%20AZ-09._~%22%0A");
+    MenuBuilder::composeUpdateReport(context(), update("bad \xC3 name"));
+    EXPECT_EQ(workspace.opened.size(), 1U) << "no report of what is no Unicode";
 }
 
 TEST_F(MenuBuilderTest, aReportThatIsTooLongForTheDesktopLosesTheOldestLinesOfTheLog) {
@@ -352,36 +300,24 @@ TEST_F(MenuBuilderTest, aReportThatIsTooLongForTheDesktopLosesTheOldestLinesOfTh
                     .ends_with("123%0A%0AError%20Log:%0A---%0A" + notice("4")));
 }
 
-TEST_F(MenuBuilderTest, composesNoReportOfWhatIsNoUnicode) {
-    MenuBuilder::composeUpdateReport(context(), update("bad \xC3 name"));
-    MenuBuilder::composeUpdateReport(context(), update("A", "bad \xC3 version"));
-    EXPECT_EQ(workspace.opened, Opened{});
-}
-
 TEST_F(MenuBuilderTest, opensNothingButHttpsAndMailAddresses) {
     const struct {
         const char* url;
         bool opens;
     } rows[] = {
-        {"https://www.orbisto.example", true},
         {"https://www.orbisto.example/privacy#quorvel", true},
         {"mailto:a@b.example?subject=x%20y&body=%F0%9F", true},
         {"http://www.orbisto.example", false},
         {"file:///etc/passwd", false},
-        {"javascript:alert(1)", false},
         {"https:www.orbisto.example", false},
         {"https://", false},
-        {"https:///path", false},
         {"mailto:", false},
-        {"mailto:?subject=x", false},
-        {"https://a b.example", false},
         {"https://a.example/\n", false},
         {"https://a.example/é", false},
         {"https://a.example/%", false},
-        {"https://a.example/%4", false},
         {"https://a.example/%4g", false},
         {"https://a.example/#a#b", false},
-        {"--help", false},
+        {"https://?x", false},
         {"", false},
     };
     for (const auto& [url, opens] : rows) {

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sstream>
 
 #include "support/FakeDesktop.h"
 #include "support/TemporaryFolder.h"
@@ -9,48 +10,36 @@
 namespace quorvel {
 namespace {
 
-std::string frameText(const Frame& frame) {
-    std::ostringstream text;
-    text << " (" << frame.x << "," << frame.y << "," << frame.width << "," << frame.height << ")";
-    return text.str();
-}
-
-std::string fontText(const Font& font) {
-    const char* const roles[] = {"system", "bold", "monospaced"};
-    return std::string(" ") + roles[static_cast<int>(font.role)] +
-           std::to_string(static_cast<int>(font.points));
-}
-
-struct Describe {
-    std::string operator()(const Label& label) const {
-        const char* const colors[] = {"", " secondary", " tertiary"};
-        return "label " + label.text + fontText(label.font) + colors[static_cast<int>(label.color)] +
-               frameText(label.frame);
-    }
-    std::string operator()(const Button& button) const {
-        return (button.style == Button::Style::link ? "link " : "button ") + button.title +
-               frameText(button.frame);
-    }
-    std::string operator()(const TextView& view) const {
-        return "text" + fontText(view.font) + " inset " + std::to_string(static_cast<int>(view.inset)) +
-               frameText(view.frame);
-    }
-    std::string operator()(const TableView& table) const {
-        std::string text = "table" + fontText(table.font) + " rows " +
-                           std::to_string(static_cast<int>(table.rowHeight)) + frameText(table.frame);
-        for (const auto& column : table.columns)
-            text += " " + column.identifier + "=" + column.title + frameText({0, 0, column.width, 0});
-        return text;
-    }
-};
-
-/// A window as text, its views a line each.
+/// A window as text, its views a line each: kind, frame, font and what it says.
 std::string describe(const WindowContent& window) {
-    std::string text = window.title + frameText({0, 0, window.width, window.height}) +
-                       (window.isResizable ? " resizable\n" : "\n");
-    for (const auto& view : window.views)
-        text += std::visit(Describe(), view) + "\n";
-    return text;
+    std::ostringstream text;
+    const auto frame = [&](const char* kind, const Frame& of) -> std::ostream& {
+        return text << kind << " " << of.x << "," << of.y << " " << of.width << "x" << of.height << " ";
+    };
+    const auto font = [&](const Font& of) -> std::ostream& {
+        const char* const roles[] = {"system", "bold", "monospaced"};
+        return text << roles[static_cast<int>(of.role)] << of.points << " ";
+    };
+    text << window.title << " " << window.width << "x" << window.height
+         << (window.isResizable ? " resizable\n" : "\n");
+    for (const auto& view : window.views) {
+        if (const auto* label = std::get_if<Label>(&view)) {
+            frame("label", label->frame);
+            font(label->font) << "color" << static_cast<int>(label->color) << " " << label->text;
+        } else if (const auto* button = std::get_if<Button>(&view)) {
+            frame(button->style == Button::Style::link ? "link" : "button", button->frame) << button->title;
+        } else if (const auto* log = std::get_if<TextView>(&view)) {
+            frame("text", log->frame) << log->inset << " ";
+            font(log->font) << log->text;
+        } else if (const auto* table = std::get_if<TableView>(&view)) {
+            frame("table", table->frame) << table->rowHeight << " ";
+            font(table->font);
+            for (const auto& column : table->columns)
+                text << column.identifier << "=" << column.title << " " << column.width << " ";
+        }
+        text << "\n";
+    }
+    return text.str();
 }
 
 class WindowControllersTest : public testing::Test {
@@ -62,37 +51,18 @@ protected:
     FakePasteboard pasteboard;
 };
 
-TEST_F(WindowControllersTest, aboutShowsWhatItReadWhenItWasMade) {
-    const InstanceStore store(persistence);
-    const auto make = [&](const ProgramInfo& program) {
-        return makeWindowController<AboutWindowController>(server, program, store, workspace);
-    };
-    const auto controller = make({"com.ob.quorvel", "1.4.2"});
-    store.save(12345);
-    controller->showWindow();
-    controller->showWindow();
-    ASSERT_EQ(server.windows.size(), 1U);
-    EXPECT_EQ(server.windows[0]->shows, 2);
-    const std::string expected =
-        "About Quorvel (0,0,400,320)\n"
-        "label Quorvel bold18 (0,220,400,30)\n"
-        "label Version 1.4.2 system13 secondary (0,188,400,22)\n"
-        "label Instance ID: not registered yet system11 tertiary (0,164,400,18)\n"
-        "link Orbisto Website (50,120,140,22)\n"
-        "link Orbisto Hub (210,120,140,22)\n"
-        "link Terms of Use (90,80,100,22)\n"
-        "link Privacy Policy (210,80,110,22)\n";
-    EXPECT_EQ(describe(server.windows[0]->content), expected);
-
-    const auto unnamed = make({});
-    const auto views = server.windows[1]->content.views;
-    EXPECT_EQ(std::get<Label>(views.at(1)).text, "Version ");
-    EXPECT_EQ(std::get<Label>(views.at(2)).text, "Instance ID: 12345");
-}
-
-TEST_F(WindowControllersTest, aboutOpensItsFourPages) {
+TEST_F(WindowControllersTest, aboutNamesTheProgramAndOpensItsFourPages) {
     const auto controller = makeWindowController<AboutWindowController>(
-        server, ProgramInfo{}, InstanceStore(persistence), workspace);
+        server, ProgramInfo{"com.ob.quorvel", "1.4.2"}, InstanceStore(persistence), workspace);
+    EXPECT_EQ(describe(server.windows.at(0)->content),
+              "About Quorvel 400x320\n"
+              "label 0,220 400x30 bold18 color0 Quorvel\n"
+              "label 0,188 400x22 system13 color1 Version 1.4.2\n"
+              "label 0,164 400x18 system11 color2 Instance ID: not registered yet\n"
+              "link 50,120 140x22 Orbisto Website\n"
+              "link 210,120 140x22 Orbisto Hub\n"
+              "link 90,80 100x22 Terms of Use\n"
+              "link 210,80 110x22 Privacy Policy\n");
     for (const char* title : {"Orbisto Website", "Orbisto Hub", "Terms of Use", "Privacy Policy"})
         server.windows[0]->press(title);
     EXPECT_EQ(workspace.opened,
@@ -106,69 +76,49 @@ TEST_F(WindowControllersTest, theErrorLogIsReadAgainOnlyOnRefreshAndCopy) {
         makeWindowController<ErrorLogWindowController>(server, ErrorLogger(persistence), pasteboard);
     const auto& window = *server.windows.at(0);
     EXPECT_EQ(describe(window.content),
-              "Error Log (0,0,600,400) resizable\n"
-              "text monospaced11 inset 8 (0,40,600,360)\n"
-              "button Refresh (8,8,80,24)\n"
-              "button Copy (96,8,80,24)\n");
-    // What the file holds, what the window then shows, and what it shows and copies after a refresh.
-    const struct {
-        const char *content, *refreshed;
-    } rows[] = {
+              "Error Log 600x400 resizable\n"
+              "text 0,40 600x360 8 monospaced11 (No log entries)\n"
+              "button 8,8 80x24 Refresh\n"
+              "button 96,8 80x24 Copy\n");
+    // What the file holds, and what the window shows and copies after a refresh.
+    const std::pair<std::string, std::string> rows[] = {
         {"first\nline é\n", "first\nline é\n"},
-        {"", "(No log entries)"},
         {"not \xC3( UTF-8", "(No log entries)"},
-        {"\n", "\n"},
+        {std::string(9'000'000, 'l'), std::string(9'000'000, 'l')},
     };
     std::string before = "(No log entries)";
-    EXPECT_EQ(window.text, before);
-    window.press("Copy");
-    EXPECT_EQ(pasteboard.content, before);
     for (const auto& [content, refreshed] : rows) {
         folder.write("error.log", content);
-        controller->showWindow();
         window.press("Copy");
-        EXPECT_EQ(window.text, before) << content;
-        EXPECT_EQ(pasteboard.content, refreshed) << content;
+        EXPECT_TRUE(window.text == before && pasteboard.content == refreshed) << content.substr(0, 80);
         window.press("Refresh");
-        EXPECT_EQ(window.text, refreshed) << content;
+        EXPECT_TRUE(window.text == refreshed) << content.substr(0, 80);
         before = refreshed;
     }
-    // The log's lines are bounded, not its bytes.
-    folder.write("error.log", std::string(9'000'000, 'l'));
-    window.press("Copy");
-    EXPECT_EQ(pasteboard.content.size(), 9'000'000U);
 }
 
 TEST_F(WindowControllersTest, theIgnoredListReadsItsFileForEveryQuestion) {
     const IgnoredVersionsStore store(persistence);
     int resets = 0;
     const auto controller = makeWindowController<IgnoredListWindowController>(server, store, [&] {
-        EXPECT_TRUE(store.load().empty()) << "the list is empty when its reset is told";
+        EXPECT_TRUE(store.load().empty());
         ++resets;
     });
     const auto& window = *server.windows.at(0);
     EXPECT_EQ(describe(window.content),
-              "Ignored Versions (0,0,480,320) resizable\n"
-              "table system13 rows 20 (0,44,480,276) name=App Name (0,0,280,0) version=Ignored Version "
-              "(0,0,160,0)\n"
-              "button Reset All (8,8,90,28)\n");
-    EXPECT_EQ(window.rows(), TableRows{});
-
+              "Ignored Versions 480x320 resizable\n"
+              "table 0,44 480x276 20 system13 name=App Name 280 version=Ignored Version 160 \n"
+              "button 8,8 90x28 Reset All\n");
     store.ignore("3", "Zebra", "a");
     store.ignore("2.0 beta", "apple", "b");
-    store.ignore("1", "", "c");
-    store.ignore("4", "Éclair", "d");
-    EXPECT_EQ(window.rows(), (TableRows{{"", "1"}, {"apple", "2.0 beta"}, {"Éclair", "4"}, {"Zebra", "3"}}));
-    EXPECT_EQ(window.reloads, 0);
-
-    for (int presses = 1; presses <= 2; ++presses) {
-        window.press("Reset All");
-        EXPECT_EQ(window.rows(), TableRows{});
-        EXPECT_EQ(window.reloads, presses);
-        EXPECT_EQ(resets, presses);
-    }
-    folder.write("ignored_versions.json", "[damaged");
+    store.ignore("1", "Éclair", "d");
+    store.ignore("4", "apple", "c");
+    EXPECT_EQ(window.rows(),
+              (TableRows{{"apple", "2.0 beta"}, {"apple", "4"}, {"Éclair", "1"}, {"Zebra", "3"}}));
+    window.press("Reset All");
     EXPECT_EQ(window.rows(), TableRows{});
+    EXPECT_EQ(window.reloads, 1);
+    EXPECT_EQ(resets, 1);
 }
 
 }  // namespace

@@ -1,13 +1,11 @@
 #include "platform/linux/desktop/DesktopWorkspace.h"
 
-#include <array>
-#include <cstdio>
 #include <memory>
-#include <string_view>
 #include <systemd/sd-bus.h>
 #include <utility>
 
 #include "platform/linux/bus/BusMessage.h"
+#include "platform/text/PercentEncoding.h"
 
 namespace quorvel {
 
@@ -70,21 +68,7 @@ void DesktopWorkspace::selectFile(const std::filesystem::path& path) {
 }
 
 std::string fileURL(const std::filesystem::path& path) {
-    constexpr std::string_view unreserved = "-._~/";
-    std::string url = "file://";
-    for (const char character : path.string()) {
-        const auto byte = static_cast<unsigned char>(character);
-        const bool isAlphanumeric =
-            (byte >= '0' && byte <= '9') || ((byte | 0x20U) >= 'a' && (byte | 0x20U) <= 'z' && byte < 0x80);
-        if (isAlphanumeric || unreserved.contains(character)) {
-            url += character;
-            continue;
-        }
-        std::array<char, 4> escaped{};
-        std::snprintf(escaped.data(), escaped.size(), "%%%02X", static_cast<unsigned>(byte));
-        url += escaped.data();
-    }
-    return url;
+    return "file://" + text::percentEncoded(path.string(), "-._~/");
 }
 
 }  // namespace quorvel

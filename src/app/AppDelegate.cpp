@@ -6,6 +6,7 @@
 
 #include "check/TrackingEvent.h"
 #include "platform/OperatingSystem.h"
+#include "platform/Weakly.h"
 #include "scanner/AppScannerService.h"
 #include "ui/MenuBuilder.h"
 #include "versions/VersionComparator.h"
@@ -66,11 +67,7 @@ OrbistoAPIService AppDelegate::makeAPIService() const {
 
 template <typename Operation>
 auto AppDelegate::weakly(Operation operation) {
-    return [weakSelf = weak_from_this(), operation](auto&&... arguments) {
-        if (const auto self = weakSelf.lock()) {
-            (self.get()->*operation)(std::forward<decltype(arguments)>(arguments)...);
-        }
-    };
+    return quorvel::weakly(shared_from_this(), operation);
 }
 
 // Launch
@@ -88,17 +85,11 @@ void AppDelegate::applicationDidFinishLaunching() {
 }
 
 void AppDelegate::installUncaughtExceptionHandler() const {
-    const auto handler = std::make_shared<const UncaughtExceptionHandler>(
-        UncaughtExceptionHandler::Parts{.mainQueue = platform.lastResort.queue,
-                                        .session = platform.lastResort.session,
-                                        .alerts = platform.lastResort.alerts,
-                                        .persistence = platform.persistence,
-                                        .environment = platform.environment,
-                                        .wallClock = platform.wallClock,
-                                        .catalogURL = platform.catalogURL,
-                                        .exit = platform.lastResort.exit});
-    platform.lastResort.setHandler(
-        [handler](const UncaughtException& exception) { handler->handle(exception); });
+    const auto& [queue, session, alerts, setHandler, exit] = platform.lastResort;
+    UncaughtExceptionHandler handler(
+        makeErrorLogger(platform), InstanceStore(platform.persistence),
+        OrbistoAPIService(session, queue, platform.environment, platform.catalogURL), alerts, exit);
+    setHandler([handler](const UncaughtException& exception) mutable { handler.handle(exception); });
 }
 
 void AppDelegate::startLaunchLog() const {
@@ -125,13 +116,13 @@ void AppDelegate::runManualCheck() {
     if (isFetching) return;
     setFetching(true);
     rebuildMenu();
-    startCheck("manual", &AppDelegate::finishManualCheck);
+    startCheck("manual", &AppDelegate::finishLaterCheck);
 }
 
 void AppDelegate::runBackgroundCheck() {
     setFetching(true);
     rebuildMenu();
-    startCheck("background", &AppDelegate::finishBackgroundCheck);
+    startCheck("background", &AppDelegate::finishLaterCheck);
 }
 
 void AppDelegate::startCheck(std::string_view trigger, void (AppDelegate::*finish)(CheckResult)) {
@@ -144,7 +135,7 @@ void AppDelegate::startCheck(std::string_view trigger, void (AppDelegate::*finis
 }
 
 void AppDelegate::finishLaunchCheck(CheckResult result) {
-    takeResult(std::move(result), &ErrorLogger::log);
+    keepResult(std::move(result), &ErrorLogger::log);
     const auto duration = platform.steadyClock() - launchTime;
     stores.errorLogger.appendRaw("---");
     stores.errorLogger.log("Launch check completed in " + secondsText(duration) + "s");
@@ -152,17 +143,9 @@ void AppDelegate::finishLaunchCheck(CheckResult result) {
     startBackgroundTimer();
 }
 
-void AppDelegate::finishManualCheck(CheckResult result) {
-    finishLaterCheck(std::move(result));
-}
-
-void AppDelegate::finishBackgroundCheck(CheckResult result) {
-    finishLaterCheck(std::move(result));
-}
-
 /// After the launch, a failure replaces the log instead of ending the one that the launch began.
 void AppDelegate::finishLaterCheck(CheckResult result) {
-    takeResult(std::move(result), &ErrorLogger::resetWithEntry);
+    keepResult(std::move(result), &ErrorLogger::resetWithEntry);
     finishFetching();
 }
 
@@ -171,45 +154,38 @@ void AppDelegate::finishFetching() {
     rebuildMenu();
 }
 
-void AppDelegate::takeResult(CheckResult result, LogFailure logFailure) {
+void AppDelegate::keepResult(CheckResult result, LogFailure logFailure) {
+    lastCheckFailed = !result;
+    lastCheckError.reset();
     if (result) {
         lastUpdates = std::move(*result);
-        lastCheckFailed = false;
-        lastCheckError.reset();
     } else if (std::holds_alternative<UpdateCheckError::NoInternet>(result.error().kind)) {
-        takeMissingConnection();
+        lastCheckError = noConnectionText;
+        stores.errorLogger.appendRaw("---");
+        stores.errorLogger.log(noConnectionText);
+        retryWhenConnected();
     } else {
-        takeFailure(description(result.error()), logFailure);
+        lastCheckError = description(result.error());
+        (stores.errorLogger.*logFailure)(*lastCheckError);
+        sendCheckErrorReport(*lastCheckError);
     }
 }
 
-void AppDelegate::takeMissingConnection() {
-    lastCheckFailed = true;
-    lastCheckError = noConnectionText;
-    stores.errorLogger.appendRaw("---");
-    stores.errorLogger.log(noConnectionText);
-    // The monitor calls on its own queue, where nothing of the controller may be touched, not even its last
-    // reference.
-    auto& connectivity = updateCheckService->connectivity();
-    connectivity.setOnConnectivityRestored(
+/// The monitor calls on its own queue, where nothing of the controller may be touched, not even its last
+/// reference.
+void AppDelegate::retryWhenConnected() {
+    updateCheckService->connectivity().setOnConnectivityRestored(
         [&mainQueue = platform.mainQueue, retry = weakly(&AppDelegate::runLaunchCheck)] {
             mainQueue.post(retry);
         });
 }
 
-void AppDelegate::takeFailure(const std::string& description, LogFailure logFailure) {
-    lastCheckFailed = true;
-    lastCheckError = description;
-    (stores.errorLogger.*logFailure)(description);
-    sendCheckErrorReport(description);
-}
-
 void AppDelegate::sendCheckErrorReport(const std::string& description) const {
     const auto instanceId = stores.instanceStore.load();
     if (!instanceId) return;
-    std::optional<std::string> details = stores.errorLogger.text();
-    if (details->empty()) details.reset();
-    makeAPIService().reportError(description, *instanceId, details, [](const auto&) {});
+    const std::string log = stores.errorLogger.text();
+    makeAPIService().reportError(description, *instanceId, log.empty() ? std::nullopt : std::optional(log),
+                                 [](const auto&) {});
 }
 
 void AppDelegate::startBackgroundTimer() {

@@ -136,15 +136,12 @@ private:
     void startCheck(std::string_view trigger, void (AppDelegate::*finish)(CheckResult));
 
     void finishLaunchCheck(CheckResult result);
-    void finishManualCheck(CheckResult result);
-    void finishBackgroundCheck(CheckResult result);
     void finishLaterCheck(CheckResult result);
     void finishFetching();
 
     using LogFailure = void (ErrorLogger::*)(std::string_view) const;
-    void takeResult(CheckResult result, LogFailure logFailure);
-    void takeMissingConnection();
-    void takeFailure(const std::string& description, LogFailure logFailure);
+    void keepResult(CheckResult result, LogFailure logFailure);
+    void retryWhenConnected();
     void sendCheckErrorReport(const std::string& description) const;
     void startBackgroundTimer();
 

@@ -3,10 +3,6 @@
 #include <cstdlib>
 #include <utility>
 
-#include "api/OrbistoAPIService.h"
-#include "persistence/ErrorLogger.h"
-#include "persistence/InstanceStore.h"
-
 namespace quorvel {
 
 namespace {
@@ -15,29 +11,28 @@ constexpr const char* alertText = "Quorvel encountered an unexpected error and n
 
 std::string joined(const std::vector<std::string>& lines) {
     std::string text;
-    for (const auto& line : lines) {
-        if (!text.empty()) text += '\n';
-        text += line;
-    }
+    for (const auto& line : lines)
+        text += (text.empty() ? "" : "\n") + line;
     return text;
 }
 
 }  // namespace
 
-UncaughtExceptionHandler::UncaughtExceptionHandler(Parts parts) : parts(std::move(parts)) {}
+UncaughtExceptionHandler::UncaughtExceptionHandler(ErrorLogger errorLogger, InstanceStore instanceStore,
+                                                   OrbistoAPIService api, Alerts& alerts,
+                                                   std::function<void(int)> exit)
+    : errorLogger(std::move(errorLogger)),
+      instanceStore(std::move(instanceStore)),
+      api(std::move(api)),
+      alerts(alerts),
+      exit(std::move(exit)) {}
 
-void UncaughtExceptionHandler::handle(const UncaughtException& exception) const {
+void UncaughtExceptionHandler::handle(const UncaughtException& exception) {
     const std::string message = exception.name + ": " + exception.reason.value_or("no reason");
-    ErrorLogger(parts.persistence, ErrorLogger::defaultMaxLines, parts.wallClock).resetWithEntry(message);
-    report(message, exception);
-    parts.alerts.runAlert(alertText, message, [exit = parts.exit] { exit(EXIT_FAILURE); });
-}
-
-void UncaughtExceptionHandler::report(const std::string& message, const UncaughtException& exception) const {
-    const auto instanceId = InstanceStore(parts.persistence).load();
-    if (!instanceId) return;
-    OrbistoAPIService api(parts.session, parts.mainQueue, parts.environment, parts.catalogURL);
-    api.reportError(message, *instanceId, joined(exception.callStackSymbols), [](const auto&) {});
+    errorLogger.resetWithEntry(message);
+    if (const auto id = instanceStore.load())
+        api.reportError(message, *id, joined(exception.callStackSymbols), [](const auto&) {});
+    alerts.runAlert(alertText, message, [exit = exit] { exit(EXIT_FAILURE); });
 }
 
 }  // namespace quorvel

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <type_traits>
 #include <utility>
@@ -7,8 +8,8 @@
 namespace quorvel {
 
 /// `function` as a callback that does nothing once `owner` is gone: it is held weakly, and for the time of a
-/// call kept alive. The function may take the owner as its first argument. An owner that is not shared itself
-/// gives a shared pointer that it alone holds.
+/// call kept alive. The function may take the owner as its first argument, or be a member of it. An owner
+/// that is not shared itself gives a shared pointer that it alone holds.
 template <typename Owner, typename Function>
 auto weakly(const std::shared_ptr<Owner>& owner, Function function) {
     return [weak = std::weak_ptr<Owner>(owner),
@@ -16,7 +17,7 @@ auto weakly(const std::shared_ptr<Owner>& owner, Function function) {
         const auto present = weak.lock();
         if (!present) return;
         if constexpr (std::is_invocable_v<Function&, Owner&, Arguments...>)
-            function(*present, std::forward<Arguments>(arguments)...);
+            std::invoke(function, *present, std::forward<Arguments>(arguments)...);
         else
             function(std::forward<Arguments>(arguments)...);
     };

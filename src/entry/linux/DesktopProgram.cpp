@@ -83,8 +83,8 @@ public:
 private:
     /// The process ends with status 1 when what is installed here returns.
     void install(std::function<void(const UncaughtException&)> handler) {
-        onUncaughtException([this, handler = std::move(handler)](const ExceptionReport& report) {
-            handler({report.name, report.reason, report.callStackSymbols});
+        onUncaughtException([this, handler = std::move(handler)](const UncaughtException& exception) {
+            handler(exception);
             queue.run();
             session.finish(reportPatience);
         });

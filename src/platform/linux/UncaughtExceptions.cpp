@@ -17,16 +17,16 @@ namespace quorvel {
 
 namespace {
 
-constexpr std::size_t mostFrames = 64;
+constexpr std::size_t maxFrames = 64;
 
 /// Where the newest exception of this thread was thrown; unwinding destroys the stack before anybody can ask.
-thread_local std::array<std::uintptr_t, mostFrames> throwFrames{};
+thread_local std::array<std::uintptr_t, maxFrames> throwFrames{};
 thread_local std::size_t throwFrameCount = 0;
 
 std::atomic<bool> isRemembering = false;
 
-std::function<void(const ExceptionReport&)>& installedHandler() {
-    static std::function<void(const ExceptionReport&)> handler;
+std::function<void(const UncaughtException&)>& installedHandler() {
+    static std::function<void(const UncaughtException&)> handler;
     return handler;
 }
 
@@ -40,7 +40,7 @@ backtrace_state* symbols() {
 
 int keepFrame(void* /*data*/, std::uintptr_t counter) {
     throwFrames[throwFrameCount++] = counter;
-    return throwFrameCount == mostFrames ? 1 : 0;
+    return throwFrameCount == maxFrames ? 1 : 0;
 }
 
 std::string demangled(const char* name) {
@@ -66,20 +66,29 @@ std::vector<std::string> throwSymbols() {
     return lines;
 }
 
-[[noreturn]] void terminated() {
+UncaughtException currentException() {
+    if (!std::current_exception())
+        return {.name = "terminate", .reason = std::nullopt, .callStackSymbols = {}};
+    const std::type_info* type = abi::__cxa_current_exception_type();
+    UncaughtException current{.name = type != nullptr ? demangled(type->name()) : "unknown exception",
+                              .reason = std::nullopt,
+                              .callStackSymbols = throwSymbols()};
+    try {
+        throw;
+    } catch (const std::exception& exception) {
+        current.reason = exception.what();
+    } catch (...) {
+        // Says no more than its type.
+    }
+    return current;
+}
+
+[[noreturn]] void handleTermination() {
     static std::atomic<bool> isUnderWay = false;
     // A fault of the handler itself, or of a second thread meanwhile, must not start it again.
     if (isUnderWay.exchange(true)) _exit(EXIT_FAILURE);
-    ExceptionReport report{.name = "terminate", .reason = std::nullopt, .callStackSymbols = {}};
-    if (std::current_exception()) {
-        try {
-            throw;
-        } catch (...) {
-            report = reportCurrentException();
-        }
-    }
     try {
-        if (installedHandler()) installedHandler()(report);
+        installedHandler()(currentException());
     } catch (...) {
         // Out of here the runtime would abort, and nobody is left to be told.
     }
@@ -88,25 +97,10 @@ std::vector<std::string> throwSymbols() {
 
 }  // namespace
 
-void onUncaughtException(std::function<void(const ExceptionReport&)> handler) {
+void onUncaughtException(std::function<void(const UncaughtException&)> handler) {
     installedHandler() = std::move(handler);
     isRemembering = true;
-    std::set_terminate(terminated);
-}
-
-ExceptionReport reportCurrentException() {
-    const std::type_info* type = abi::__cxa_current_exception_type();
-    ExceptionReport report{.name = type != nullptr ? demangled(type->name()) : "unknown exception",
-                           .reason = std::nullopt,
-                           .callStackSymbols = throwSymbols()};
-    try {
-        throw;
-    } catch (const std::exception& exception) {
-        report.reason = exception.what();
-    } catch (...) {
-        // Says no more than its type.
-    }
-    return report;
+    std::set_terminate(handleTermination);
 }
 
 namespace throwing {

@@ -28,7 +28,7 @@ End endOf(const std::function<void()>& body, const std::function<void()>& inHand
     if (pipe(channel.data()) != 0) throw std::runtime_error("no pipe");
     const pid_t child = fork();
     if (child == 0) {
-        onUncaughtException([&](const ExceptionReport& report) {
+        onUncaughtException([&](const UncaughtException& report) {
             std::string text = report.name + ": " + report.reason.value_or("no reason") + "\n";
             for (const auto& line : report.callStackSymbols)
                 text += line + "\n";
@@ -78,12 +78,11 @@ TEST(UncaughtExceptions, remembersTheStackThroughACatchAtTheTop) {
         try {
             throwsFarInside(three);
         } catch (...) {
-            const auto report = reportCurrentException();
-            EXPECT_EQ(report.name, "std::out_of_range");
             std::terminate();
         }
     });
     EXPECT_EQ(end.status, 1);
+    EXPECT_TRUE(end.said.starts_with("std::out_of_range: ")) << end.said;
     EXPECT_TRUE(end.said.contains("throwsFarInside")) << end.said;
 }
 

@@ -66,17 +66,16 @@ TEST_F(OrbistoAPIServiceTest, stampsEveryRequestWithItsCredentials) {
          R"("backtrace":"version: 1.4.2\nos: macOS 14.2.1\n---\nlog"})"},
         {"https://api.example/v1/qvl/tracking", json + agent,
          R"({"instance_id":7,"source":"instance","status":"error","message":"m",)"
-         R"("backtrace":"version: 1.4.2\nos: macOS 14.2.1"})"},
-        {"https://api.example/v1/qvl/tracking", json + agent,
-         R"({"instance_id":7,"source":"instance","status":"error","message":"m",)"
          R"("backtrace":"version: 1.4.2\nos: macOS 14.2.1\n---\n"})"},
+        {"https://api.example/v1/qvl/tracking", json + agent,
+         R"({"instance_id":-7,"source":"s","status":"success","message":"é \"m\""})"},
     };
     autoMatch();
     registerInstance();
     client.sendInstallEvent(keep());
     client.reportError("m", 7, "log", keep());
-    client.reportError("m", 7, std::nullopt, keep());
     client.reportError("m", 7, "", keep());
+    client.post("/qvl/tracking", {-7, "s", "success", "é \"m\"", {}}, keep());
 
     ASSERT_EQ(session.requests.size(), rows.size());
     for (std::size_t index = 0; index < rows.size(); ++index) {
@@ -102,13 +101,9 @@ TEST_F(OrbistoAPIServiceTest, tellsAnEmptyResultFromAFailureOfAutoMatch) {
         {answer(200, refused), "matches:"},
         {answer(404, refused), "matches:"},
         {answer(404, "gone"), "Server returned HTTP 404 — gone."},
-        {answer(199, ""), "Server returned HTTP 199."},
         {answer(300, ""), "Server returned HTTP 300."},
+        {answer(199, std::string(501, 'x')), "Server returned HTTP 199 — " + std::string(500, 'x') + "."},
         {answer(500, refused), "Server returned HTTP 500 — " + refused + "."},
-        {answer(500, ""), "Server returned HTTP 500."},
-        {answer(403, "You are Blocked"), "Server returned HTTP 403 — You are Blocked."},
-        {answer(302, std::string(2000, 'x')), "Server returned HTTP 302 — " + std::string(500, 'x') + "."},
-        {answer(500, "\xff"), "Server returned HTTP 500 — <non-utf8>."},
         {answer(200, R"({"success":false,"data":[{"id":1,"title":"A"}]})"), "Unknown error"},
         {answer(200, R"({"success":true,"data":null})"), "Unknown error"},
         {answer(200, R"({"success":true,"error":{"message":"no apps were found"}})"), "matches:"},
@@ -141,11 +136,9 @@ TEST_F(OrbistoAPIServiceTest, givesAnInstanceIdOnlyWhenTheServiceGivesOne) {
     }
 }
 
-TEST_F(OrbistoAPIServiceTest, takesAnyEnvelopeAsDeliveryOfAnEvent) {
-    for (const int status : {200, 204}) {
-        client.sendInstallEvent(keep());
-        EXPECT_EQ(outcomeAfter(answer(status, R"({"success":false,"data":["x"]})")), "delivered");
-    }
+TEST_F(OrbistoAPIServiceTest, anyEnvelopeDeliversAnEvent) {
+    client.sendInstallEvent(keep());
+    EXPECT_EQ(outcomeAfter(answer(204, R"({"success":false,"data":["x"]})")), "delivered");
     client.reportError("m", 1, std::nullopt, keep());
     EXPECT_EQ(outcomeAfter(answer(200, "")).substr(0, 23), "Response decode failed:");
 }

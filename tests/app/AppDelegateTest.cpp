@@ -46,30 +46,13 @@ TEST_F(AppDelegateTest, launchShowsTheCheckOnTheIconAndTheResultInTheMenu) {
     EXPECT_FALSE(delegate->applicationShouldTerminateAfterLastWindowClosed());
 }
 
-TEST_F(AppDelegateTest, theFirstLaunchRegistersWithinItsCheck) {
-    addApp("Amberleaf", "1.0");
-    std::filesystem::remove(instanceStore.url);
-    launchOnline();
-    settleLaunch();
-    EXPECT_TRUE(log().starts_with(launchHeader("not registered") +
-                                  "[1970-01-01T00:00:00Z] Launch started\n"
-                                  "[1970-01-01T00:00:00Z] Registered instance: 48213\n"));
-    EXPECT_EQ(instanceStore.load(), 48213);
-    EXPECT_EQ(newRequests(),
-              "/qvl/instance\n/event/app/64734/install\n/qvl/tracking\n"
-              "/apps/auto-match-collection\n/qvl/tracking\n");
-}
-
 TEST_F(AppDelegateTest, aMachineWithoutApplicationsAsksTheCatalogNothing) {
     launchOnline();
     settleLaunch();
-    EXPECT_EQ(queue.untilNext(), 6h) << "the timer runs after every outcome";
-    EXPECT_EQ(log(), launchHeader("7") +
-                         "[1970-01-01T00:00:00Z] Launch started\n"
-                         "[1970-01-01T00:00:00Z] Scanner found 0 apps — skipping API call\n"
-                         "---\n[1970-01-01T00:00:00Z] Launch check completed in 0.00s\n");
+    EXPECT_TRUE(log().contains("Z] Scanner found 0 apps — skipping API call\n---\n")) << log();
     EXPECT_EQ(newRequests(), "");
     EXPECT_EQ(updatesText(), "No Updates Available\n");
+    EXPECT_EQ(queue.untilNext(), 6h);
 }
 
 TEST_F(AppDelegateTest, aLaunchWithoutNetworkRunsAgainWhenTheNetworkReturns) {
@@ -107,36 +90,21 @@ TEST_F(AppDelegateTest, aLaunchWithoutNetworkRunsAgainWhenTheNetworkReturns) {
     EXPECT_EQ(newRequests(), "") << "one loss of the connection, one retry";
 }
 
-TEST_F(AppDelegateTest, aLaunchBeforeTheFirstPathReportWaitsForALossAndReturn) {
-    addApp("Amberleaf", "1.0");
-    launch();
-    settleLaunch();
-    path->report(PathStatus::satisfied);
-    settle();
-    EXPECT_EQ(newRequests(), "");
-    path->report(PathStatus::unsatisfied);
-    path->report(PathStatus::satisfied);
-    settleLaunch();
-    EXPECT_EQ(newRequests(), "/apps/auto-match-collection\n/qvl/tracking\n");
-}
-
 TEST_F(AppDelegateTest, everyTriggerWithoutNetworkAppendsToTheLogAndLeavesOneRetry) {
     addApp("Amberleaf", "1.0");
     listInCatalog({{"Amberleaf", "2.0"}});
     launchOnline();
     settleLaunch();
     newRequests();
-    const std::string before = log();
+    std::string expectedLog = log();
     path->report(PathStatus::unsatisfied);
-    chooseItem({"Check for Updates"});
-    settle();
-    const std::string lines = "---\n[1970-01-01T00:00:00Z] No internet connection.\n";
-    EXPECT_EQ(log(), before + lines);
+    for (const auto check : {&AppDelegate::runManualCheck, &AppDelegate::runBackgroundCheck}) {
+        (*delegate.*check)();
+        settle();
+        EXPECT_EQ(log(), expectedLog += "---\n[1970-01-01T00:00:00Z] No internet connection.\n");
+    }
     EXPECT_EQ(updatesTitle(), "New Versions Available (1)") << "the last result is still counted";
     EXPECT_EQ(updatesText(), "Last check failed\nNo internet connection.\n");
-    delegate->runBackgroundCheck();
-    settle();
-    EXPECT_EQ(log(), before + lines + lines);
     EXPECT_EQ(newRequests(), "");
     path->report(PathStatus::satisfied);
     settleLaunch();
@@ -149,8 +117,7 @@ TEST_F(AppDelegateTest, neverWaitsForANetworkThatIsNotMonitored) {
     skipMonitoring = true;
     start();
     launch();
-    settleLaunch();
-    EXPECT_EQ(newRequests(), "/apps/auto-match-collection\n/qvl/tracking\n");
+    EXPECT_EQ(newRequests(), "/apps/auto-match-collection\n");
 }
 
 TEST_F(AppDelegateTest, aManualCheckIsRefusedWhileOneRuns) {
@@ -158,10 +125,10 @@ TEST_F(AppDelegateTest, aManualCheckIsRefusedWhileOneRuns) {
     launchOnline();
     const std::string before = log();
     const int menus = statusBar.menusSet;
+    newRequests();
     chooseItem({"Check for Updates"});
     EXPECT_TRUE(alerts.shown.empty()) << "the first menu knows of no check";
-    EXPECT_EQ(newRequests(), "/apps/auto-match-collection\n");
-    EXPECT_EQ(log(), before);
+    EXPECT_EQ(newRequests() + log(), before);
     EXPECT_EQ(statusBar.menusSet, menus);
     settleLaunch();
 
@@ -170,7 +137,6 @@ TEST_F(AppDelegateTest, aManualCheckIsRefusedWhileOneRuns) {
     EXPECT_TRUE(iconShowsFetching());
     chooseItem({"Check for Updates"});
     EXPECT_EQ(alerts.shown, Texts{"Update check is already running.|"});
-    delegate->runManualCheck();
     EXPECT_EQ(newRequests(), "/apps/auto-match-collection\n");
     settle();
     expectContains(bodies("/qvl/tracking").back(), "instance_running trigger=manual apps=1 updates=0");
@@ -228,46 +194,39 @@ TEST_F(AppDelegateTest, checksEverySixHoursFromTheLastLaunchCheckOn) {
 
 TEST_F(AppDelegateTest, aFailureOfTheCatalogIsShownLoggedAndReported) {
     addApp("Amberleaf", "1.0");
-    const std::string blocked =
-        "Orbisto has blocked requests from your network (scanned 1 apps). Please contact Orbisto support.";
-    const std::string down =
+    const std::string description =
         "Failed to check for updates (scanned 1 apps): Server returned HTTP 500 — overloaded.";
-    const struct {
-        int status;
-        const char* body;
-        std::string description;
-    } rows[] = {{500, "overloaded", down}, {403, "IP Blocked", blocked}};
     const std::string stamp = "[1970-01-01T00:00:00Z] ";
-    for (const auto& [status, body, description] : rows) {
-        failCatalog(status, body);
-        start();
-        launchOnline();
-        settleLaunch();
-        EXPECT_EQ(queue.untilNext(), 6h) << "the timer runs after every outcome";
-        EXPECT_EQ(updatesText(), "Last check failed\n" + description + "\n");
-        const std::string chunkLine =
-            stamp + "Chunk 1/1 failed: Server returned HTTP " + std::to_string(status) + " — " + body + ".\n";
-        const std::string reported =
-            launchHeader("7") + stamp + "Launch started\n" + chunkLine + stamp + description + "\n";
-        EXPECT_EQ(log(), reported + "---\n" + stamp + "Launch check completed in 0.00s\n");
-        EXPECT_EQ(newRequests(), "/apps/auto-match-collection\n/qvl/tracking\n");
-        const auto launchReport = bodies("/qvl/tracking").back();
-        expectContains(launchReport, R"("status":"error","message":")" + description + "\"");
-        expectContains(launchReport, "OS: macOS 14.5.0\\n---\\n" + stamp + "Launch started\\n");
-        expectContains(launchReport, stamp + description + "\\n\"}");
+    failCatalog(500, "overloaded");
+    launchOnline();
+    settleLaunch();
+    EXPECT_EQ(queue.untilNext(), 6h) << "the timer runs after every outcome";
+    EXPECT_EQ(updatesText(), "Last check failed\n" + description + "\n");
+    EXPECT_EQ(log(), launchHeader("7") + stamp + "Launch started\n" + stamp +
+                         "Chunk 1/1 failed: Server returned HTTP 500 — overloaded.\n" + stamp + description +
+                         "\n---\n" + stamp + "Launch check completed in 0.00s\n");
+    EXPECT_EQ(newRequests(), "/apps/auto-match-collection\n/qvl/tracking\n");
+    const auto launchReport = bodies("/qvl/tracking").back();
+    expectContains(launchReport, R"("status":"error","message":")" + description + "\"");
+    expectContains(launchReport, "OS: macOS 14.5.0\\n---\\n" + stamp + "Launch started\\n");
+    expectContains(launchReport, stamp + description + "\\n\"}");
 
-        for (const bool isManual : {true, false}) {
-            isManual ? delegate->runManualCheck() : delegate->runBackgroundCheck();
-            settle();
-            EXPECT_EQ(log(), stamp + description + "\n");
-            EXPECT_EQ(newRequests(), "/apps/auto-match-collection\n/qvl/tracking\n");
-            expectContains(bodies("/qvl/tracking").back(), "\\n---\\n" + stamp + description + "\\n\"}");
-        }
-        path->report(PathStatus::unsatisfied);
-        path->report(PathStatus::satisfied);
+    for (const auto check : {&AppDelegate::runManualCheck, &AppDelegate::runBackgroundCheck}) {
+        (*delegate.*check)();
         settle();
-        EXPECT_EQ(newRequests(), "") << "no retry but for a lost connection";
+        EXPECT_EQ(log(), stamp + description + "\n");
+        EXPECT_EQ(newRequests(), "/apps/auto-match-collection\n/qvl/tracking\n");
+        expectContains(bodies("/qvl/tracking").back(), "\\n---\\n" + stamp + description + "\\n\"}");
     }
+    path->report(PathStatus::unsatisfied);
+    path->report(PathStatus::satisfied);
+    settle();
+    EXPECT_EQ(newRequests(), "") << "no retry but for a lost connection";
+    listInCatalog({});
+    delegate->runManualCheck();
+    EXPECT_TRUE(updatesText().starts_with("Last check failed\n")) << "until the next result";
+    settle();
+    EXPECT_EQ(updatesText(), "No Updates Available\n");
 }
 
 TEST_F(AppDelegateTest, anUnregisteredInstallationReportsNothing) {
@@ -280,6 +239,8 @@ TEST_F(AppDelegateTest, anUnregisteredInstallationReportsNothing) {
     chooseItem({"Try Orbisto Hub app"});
     uncaughtExceptionHandler({"logic_error", "broken", {}});
     EXPECT_EQ(newRequests(), "/qvl/instance\n/apps/auto-match-collection\n");
+    delegate->runLaunchCheck();
+    EXPECT_TRUE(log().starts_with(launchHeader("not registered")));
 }
 
 TEST_F(AppDelegateTest, aReportOfAnUnreadableLogHasNoDetails) {
@@ -292,25 +253,6 @@ TEST_F(AppDelegateTest, aReportOfAnUnreadableLogHasNoDetails) {
     delegate->runManualCheck();
     settle();
     expectContains(bodies("/qvl/tracking").back(), R"("backtrace":"version: 1.4.2\nos: macOS 14.5.0"})");
-}
-
-TEST_F(AppDelegateTest, aFailedCheckKeepsTheLastResultAndASuccessClearsTheFailure) {
-    addApp("Amberleaf", "1.0");
-    listInCatalog({{"Amberleaf", "2.0"}});
-    launchOnline();
-    settleLaunch();
-    failCatalog(500, "");
-    delegate->runManualCheck();
-    EXPECT_EQ(updatesText(), "Amberleaf (1.0 → 2.0)\n") << "the previous result while a check runs";
-    settle();
-    EXPECT_EQ(updatesTitle(), "New Versions Available (1)");
-    EXPECT_TRUE(updatesText().starts_with("Last check failed\n"));
-    listInCatalog({});
-    delegate->runManualCheck();
-    EXPECT_TRUE(updatesText().starts_with("Last check failed\n"));
-    settle();
-    EXPECT_EQ(updatesTitle(), "New Versions Available (0)");
-    EXPECT_EQ(updatesText(), "No Updates Available\n");
 }
 
 TEST_F(AppDelegateTest, nothingThatItHandedOutActsOnceItIsGone) {

@@ -1,7 +1,8 @@
 #include "check/CheckSummary.h"
 
 #include <algorithm>
-#include <cstddef>
+#include <iterator>
+#include <utility>
 #include <vector>
 
 namespace quorvel {
@@ -17,37 +18,16 @@ bool isInvalidVersion(SkipCode code) {
     return code == SkipCode::installedVersionInvalid || code == SkipCode::catalogVersionInvalid;
 }
 
-struct Counts {
-    std::size_t latest = 0;
-    std::size_t newerOS = 0;
-    std::size_t invalid = 0;
-    std::size_t unmatched = 0;
-};
-
-Counts count(std::span<const SkippedApp> skipped) {
-    Counts counts;
-    for (const auto& app : skipped) {
-        if (app.code == SkipCode::upToDate) ++counts.latest;
-        if (app.code == SkipCode::requiresNewerOS) ++counts.newerOS;
-        if (isInvalidVersion(app.code)) ++counts.invalid;
-        if (app.code == SkipCode::notRecognised) ++counts.unmatched;
-    }
-    return counts;
-}
-
-std::string matchedLine(const Counts& counts, std::size_t updates) {
+std::string matchedLine(std::ptrdiff_t latest, std::ptrdiff_t newerOS, std::ptrdiff_t invalid,
+                        std::ptrdiff_t updates) {
     std::string parts;
-    const auto addPart = [&parts](std::size_t number, std::string_view what) {
-        if (number == 0) return;
-        if (!parts.empty()) parts += ", ";
-        parts += std::to_string(number) + std::string(what);
-    };
-    addPart(counts.latest, " already latest");
-    addPart(counts.newerOS, " require newer OS");
-    addPart(counts.invalid, " invalid version");
-
-    const std::size_t matched = counts.latest + counts.newerOS + counts.invalid + updates;
-    return "Matched: " + std::to_string(matched) + (parts.empty() ? "" : " (" + parts + ")");
+    for (const auto& [number, what] : {std::pair{latest, " already latest"},
+                                       {newerOS, " require newer OS"},
+                                       {invalid, " invalid version"}}) {
+        if (number != 0) parts += (parts.empty() ? "" : ", ") + std::to_string(number) + what;
+    }
+    return "Matched: " + std::to_string(latest + newerOS + invalid + updates) +
+           (parts.empty() ? "" : " (" + parts + ")");
 }
 
 /// In code-point order of the names, which is the byte order of UTF-8; on equal names scan issues come first.
@@ -67,14 +47,19 @@ std::vector<IssuePair> issuePairs(const MatchEvaluation& evaluation, std::span<c
 
 std::string checkSummary(const MatchEvaluation& evaluation, std::span<const ScanIssue> scanIssues,
                          std::string_view timestamp) {
-    const Counts counts = count(evaluation.skipped);
+    const auto count = [&](SkipCode code) {
+        return std::ranges::count(evaluation.skipped, code, &SkippedApp::code);
+    };
     const auto shown = std::ranges::count(evaluation.updates, false, &AppUpdate::isIgnored);
     const std::size_t all = evaluation.updates.size() + evaluation.skipped.size() + scanIssues.size();
 
     std::string block = "---\n[" + std::string(timestamp) + "] Check completed";
     block += "\nAll apps: " + std::to_string(all);
-    block += "\n" + matchedLine(counts, evaluation.updates.size());
-    block += "\nUnmatched: " + std::to_string(counts.unmatched);
+    block +=
+        "\n" + matchedLine(count(SkipCode::upToDate), count(SkipCode::requiresNewerOS),
+                           std::ranges::count_if(evaluation.skipped, isInvalidVersion, &SkippedApp::code),
+                           std::ssize(evaluation.updates));
+    block += "\nUnmatched: " + std::to_string(count(SkipCode::notRecognised));
     block += "\nUpdates: " + std::to_string(shown);
 
     const auto issues = issuePairs(evaluation, scanIssues);

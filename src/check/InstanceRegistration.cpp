@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "check/TrackingEvent.h"
+#include "platform/Weakly.h"
 
 namespace quorvel {
 
@@ -27,10 +28,11 @@ void InstanceRegistration::prepareInstance(Task continuation) {
     }
     api.registerInstance(
         registrationRequest(environment),
-        [weakSelf = weak_from_this(), continuation = std::move(continuation)](auto answer) mutable {
-            if (const auto self = weakSelf.lock()) self->completeRegistration(answer);
+        weakly(shared_from_this(), [continuation = std::move(continuation)](InstanceRegistration& self,
+                                                                            const auto& answer) mutable {
+            self.completeRegistration(answer);
             continuation();
-        });
+        }));
 }
 
 void InstanceRegistration::completeRegistration(

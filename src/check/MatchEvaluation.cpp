@@ -102,18 +102,14 @@ MatchEvaluation evaluate(std::span<const InstalledApp> inventory, std::span<cons
 
 void sortByName(std::vector<AppUpdate>& updates, text::NameCollator::Order locale) {
     const text::NameCollator collator(locale);
-    std::vector<std::pair<std::string, std::size_t>> order;
-    order.reserve(updates.size());
-    for (std::size_t index = 0; index < updates.size(); ++index) {
-        order.emplace_back(collator.sortKey(updates[index].app.name), index);
+    std::vector<std::pair<std::string, AppUpdate>> keyed;
+    keyed.reserve(updates.size());
+    for (auto& update : updates) {
+        auto key = collator.sortKey(update.app.name);
+        keyed.emplace_back(std::move(key), std::move(update));
     }
-    // The index in the pair keeps equal names in their order.
-    std::ranges::sort(order);
-    std::vector<AppUpdate> sorted;
-    sorted.reserve(updates.size());
-    for (const auto& [key, index] : order)
-        sorted.push_back(std::move(updates[index]));
-    updates = std::move(sorted);
+    std::ranges::stable_sort(keyed, {}, &std::pair<std::string, AppUpdate>::first);
+    std::ranges::transform(keyed, updates.begin(), [](auto& each) { return std::move(each.second); });
 }
 
 std::optional<OSVersion> parseMinimumOS(const std::optional<std::string>& text) {

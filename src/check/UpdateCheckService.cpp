@@ -6,6 +6,7 @@
 
 #include "check/CheckSummary.h"
 #include "check/Chunks.h"
+#include "platform/Weakly.h"
 #include "platform/text/Text.h"
 
 namespace quorvel {
@@ -34,7 +35,7 @@ bool isBlocked(const RequestError& error) {
 
 /// Calls an observer's member when somebody listens.
 template <typename Function, typename... Arguments>
-void tell(const Function& function, const Arguments&... arguments) {
+void notify(const Function& function, const Arguments&... arguments) {
     if (function) function(arguments...);
 }
 
@@ -67,9 +68,8 @@ void UpdateCheckService::check(std::vector<InstalledApp> inventory, ScanIssues s
                                                .observer = std::move(observer),
                                                .matches = {},
                                                .errors = {}});
-    registration->prepareInstance([weakSelf = weak_from_this(), state = std::move(state)] {
-        if (const auto self = weakSelf.lock()) self->performCheck(state);
-    });
+    registration->prepareInstance(
+        weakly(shared_from_this(), [state](UpdateCheckService& self) { self.performCheck(state); }));
 }
 
 void UpdateCheckService::performCheck(const CheckState& state) {
@@ -77,27 +77,18 @@ void UpdateCheckService::performCheck(const CheckState& state) {
 }
 
 void UpdateCheckService::sendChunk(const CheckState& state, std::size_t index) {
-    if (index < state->chunks()) {
-        tell(state->observer.onChunk, index, state->chunks());
-        const auto apps = chunk(state->inventory, index);
-        parts.api->autoMatch(texts(apps, &InstalledApp::name), texts(apps, &InstalledApp::bundleID),
-                             [weakSelf = weak_from_this(), state, index](ChunkOutcome outcome) {
-                                 if (const auto self = weakSelf.lock())
-                                     self->handleChunkResult(state, index, std::move(outcome));
-                             });
-        return;
-    }
-    if (state->matches.empty() && !state->errors.empty()) {
-        state->completion(std::unexpected(UpdateCheckError{
-            UpdateCheckError::ApiFailed{std::move(state->errors.front()), state->inventory.size()}}));
-        return;
-    }
-    finishCheck(state);
+    notify(state->observer.onChunk, index, state->chunks());
+    const auto apps = chunk(state->inventory, index);
+    parts.api->autoMatch(
+        texts(apps, &InstalledApp::name), texts(apps, &InstalledApp::bundleID),
+        weakly(shared_from_this(), [state, index](UpdateCheckService& self, ChunkOutcome outcome) {
+            self.handleChunkResult(state, index, std::move(outcome));
+        }));
 }
 
 void UpdateCheckService::handleChunkResult(const CheckState& state, std::size_t index, ChunkOutcome outcome) {
     if (outcome) {
-        tell(state->observer.onAnswer, index, outcome->lostEntries);
+        notify(state->observer.onAnswer, index, outcome->lostEntries);
         std::ranges::move(outcome->results, std::back_inserter(state->matches));
         sendNextChunk(state, index + 1);
         return;
@@ -105,7 +96,7 @@ void UpdateCheckService::handleChunkResult(const CheckState& state, std::size_t 
     const RequestError& error = outcome.error();
     parts.errorLogger.log("Chunk " + std::to_string(index + 1) + "/" + std::to_string(state->chunks()) +
                           " failed: " + description(error));
-    tell(state->observer.onChunkFailed, index, error);
+    notify(state->observer.onChunkFailed, index, error);
     if (isBlocked(error)) {
         state->completion(
             std::unexpected(UpdateCheckError{UpdateCheckError::IpBlocked{state->inventory.size()}}));
@@ -117,16 +108,24 @@ void UpdateCheckService::handleChunkResult(const CheckState& state, std::size_t 
 
 void UpdateCheckService::sendNextChunk(const CheckState& state, std::size_t index) {
     // No pause after the last chunk: the end of the check follows its answer at once.
-    if (index == state->chunks() || parts.interChunkDelay <= std::chrono::nanoseconds::zero()) {
+    if (index == state->chunks()) {
+        finishCheck(state);
+    } else if (parts.interChunkDelay > std::chrono::nanoseconds::zero()) {
+        parts.mainQueue.postAfter(parts.interChunkDelay,
+                                  weakly(shared_from_this(), [state, index](UpdateCheckService& self) {
+                                      self.sendChunk(state, index);
+                                  }));
+    } else {
         sendChunk(state, index);
-        return;
     }
-    parts.mainQueue.postAfter(parts.interChunkDelay, [weakSelf = weak_from_this(), state, index] {
-        if (const auto self = weakSelf.lock()) self->sendChunk(state, index);
-    });
 }
 
 void UpdateCheckService::finishCheck(const CheckState& state) {
+    if (state->matches.empty() && !state->errors.empty()) {
+        state->completion(std::unexpected(UpdateCheckError{
+            UpdateCheckError::ApiFailed{std::move(state->errors.front()), state->inventory.size()}}));
+        return;
+    }
     Updates updates = evaluateMatches(*state);
     registration->trackInstanceRunning(state->trigger, state->inventory.size(), updates.size());
     state->completion(std::move(updates));
@@ -136,7 +135,7 @@ UpdateCheckService::Updates UpdateCheckService::evaluateMatches(const Check& che
     MatchEvaluation evaluation = evaluate(check.inventory, check.matches, *parts.versionComparator,
                                           parts.ignoredVersionsStore, parts.environment.os);
     parts.errorLogger.appendRaw(checkSummary(evaluation, *check.scanIssues, parts.errorLogger.timestamp()));
-    tell(check.observer.onEvaluated, evaluation);
+    notify(check.observer.onEvaluated, evaluation);
     sortByName(evaluation.updates);
     return std::move(evaluation.updates);
 }

@@ -40,7 +40,10 @@ std::expected<std::string, RequestError> validateResponse(HttpOutcome outcome, s
 }
 
 template <typename Data>
-std::expected<APIResponse<Data>, RequestError> decode(std::expected<std::string, RequestError> bytes) {
+using Response = std::expected<APIResponse<Data>, RequestError>;
+
+template <typename Data>
+Response<Data> decode(std::expected<std::string, RequestError> bytes) {
     if (!bytes) return std::unexpected(std::move(bytes.error()));
     auto response = decodeResponse<Data>(*bytes);
     if (response) return std::move(*response);
@@ -59,8 +62,7 @@ bool saysNoAppsFound(std::string_view message) {
     return text::lowerCased(message).find("no apps were found") != std::string::npos;
 }
 
-std::expected<AutoMatchAnswer, RequestError> autoMatchAnswer(
-    std::expected<APIResponse<AutoMatchData>, RequestError> response) {
+std::expected<AutoMatchAnswer, RequestError> autoMatchAnswer(Response<AutoMatchData> response) {
     if (!response) {
         const auto* http = httpError(response.error());
         if (http != nullptr && http->statusCode == 404 && saysNoAppsFound(http->body))
@@ -81,17 +83,20 @@ std::expected<AutoMatchAnswer, RequestError> autoMatchAnswer(
     return answer;
 }
 
-std::expected<std::int64_t, RequestError> instanceId(
-    std::expected<APIResponse<InstanceData>, RequestError> response) {
+std::expected<std::int64_t, RequestError> instanceId(Response<InstanceData> response) {
     if (!response) return std::unexpected(std::move(response.error()));
     if (response->success && response->data) return response->data->id;
     return std::unexpected(OrbistoAPIError{OrbistoAPIError::ServerError{refusalMessage(*response)}});
 }
 
 /// For requests whose answer only has to be an envelope, whatever it says.
-std::expected<void, RequestError> delivery(const std::expected<APIResponse<NoData>, RequestError>& response) {
-    if (!response) return std::unexpected(response.error());
+std::expected<void, RequestError> delivery(Response<NoData> response) {
+    if (!response) return std::unexpected(std::move(response.error()));
     return {};
+}
+
+Response<NoData> whole(Response<NoData> response) {
+    return response;
 }
 
 }  // namespace
@@ -107,50 +112,40 @@ OrbistoAPIService::OrbistoAPIService(HttpSession& session, Queue& mainQueue, Env
 void OrbistoAPIService::autoMatch(std::vector<std::string> titles, std::vector<std::string> bundleIds,
                                   Completion<AutoMatchAnswer> completion) {
     const AutoMatchRequest request{std::string(autoMatchSecret), std::move(titles), std::move(bundleIds)};
-    postBody<AutoMatchData>(autoMatchPath, encode(request),
-                            [completion = std::move(completion)](auto response) mutable {
-                                completion(autoMatchAnswer(std::move(response)));
-                            });
+    postBody(autoMatchPath, encode(request), autoMatchAnswer, std::move(completion));
 }
 
 void OrbistoAPIService::registerInstance(const RegisterInstanceRequest& request,
                                          Completion<std::int64_t> completion) {
-    postBody<InstanceData>(instancePath, encode(request),
-                           [completion = std::move(completion)](auto response) mutable {
-                               completion(instanceId(std::move(response)));
-                           });
+    postBody(instancePath, encode(request), instanceId, std::move(completion));
 }
 
 void OrbistoAPIService::sendInstallEvent(Completion<void> completion) {
     HttpRequest install = request(installEventPath);
     install.headers = {{"X-ClientId", std::string(installEventClientId)},
                        {"User-Agent", userAgent(environment)}};
-    send<NoData>(std::move(install), [completion = std::move(completion)](auto response) mutable {
-        completion(delivery(response));
-    });
+    send(std::move(install), delivery, std::move(completion));
 }
 
 void OrbistoAPIService::post(std::string_view path, const TrackingRequest& record,
                              Completion<APIResponse<NoData>> completion) {
-    postBody<NoData>(path, encode(record), std::move(completion));
+    postBody(path, encode(record), whole, std::move(completion));
 }
 
 void OrbistoAPIService::reportError(std::string_view message, std::int64_t instanceId,
                                     const std::optional<std::string>& details, Completion<void> completion) {
-    std::string backtrace = environmentSummary(environment);
-    if (details) backtrace += "\n---\n" + *details;
-    post(trackingPath,
-         {.instanceId = instanceId,
-          .source = "instance",
-          .status = "error",
-          .message = std::string(message),
-          .backtrace = std::move(backtrace)},
-         [completion = std::move(completion)](auto response) mutable { completion(delivery(response)); });
+    const TrackingRequest record{
+        .instanceId = instanceId,
+        .source = "instance",
+        .status = "error",
+        .message = std::string(message),
+        .backtrace = environmentSummary(environment) + (details ? "\n---\n" + *details : "")};
+    postBody(trackingPath, encode(record), delivery, std::move(completion));
 }
 
-template <typename Data>
-void OrbistoAPIService::postBody(std::string_view path, EncodedBody body,
-                                 Completion<APIResponse<Data>> completion) {
+template <typename Data, typename Value>
+void OrbistoAPIService::postBody(std::string_view path, EncodedBody body, Convert<Data, Value> convert,
+                                 Completion<Value> completion) {
     if (!body) {
         mainQueue.post([completion = std::move(completion), error = std::move(body.error())]() mutable {
             completion(std::unexpected(RequestError(std::move(error))));
@@ -162,18 +157,20 @@ void OrbistoAPIService::postBody(std::string_view path, EncodedBody body,
                     {"X-ClientId", std::string(defaultClientId)},
                     {"User-Agent", userAgent(environment)}};
     json.body = std::move(*body);
-    send<Data>(std::move(json), std::move(completion));
+    send(std::move(json), convert, std::move(completion));
 }
 
-template <typename Data>
-void OrbistoAPIService::send(HttpRequest request, Completion<APIResponse<Data>> completion) {
+template <typename Data, typename Value>
+void OrbistoAPIService::send(HttpRequest request, Convert<Data, Value> convert,
+                             Completion<Value> completion) {
     auto url = request.url;
     // Only what the request itself needs is held, so that the client may be gone when the answer comes.
-    session.dataTask(std::move(request), [&queue = mainQueue, url = std::move(url),
+    session.dataTask(std::move(request), [&queue = mainQueue, url = std::move(url), convert,
                                           completion = std::move(completion)](HttpOutcome outcome) mutable {
-        queue.post(
-            [bytes = validateResponse(std::move(outcome), url),
-             completion = std::move(completion)]() mutable { completion(decode<Data>(std::move(bytes))); });
+        queue.post([bytes = validateResponse(std::move(outcome), url), convert,
+                    completion = std::move(completion)]() mutable {
+            completion(convert(decode<Data>(std::move(bytes))));
+        });
     });
 }
 

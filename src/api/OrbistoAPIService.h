@@ -39,10 +39,15 @@ public:
 private:
     using EncodedBody = std::expected<std::string, EncodingError>;
 
-    template <typename Data>
-    void postBody(std::string_view path, EncodedBody body, Completion<APIResponse<Data>> completion);
-    template <typename Data>
-    void send(HttpRequest request, Completion<APIResponse<Data>> completion);
+    /// Makes of the answer what the caller wants to know.
+    template <typename Data, typename Value>
+    using Convert = std::expected<Value, RequestError> (*)(std::expected<APIResponse<Data>, RequestError>);
+
+    template <typename Data, typename Value>
+    void postBody(std::string_view path, EncodedBody body, Convert<Data, Value> convert,
+                  Completion<Value> completion);
+    template <typename Data, typename Value>
+    void send(HttpRequest request, Convert<Data, Value> convert, Completion<Value> completion);
     HttpRequest request(std::string_view path) const;
 
     HttpSession& session;

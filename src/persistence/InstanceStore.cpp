@@ -8,12 +8,9 @@ namespace quorvel {
 namespace {
 
 std::optional<InstanceStore::Payload> decode(const nlohmann::json& value) {
-    if (!value.is_object()) return std::nullopt;
     const auto id = value.find("id");
-    if (id == value.end()) return std::nullopt;
-    const auto number = integerValue(*id);
-    if (!number) return std::nullopt;
-    return InstanceStore::Payload{*number};
+    const auto number = id == value.end() ? std::nullopt : integerValue(*id);
+    return number ? std::optional(InstanceStore::Payload{*number}) : std::nullopt;
 }
 
 }  // namespace

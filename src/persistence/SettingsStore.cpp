@@ -9,7 +9,6 @@ SettingsStore::SettingsStore(const PersistenceManager& persistence)
 
 Settings SettingsStore::load() const {
     const auto value = storedJson::load(url);
-    if (!value.is_object()) return {};
     const auto openAtLogin = value.find("openAtLogin");
     const auto colorIcon = value.find("colorIcon");
     if (openAtLogin == value.end() || !openAtLogin->is_boolean()) return {};

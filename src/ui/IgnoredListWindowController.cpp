@@ -1,8 +1,7 @@
 #include "ui/IgnoredListWindowController.h"
 
-#include <algorithm>
+#include <map>
 #include <string>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -14,23 +13,16 @@ namespace {
 
 constexpr const char* resetTitle = "Reset All";
 
-struct IgnoredRow {
-    std::string sortKey;
-    std::string bundleID;
-    std::string appName;
-    std::string version;
-};
-
-std::vector<IgnoredRow> sortedRows(IgnoredVersions entries) {
+TableRows sortedRows(const IgnoredVersions& entries) {
     const text::NameCollator collator;
-    std::vector<IgnoredRow> rows;
-    for (auto& [bundleID, entry] : entries) {
-        auto key = collator.sortKey(entry.appName);
-        rows.push_back({std::move(key), bundleID, std::move(entry.appName), std::move(entry.version)});
-    }
-    // Rows of equal names stay where they are from one question to the next.
-    std::ranges::sort(rows, {}, [](const auto& row) { return std::tie(row.sortKey, row.bundleID); });
-    return rows;
+    // Rows of equal names stay in the order of their identifiers, from one question to the next.
+    std::multimap<std::string, std::vector<std::string>> rows;
+    for (const auto& [bundleID, entry] : entries)
+        rows.emplace(collator.sortKey(entry.appName), std::vector{entry.appName, entry.version});
+    TableRows sorted;
+    for (auto& [key, row] : rows)
+        sorted.push_back(std::move(row));
+    return sorted;
 }
 
 }  // namespace
@@ -56,10 +48,7 @@ void IgnoredListWindowController::buttonPressed(const std::string& title) {
 }
 
 TableRows IgnoredListWindowController::tableRows() {
-    TableRows rows;
-    for (auto& row : sortedRows(store.load()))
-        rows.push_back({std::move(row.appName), std::move(row.version)});
-    return rows;
+    return sortedRows(store.load());
 }
 
 void IgnoredListWindowController::resetAll() const {

@@ -7,6 +7,7 @@
 
 #include "persistence/ErrorLogger.h"
 #include "platform/ProgramInfo.h"
+#include "platform/Weakly.h"
 #include "platform/text/Text.h"
 #include "ui/ActionTarget.h"
 #include "ui/ErrorLogWindowController.h"
@@ -43,12 +44,6 @@ MenuItem submenuItem(std::string title, std::shared_ptr<const Menu> submenu) {
     return item;
 }
 
-MenuItem checkedItem(std::string title, bool isOn, Action action) {
-    MenuItem item = makeActionItem(std::move(title), std::move(action));
-    item.state = isOn ? MenuItem::State::on : MenuItem::State::off;
-    return item;
-}
-
 MenuItem linkItem(const MenuContext& context, std::string title, std::string url) {
     return makeActionItem(std::move(title), [&workspace = context.workspace, url = std::move(url)] {
         MenuBuilder::openLink(workspace, url);
@@ -57,9 +52,7 @@ MenuItem linkItem(const MenuContext& context, std::string title, std::string url
 
 /// An item that asks something of the application's delegate, as long as there is one.
 MenuItem delegateItem(const MenuContext& context, std::string title, void (ApplicationActions::*action)()) {
-    return makeActionItem(std::move(title), [delegate = context.delegate, action] {
-        if (const auto alive = delegate.lock()) (alive.get()->*action)();
-    });
+    return makeActionItem(std::move(title), weakly(context.delegate.lock(), action));
 }
 
 std::string submitURL(std::int64_t catalogId) {
@@ -127,25 +120,24 @@ std::shared_ptr<const Menu> updatesSubmenu(const MenuContext& context, const std
 }
 
 /// Flips the setting and shows the icon accordingly.
-void toggleColorIcon(const ApplicationActions& delegate) {
+void toggleColorIcon(ApplicationActions& delegate) {
     Settings settings = delegate.settingsStore().load();
     settings.colorIcon = !settings.colorIcon;
     delegate.settingsStore().save(settings);
     if (auto* const controller = delegate.statusItemController()) controller->updateIcon(settings.colorIcon);
 }
 
-MenuItem openAtLoginItem(const MenuContext& context, bool isOn, const Action& onSettingsChanged) {
-    return checkedItem("Open at Login", isOn, [delegate = context.delegate, onSettingsChanged] {
-        if (const auto alive = delegate.lock()) alive->toggleOpenAtLogin();
-        onSettingsChanged();
-    });
-}
-
-MenuItem colorIconItem(const MenuContext& context, bool isOn, const Action& onSettingsChanged) {
-    return checkedItem("Color Icon", isOn, [delegate = context.delegate, onSettingsChanged] {
-        if (const auto alive = delegate.lock()) toggleColorIcon(*alive);
-        onSettingsChanged();
-    });
+/// `toggle` runs as long as there is a delegate, `onSettingsChanged` after it in any case.
+template <typename Toggle>
+MenuItem settingItem(const MenuContext& context, std::string title, bool isOn, Toggle toggle,
+                     const Action& onSettingsChanged) {
+    MenuItem item = makeActionItem(
+        std::move(title), [toggle = weakly(context.delegate.lock(), toggle), onSettingsChanged]() mutable {
+            toggle();
+            onSettingsChanged();
+        });
+    item.state = isOn ? MenuItem::State::on : MenuItem::State::off;
+    return item;
 }
 
 std::string shortName(const std::string& name) {
@@ -226,9 +218,11 @@ std::shared_ptr<const Menu> MenuBuilder::buildSettingsSubmenu(const MenuContext&
                                                               const Action& onSettingsChanged) {
     std::vector<MenuItem> items;
     if (context.loginItem.isOffered()) {
-        items.push_back(openAtLoginItem(context, settings.openAtLogin, onSettingsChanged));
+        items.push_back(settingItem(context, "Open at Login", settings.openAtLogin,
+                                    &ApplicationActions::toggleOpenAtLogin, onSettingsChanged));
     }
-    items.push_back(colorIconItem(context, settings.colorIcon, onSettingsChanged));
+    items.push_back(
+        settingItem(context, "Color Icon", settings.colorIcon, toggleColorIcon, onSettingsChanged));
     items.push_back(MenuItem::separator());
     items.push_back(delegateItem(context, "Show Error Log", &ApplicationActions::showErrorLog));
     items.push_back(delegateItem(context, "Ignored Versions", &ApplicationActions::showIgnoredVersions));

@@ -1,7 +1,5 @@
 #include "ui/StatusItemController.h"
 
-#include <utility>
-
 namespace quorvel {
 
 namespace {
@@ -9,9 +7,8 @@ namespace {
 constexpr double iconPoints = 24;
 
 Image baseImage(const ImageCatalog& catalog) {
-    if (auto own = catalog.imageNamed("StatusBarIconTemplate")) return std::move(*own);
-    if (auto symbol = catalog.systemSymbol("menubar.arrow.down.rectangle")) return std::move(*symbol);
-    return {};
+    if (const auto own = catalog.imageNamed("StatusBarIconTemplate")) return *own;
+    return catalog.systemSymbol("menubar.arrow.down.rectangle").value_or(Image());
 }
 
 }  // namespace
@@ -23,24 +20,17 @@ StatusItemController::StatusItemController(StatusBar& statusBar, const ImageCata
 }
 
 void StatusItemController::updateIcon(bool colorIcon) {
-    auto images = makeImages(colorIcon);
-    idleImage = std::move(images.idle);
-    fetchingImage = std::move(images.fetching);
+    idleImage = baseImage(catalog);
+    idleImage.size = iconPoints;
+    idleImage.isTemplate = !colorIcon;
+    // A picture that cannot be inverted stands for both: a running check is then not visible on the icon.
+    fetchingImage = invertedImage(idleImage).value_or(idleImage);
     showImage();
 }
 
 void StatusItemController::setFetching(bool value) {
     isFetching = value;
     showImage();
-}
-
-StatusItemController::Images StatusItemController::makeImages(bool colorIcon) const {
-    Image idle = baseImage(catalog);
-    idle.size = iconPoints;
-    idle.isTemplate = !colorIcon;
-    // A picture that cannot be inverted stands for both: a running check is then not visible on the icon.
-    Image fetching = invertedImage(idle).value_or(idle);
-    return {.idle = std::move(idle), .fetching = std::move(fetching)};
 }
 
 void StatusItemController::showImage() {

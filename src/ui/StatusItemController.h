@@ -24,11 +24,6 @@ public:
     const std::unique_ptr<StatusItem> statusItem;
 
 private:
-    struct Images {
-        Image idle;
-        Image fetching;
-    };
-    Images makeImages(bool colorIcon) const;
     void showImage();
 
     const ImageCatalog& catalog;

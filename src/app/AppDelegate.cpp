@@ -4,6 +4,7 @@
 #include <charconv>
 #include <utility>
 
+#include "check/Chunks.h"
 #include "check/TrackingEvent.h"
 #include "platform/OperatingSystem.h"
 #include "platform/Weakly.h"
@@ -15,7 +16,6 @@ namespace quorvel {
 
 namespace {
 
-constexpr std::chrono::milliseconds interChunkDelay{250};
 constexpr std::chrono::hours backgroundInterval{6};
 constexpr const char* noConnectionText = "No internet connection.";
 
@@ -78,7 +78,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     auto& statusItem = controllers.statusItemController;
     statusItem = std::make_unique<StatusItemController>(platform.statusBar, platform.imageCatalog);
     statusItem->updateIcon(stores.settingsStore.load().colorIcon);
-    // The icon tells of the check already; the first menu does not.
+    // The icon shows the check already; the first menu does not.
     statusItem->setFetching(true);
     rebuildMenu();
     runLaunchCheck();

@@ -8,8 +8,7 @@
 
 namespace quorvel {
 
-/// What a check tells beside its result, for whom that interests; any member may be empty. All run on the
-/// main thread.
+/// Callbacks about the progress of a check; any of them may be empty. Main thread.
 struct CheckObserver {
     /// Before the request of chunk `index`, counted from 0, of `count`.
     std::function<void(std::size_t index, std::size_t count)> onChunk;

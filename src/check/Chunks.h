@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
 #include <span>
 #include <string>
@@ -12,6 +13,9 @@ namespace quorvel {
 
 /// Applications in one request to the catalog.
 inline constexpr std::size_t chunkSize = 200;
+
+/// From the answer to one request until the next is sent.
+inline constexpr std::chrono::milliseconds interChunkDelay{250};
 
 inline std::size_t chunkCount(std::size_t apps) {
     return (apps + chunkSize - 1) / chunkSize;

@@ -27,8 +27,6 @@ namespace quorvel {
 
 namespace {
 
-constexpr std::chrono::milliseconds pauseBetweenChunks{250};
-
 /// What a check of the inventory begins with, and all that there is to say when nothing can be checked.
 CheckReport reportOn(const Inventory& inventory, const CommandLine& line) {
     CheckReport report;
@@ -58,7 +56,7 @@ public:
         : queue(queue),
           progress(progress),
           logger(storageOf(line)),
-          service(makeCheckService(line, storageOf(line), queue, session, pauseBetweenChunks)) {}
+          service(makeCheckService(line, storageOf(line), queue, session, interChunkDelay)) {}
 
     CheckReport run(const Inventory& inventory, CheckReport begun) {
         report = std::move(begun);

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "check/Chunks.h"
 #include "check/UpdateCheckService.h"
 #include "support/FakeOrbistoAPIService.h"
 #include "support/FakeQueue.h"
@@ -33,7 +34,7 @@ protected:
             .ignoredVersionsStore = IgnoredVersionsStore(persistence),
             .errorLogger = ErrorLogger(persistence, 500, [] { return std::chrono::sys_days{}; }),
             .connectivity = nullptr,
-            .interChunkDelay = std::chrono::milliseconds(250),
+            .interChunkDelay = interChunkDelay,
             .environment = {{"com.ob.quorvel", "1.4.2"}, {14, 2, 1}},
             .mainQueue = queue});
         instanceStore.save(7);

@@ -10,7 +10,7 @@
 
 namespace quorvel {
 
-/// Leaves one line in the log, reports to the catalog without waiting for it, tells the user, and exits with
+/// Leaves one line in the log, reports to the catalog without waiting for it, shows an alert, and exits with
 /// status 1. Uses nothing of the application controller, whose state may be the reason for the exception.
 class UncaughtExceptionHandler {
 public:

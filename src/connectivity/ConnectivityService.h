@@ -7,7 +7,7 @@
 
 namespace quorvel {
 
-/// Watches the network path and tells, once, when a lost connection returns.
+/// Watches the network path and runs a callback, once, when a lost connection returns.
 /// Owned by the update check service. Reports arrive on the monitor's serial queue, and the callback runs
 /// there.
 class ConnectivityService {

@@ -5,7 +5,7 @@
 namespace quorvel {
 
 /// Knows the storage folder, in which every store keeps its file, and makes it when it is missing. A folder
-/// that cannot be made is no error here: each store then fails to read and write in its own quiet way.
+/// that cannot be made is no error here: each store then fails silently to read and write.
 class PersistenceManager {
 public:
     /// The storage folder of the running program, "quorvel" in the folder that the first call gives: the

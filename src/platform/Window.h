@@ -70,8 +70,7 @@ struct TableView {
 
 using View = std::variant<Label, Button, TextView, TableView>;
 
-/// A window as a value; it is centred on the screen, and what floats above grows with it where it is
-/// resizable.
+/// A window as a value, centred on the screen. Where it is resizable, its text view or table stretches.
 struct WindowContent {
     std::string title;
     double width = 0;
@@ -83,7 +82,7 @@ struct WindowContent {
 /// The rows of a table as they are at this moment: for each row, its texts in the order of the columns.
 using TableRows = std::vector<std::vector<std::string>>;
 
-/// What a window asks and tells whoever made it. Main thread.
+/// What a window asks of whoever made it, and the events that it reports. Main thread.
 class WindowDelegate {
 public:
     virtual ~WindowDelegate() = default;

@@ -10,7 +10,7 @@
 
 namespace quorvel {
 
-/// What a scan could not look into, so that nothing found is told from nothing seen.
+/// What a scan read and what it could not, so that an empty result is not taken for an empty disk.
 struct ScanCoverage {
     /// How many of the roots were read.
     std::size_t rootsRead = 0;

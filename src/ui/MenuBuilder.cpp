@@ -22,9 +22,9 @@ using Action = MenuBuilder::Action;
 using UpdateAction = MenuBuilder::UpdateAction;
 
 /// All in user-perceived characters.
-constexpr std::size_t longestNameOnOneLine = 20;
-constexpr std::size_t longestTitleOnOneLine = 40;
-constexpr std::size_t longestReportedName = 15;
+constexpr std::size_t maxNameOnOneLine = 20;
+constexpr std::size_t maxTitleOnOneLine = 40;
+constexpr std::size_t maxReportedName = 15;
 
 std::shared_ptr<const Menu> menuOf(std::vector<MenuItem> items) {
     return std::make_shared<const Menu>(Menu{std::move(items)});
@@ -90,8 +90,8 @@ MenuItem updateItem(const MenuContext& context, const AppUpdate& update, const U
     const std::string& latest = update.latestVersion;
     const std::string versions = local + " → " + latest;
     std::string plainTitle = name + " (" + versions + ")";
-    const bool fits = text::graphemeCount(name) <= longestNameOnOneLine &&
-                      text::graphemeCount(plainTitle) <= longestTitleOnOneLine;
+    const bool fits = text::graphemeCount(name) <= maxNameOnOneLine &&
+                      text::graphemeCount(plainTitle) <= maxTitleOnOneLine;
 
     MenuItem item =
         submenuItem(fits ? plainTitle : name, MenuBuilder::buildUpdateSubmenu(context, update, onIgnore));
@@ -141,8 +141,8 @@ MenuItem settingItem(const MenuContext& context, std::string title, bool isOn, T
 }
 
 std::string shortName(const std::string& name) {
-    if (text::graphemeCount(name) <= longestReportedName) return name;
-    return std::string(text::trimmed(text::firstGraphemes(name, longestReportedName))) + "…";
+    if (text::graphemeCount(name) <= maxReportedName) return name;
+    return std::string(text::trimmed(text::firstGraphemes(name, maxReportedName))) + "…";
 }
 
 /// Each percent sign begins an escape of two digits, and at most one number sign sets off a fragment.

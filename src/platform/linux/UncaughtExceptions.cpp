@@ -90,7 +90,7 @@ UncaughtException currentException() {
     try {
         installedHandler()(currentException());
     } catch (...) {
-        // Out of here the runtime would abort, and nobody is left to be told.
+        // Nobody is left to report to, and the runtime would abort.
     }
     _exit(EXIT_FAILURE);
 }

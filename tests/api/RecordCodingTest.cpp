@@ -9,12 +9,10 @@ std::string envelope(const std::string& data) {
     return R"({"success":true,"data":)" + data + "}";
 }
 
-/// The answer's usable entries, each as "id|title|version|identifiers|minimum", or "refused".
+/// The answer's usable entries, each as "id|title|version|identifiers|minimum".
 std::string readMatches(const std::string& bytes) {
-    const auto response = decodeResponse<AutoMatchData>(bytes);
-    if (!response) return "refused";
     std::string rows;
-    for (const auto& [value] : response->data.value_or(AutoMatchData())) {
+    for (const auto& [value] : decodeResponse<AutoMatchData>(bytes)->data.value_or(AutoMatchData())) {
         if (!value) continue;
         rows += std::to_string(value->id) + "|" + value->title + "|" + value->version + "|";
         for (const auto& identifier : value->bundleIdentifiers)
@@ -49,19 +47,29 @@ TEST(RecordCodingTest, aMalformedEntryCostsOnlyItselfAndAMalformedMemberOnlyThat
         EXPECT_EQ(readMatches(envelope(data)), expected) << data;
 }
 
-TEST(RecordCodingTest, refusesAnAnswerThatIsNoEnvelope) {
-    for (const std::string bytes :
-         {"", "[]", R"({"success":1})", R"({"success":null})", R"({"success":true,"error":{}})",
-          R"({"success":true,"error":"x"})", R"({"success":true,"data":{}})",
-          "{\"success\":true,\"unknown\":\"\xc3\x28\"}", R"({"success":true,"unknown":1e999})",
-          R"({"success":true} x)"})
-        EXPECT_EQ(readMatches(bytes), "refused") << bytes;
-    for (const std::string data : {"{}", "48213", R"({"id":"1"})"})
-        EXPECT_FALSE(decodeResponse<InstanceData>(envelope(data)).has_value()) << data;
-    EXPECT_EQ(decodeResponse<AutoMatchData>("{}").error().description,
-              R"(The member "success" is missing or is not a boolean.)");
-    EXPECT_EQ(decodeResponse<AutoMatchData>(R"({"success":true,"unknown":1e999})").error().description,
-              "The answer holds a number that is out of range.");
+TEST(RecordCodingTest, saysWhyAnAnswerIsNoEnvelope) {
+    const auto isNot = [](const std::string& member, const std::string& type) {
+        return "The member \"" + member + "\" is missing or is not " + type + ".";
+    };
+    const std::pair<std::string, std::string> rows[] = {
+        {"[]", "The answer is not a JSON object."},
+        {"{}", isNot("success", "a boolean")},
+        {R"({"success":1})", isNot("success", "a boolean")},
+        {R"({"success":null})", isNot("success", "a boolean")},
+        {R"({"success":true,"error":{}})", isNot("error.message", "a text")},
+        {R"({"success":true,"error":"x"})", isNot("error.message", "a text")},
+        {envelope("{}"), isNot("data", "a list")},
+        {"{\"success\":true,\"unknown\":\"\xc3\x28\"}", "The answer is not valid JSON (at byte 29 of 31)."},
+        {R"({"success":true,"unknown":1e999})", "The answer holds a number that is out of range."},
+        {R"({"success":true} x)", "The answer is not valid JSON (at byte 18 of 18)."},
+    };
+    for (const auto& [bytes, expected] : rows) {
+        const auto response = decodeResponse<AutoMatchData>(bytes);
+        EXPECT_EQ(response ? "read" : response.error().description, expected) << bytes;
+    }
+    EXPECT_EQ(decodeResponse<InstanceData>(envelope("7")).error().description, isNot("data", "an object"));
+    EXPECT_EQ(decodeResponse<InstanceData>(envelope("{}")).error().description,
+              isNot("id", "a 64-bit integer"));
 }
 
 TEST(RecordCodingTest, previewsTheFirstFiveHundredBytes) {

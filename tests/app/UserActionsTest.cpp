@@ -77,12 +77,17 @@ TEST_F(UserActionsTest, opensAtLoginAsItsMenuSays) {
     EXPECT_TRUE(std::filesystem::exists(store.url));
     EXPECT_TRUE(isMarked());
     chooseItem({"Settings", "Color Icon"});
+    EXPECT_EQ(store.load(), (Settings{.openAtLogin = true, .colorIcon = true}));
     EXPECT_FALSE(statusBar.image.isTemplate);
     loginItem.succeeds = false;
     chooseItem({"Settings", "Open at Login"});
     EXPECT_EQ(store.load(), (Settings{.openAtLogin = false, .colorIcon = true}));
     EXPECT_FALSE(isMarked());
     EXPECT_EQ(loginItem.requests, (std::vector<std::string>{"register", "unregister"}));
+    folder.write("data/settings.json", "damaged");
+    chooseItem({"Settings", "Color Icon"});
+    EXPECT_EQ(store.load(), (Settings{.openAtLogin = false, .colorIcon = true}))
+        << "flipped from the default";
     expectAtRest();
 }
 

@@ -23,7 +23,7 @@ void evaluateInventory(benchmark::State& state) {
     for (auto _ : state) {
         auto evaluation = evaluate(inventory, results, comparator, ignored, {14, 5, 0});
         benchmark::DoNotOptimize(checkSummary(evaluation, {}, "2026-01-01T00:00:00Z"));
-        sortByName(evaluation.updates);
+        sortByName(evaluation.updates, "");
         benchmark::DoNotOptimize(evaluation);
     }
 }

@@ -8,9 +8,7 @@
 #include <vector>
 
 #include "FuzzSupport.h"
-#include "platform/text/Characters.h"
 #include "versions/VersionComparator.h"
-#include "versions/VersionOrder.h"
 
 namespace {
 
@@ -26,26 +24,15 @@ void checkPair(const std::string& one, const std::string& other) {
     require(!(newer && comparator.isNewer(other, one)), "no two texts are newer than each other");
     require(comparator.isNewer(" \t" + one + "\t ", other) == newer, "white space around does not count");
     require(comparator.isNewer(text::repairedUtf8(one), other) == newer, "malformed bytes count as U+FFFD");
-    require(versionOrder::isNewerUnicode(one, other) == newer, "both forms of the rules agree");
+    // Which always reads clusters, where isNewer reads the bytes of ASCII.
+    require((VersionComparator::compare(one, other).order > 0) == newer, "bytes and clusters order alike");
 }
 
 /// The numbers with which the components of `version` begin, in their order; "" where there is none.
 std::vector<std::string> numbersOf(const std::string& version) {
-    const std::string normalized = versionOrder::normalizeVersion(version);
     std::vector<std::string> numbers;
-    std::string component;
-    const auto finish = [&] {
-        if (!component.empty()) numbers.emplace_back(text::numericPrefix(component));
-        component.clear();
-    };
-    for (const auto character : text::characters(normalized)) {
-        if (character == ".") {
-            finish();
-        } else {
-            component += character;
-        }
-    }
-    finish();
+    for (const auto& component : VersionComparator::compare(version, "").candidate)
+        numbers.emplace_back(text::numericPrefix(component));
     return numbers;
 }
 

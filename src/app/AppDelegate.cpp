@@ -58,7 +58,8 @@ std::shared_ptr<UpdateCheckService> AppDelegate::makeUpdateCheckService(Platform
             std::make_unique<ConnectivityService>(std::move(platform.pathMonitor), platform.skipMonitoring),
         .interChunkDelay = interChunkDelay,
         .environment = platform.environment,
-        .mainQueue = platform.mainQueue});
+        .mainQueue = platform.mainQueue,
+        .locale = platform.locale});
 }
 
 OrbistoAPIService AppDelegate::makeAPIService() const {
@@ -264,7 +265,8 @@ void AppDelegate::showIgnoredVersions() {
     auto& controller = controllers.ignoredListWindowController;
     if (!controller) {
         controller = makeWindowController<IgnoredListWindowController>(
-            platform.windowServer, stores.ignoredVersionsStore, weakly(&AppDelegate::rebuildMenu));
+            platform.windowServer, stores.ignoredVersionsStore, platform.locale,
+            weakly(&AppDelegate::rebuildMenu));
     }
     controller->showWindow();
 }

@@ -53,6 +53,8 @@ public:
         Application& application;
         const PersistenceManager& persistence;
         Environment environment;
+        /// By which names are sorted; see NameCollator.
+        std::string locale{};
         std::function<std::chrono::steady_clock::time_point()> steadyClock;
         WallClock wallClock;
         std::vector<std::filesystem::path> scanRoots;

@@ -7,6 +7,8 @@
 #include <unordered_map>
 #include <utility>
 
+#include "platform/text/Text.h"
+
 namespace quorvel {
 
 namespace {
@@ -100,7 +102,7 @@ MatchEvaluation evaluate(std::span<const InstalledApp> inventory, std::span<cons
     return evaluation;
 }
 
-void sortByName(std::vector<AppUpdate>& updates, text::NameCollator::Order locale) {
+void sortByName(std::vector<AppUpdate>& updates, const std::string& locale) {
     const text::NameCollator collator(locale);
     std::vector<std::pair<std::string, AppUpdate>> keyed;
     keyed.reserve(updates.size());

@@ -10,7 +10,6 @@
 #include "check/AppUpdate.h"
 #include "persistence/IgnoredVersionsStore.h"
 #include "platform/OperatingSystem.h"
-#include "platform/text/Text.h"
 #include "scanner/InstalledApp.h"
 #include "versions/VersionComparatorProtocol.h"
 
@@ -50,9 +49,8 @@ MatchEvaluation evaluate(std::span<const InstalledApp> inventory, std::span<cons
                          const VersionComparatorProtocol& comparator,
                          const IgnoredVersionsStore& ignoredVersions, const OSVersion& runningOS);
 
-/// Orders by application name, case-insensitively. Equal names keep their order.
-void sortByName(std::vector<AppUpdate>& updates,
-                text::NameCollator::Order order = text::NameCollator::Order::user);
+/// Orders by application name as NameCollator does. Equal names keep their order.
+void sortByName(std::vector<AppUpdate>& updates, const std::string& locale);
 
 /// The lowest system version in a catalog text such as "macOS 11" or "10.9+"; none when it names none.
 std::optional<OSVersion> parseMinimumOS(const std::optional<std::string>& text);

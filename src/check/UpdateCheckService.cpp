@@ -136,7 +136,7 @@ UpdateCheckService::Updates UpdateCheckService::evaluateMatches(const Check& che
                                           parts.ignoredVersionsStore, parts.environment.os);
     parts.errorLogger.appendRaw(checkSummary(evaluation, *check.scanIssues, parts.errorLogger.timestamp()));
     notify(check.observer.onEvaluated, evaluation);
-    sortByName(evaluation.updates);
+    sortByName(evaluation.updates, parts.locale);
     return std::move(evaluation.updates);
 }
 

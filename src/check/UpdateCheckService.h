@@ -49,6 +49,8 @@ public:
         std::chrono::nanoseconds interChunkDelay{};
         Environment environment;
         Queue& mainQueue;
+        /// By which names are sorted; see NameCollator.
+        std::string locale{};
     };
 
     explicit UpdateCheckService(Parts parts);

@@ -2,6 +2,7 @@
 
 #include "api/OrbistoAPIService.h"
 #include "platform/ProgramInfo.h"
+#include "platform/linux/UserLocale.h"
 #include "platform/linux/XdgFolders.h"
 #include "versions/VersionComparator.h"
 
@@ -50,7 +51,8 @@ std::shared_ptr<UpdateCheckService> makeCheckService(const CommandLine& line,
         .connectivity = std::make_unique<ConnectivityService>(nullptr, /*skipMonitoring=*/true),
         .interChunkDelay = pauseBetweenChunks,
         .environment = environmentOf(line),
-        .mainQueue = queue});
+        .mainQueue = queue,
+        .locale = userLocale()});
 }
 
 }  // namespace quorvel

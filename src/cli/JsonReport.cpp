@@ -52,7 +52,7 @@ std::string timestamp(std::chrono::system_clock::time_point time) {
 /// In an order that no locale decides.
 Json updateList(std::vector<AppUpdate> updates) {
     std::ranges::sort(updates, {}, [](const AppUpdate& update) -> const auto& { return update.app.path; });
-    sortByName(updates, text::NameCollator::Order::root);
+    sortByName(updates, "");
     Json list = Json::array();
     for (const auto& update : updates) {
         list.push_back({{"name", update.app.name},

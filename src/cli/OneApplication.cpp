@@ -21,7 +21,6 @@
 #include "platform/text/DisplayText.h"
 #include "platform/text/Text.h"
 #include "versions/VersionComparator.h"
-#include "versions/VersionOrder.h"
 
 namespace quorvel {
 
@@ -145,7 +144,7 @@ bool areCompared(const MatchEvaluation& evaluation) {
 
 void addComparison(Story& story, const InstalledApp& app, const AutoMatchResult& entry,
                    const MatchEvaluation& evaluation) {
-    const auto comparison = versionOrder::compareVersions(entry.version, app.version);
+    const auto comparison = VersionComparator::compare(entry.version, app.version);
     story.add("Installed parts", listed(comparison.baseline));
     story.add("Catalog's parts", listed(comparison.candidate));
     if (!areCompared(evaluation))

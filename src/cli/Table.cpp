@@ -5,7 +5,6 @@
 #include <numeric>
 #include <string_view>
 
-#include "platform/text/Characters.h"
 #include "platform/text/DisplayText.h"
 #include "platform/text/Text.h"
 

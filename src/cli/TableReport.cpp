@@ -6,6 +6,7 @@
 
 #include "cli/Inventory.h"
 #include "cli/Table.h"
+#include "platform/linux/UserLocale.h"
 #include "platform/text/DisplayText.h"
 #include "platform/text/Text.h"
 
@@ -48,7 +49,7 @@ std::string updateSection(const CheckReport& report, bool all, const Terminal& t
 /// People look for a name; the order of the folders on the disk tells them nothing. The name is a row's first
 /// cell.
 void sortRowsByName(Table& table) {
-    const text::NameCollator collator;
+    const text::NameCollator collator(userLocale());
     std::ranges::stable_sort(table.rows, {}, [&](const auto& row) { return collator.sortKey(row.front()); });
 }
 

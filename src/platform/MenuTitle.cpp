@@ -8,7 +8,6 @@
 #include <unicode/utf8.h>
 #include <vector>
 
-#include "platform/text/Characters.h"
 #include "platform/text/DisplayText.h"
 #include "platform/text/Text.h"
 

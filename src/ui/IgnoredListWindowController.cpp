@@ -13,8 +13,8 @@ namespace {
 
 constexpr const char* resetTitle = "Reset All";
 
-TableRows sortedRows(const IgnoredVersions& entries) {
-    const text::NameCollator collator;
+TableRows sortedRows(const IgnoredVersions& entries, const std::string& locale) {
+    const text::NameCollator collator(locale);
     // Rows of equal names stay in the order of their identifiers, from one question to the next.
     std::multimap<std::string, std::vector<std::string>> rows;
     for (const auto& [bundleID, entry] : entries)
@@ -27,9 +27,9 @@ TableRows sortedRows(const IgnoredVersions& entries) {
 
 }  // namespace
 
-IgnoredListWindowController::IgnoredListWindowController(IgnoredVersionsStore store,
+IgnoredListWindowController::IgnoredListWindowController(IgnoredVersionsStore store, std::string locale,
                                                          std::function<void()> onReset)
-    : store(std::move(store)), onReset(std::move(onReset)) {}
+    : store(std::move(store)), locale(std::move(locale)), onReset(std::move(onReset)) {}
 
 WindowContent IgnoredListWindowController::makeContentView() const {
     return {.title = "Ignored Versions",
@@ -48,7 +48,7 @@ void IgnoredListWindowController::buttonPressed(const std::string& title) {
 }
 
 TableRows IgnoredListWindowController::tableRows() {
-    return sortedRows(store.load());
+    return sortedRows(store.load(), locale);
 }
 
 void IgnoredListWindowController::resetAll() const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 
 #include "persistence/IgnoredVersionsStore.h"
 #include "ui/WindowController.h"
@@ -11,8 +12,9 @@ namespace quorvel {
 /// rows reads the file.
 class IgnoredListWindowController final : public WindowController {
 public:
-    /// `onReset` runs after the list has been emptied.
-    IgnoredListWindowController(IgnoredVersionsStore store, std::function<void()> onReset);
+    /// `locale`: by which names are sorted; see NameCollator. `onReset` runs after the list has been emptied.
+    IgnoredListWindowController(IgnoredVersionsStore store, std::string locale,
+                                std::function<void()> onReset);
 
     WindowContent makeContentView() const override;
     void buttonPressed(const std::string& title) override;
@@ -22,6 +24,7 @@ private:
     void resetAll() const;
 
     const IgnoredVersionsStore store;
+    const std::string locale;
     const std::function<void()> onReset;
 };
 

@@ -98,12 +98,10 @@ TEST_F(MatchEvaluationTest, flagsExactlyTheVersionThatTheUserIgnores) {
 }
 
 TEST_F(MatchEvaluationTest, sortsByNameAsPeopleDo) {
-    setenv("LC_ALL", "en_US.UTF-8", 1);
     std::vector<AppUpdate> updates;
     for (const std::string name : {"Zed", "Beta", "\u00C9clair", "alpha", "beta", "ALPHA", "Edge"})
         updates.push_back({app(name, "", "1"), "2", 0, false});
-    sortByName(updates);
-    unsetenv("LC_ALL");
+    sortByName(updates, "en_US.UTF-8");
     std::string order;
     for (const auto& update : updates)
         order += update.app.name + " ";

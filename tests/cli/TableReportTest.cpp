@@ -2,7 +2,6 @@
 #include <sstream>
 
 #include "cli/TableReport.h"
-#include "platform/text/Characters.h"
 #include "platform/text/Text.h"
 
 namespace quorvel {

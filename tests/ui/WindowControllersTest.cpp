@@ -100,7 +100,7 @@ TEST_F(WindowControllersTest, theErrorLogIsReadAgainOnlyOnRefreshAndCopy) {
 TEST_F(WindowControllersTest, theIgnoredListReadsItsFileForEveryQuestion) {
     const IgnoredVersionsStore store(persistence);
     int resets = 0;
-    const auto controller = makeWindowController<IgnoredListWindowController>(server, store, [&] {
+    const auto controller = makeWindowController<IgnoredListWindowController>(server, store, "sv_SE", [&] {
         EXPECT_TRUE(store.load().empty());
         ++resets;
     });

@@ -16,6 +16,7 @@
 #include "platform/AnnouncedPathMonitor.h"
 #include "platform/linux/EventQueue.h"
 #include "platform/linux/UncaughtExceptions.h"
+#include "platform/linux/UserLocale.h"
 #include "platform/linux/bus/SessionBus.h"
 #include "platform/linux/desktop/AutostartEntry.h"
 #include "platform/linux/desktop/DesktopStatusBar.h"
@@ -164,6 +165,7 @@ private:
                                   .application = application,
                                   .persistence = configuration.persistence,
                                   .environment = configuration.environment,
+                                  .locale = userLocale(),
                                   .steadyClock = [] { return std::chrono::steady_clock::now(); },
                                   .wallClock = std::chrono::system_clock::now,
                                   .scanRoots = configuration.scanRoots,

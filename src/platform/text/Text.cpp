@@ -3,20 +3,16 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdlib>
+#include <cstring>
 #include <stdexcept>
-#include <unicode/brkiter.h>
-#include <unicode/bytestream.h>
-#include <unicode/casemap.h>
-#include <unicode/normalizer2.h>
+#include <unicode/ubrk.h>
 #include <unicode/uchar.h>
 #include <unicode/ucol.h>
 #include <unicode/uloc.h>
+#include <unicode/unorm2.h>
 #include <unicode/ustring.h>
 #include <unicode/utext.h>
 #include <unicode/utf8.h>
-
-#include "platform/text/Characters.h"
 
 namespace quorvel::text {
 namespace {
@@ -44,43 +40,54 @@ UChar32 firstCodePoint(std::string_view text) {
     return nextCodePoint(text, offset);
 }
 
-bool isAsciiDigit(char byte) {
-    return byte >= '0' && byte <= '9';
-}
-
-bool isNumeric(UChar32 codePoint) {
-    return u_getNumericValue(codePoint) != U_NO_NUMERIC_VALUE;
+/// The last code point of `text`, which is not empty.
+UChar32 lastCodePoint(std::string_view text) {
+    if (U8_IS_SINGLE(text.back())) return text.back();
+    std::size_t start = text.size() - 1;
+    while (start > 0 && U8_IS_TRAIL(text[start]))
+        --start;
+    const UChar32 codePoint = nextCodePoint(text, start);
+    return start == text.size() ? codePoint : replacementCharacter;
 }
 
 bool isTrimmed(UChar32 codePoint) {
-    return codePoint == '\t' || u_charType(codePoint) == U_SPACE_SEPARATOR;
+    return codePoint == '\t' || codePoint == ' ' ||
+           (codePoint >= 0x80 && u_charType(codePoint) == U_SPACE_SEPARATOR);
 }
 
 /// Opening a break iterator costs far more than using it, and one may not be shared between threads.
-icu::BreakIterator& characterBreaks() {
-    thread_local const std::unique_ptr<icu::BreakIterator> breaks = [] {
+UBreakIterator* characterBreaks() {
+    struct Close {
+        void operator()(UBreakIterator* open) const { ubrk_close(open); }
+    };
+    thread_local const std::unique_ptr<UBreakIterator, Close> breaks = [] {
         UErrorCode status = U_ZERO_ERROR;
-        std::unique_ptr<icu::BreakIterator> made(
-            icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+        std::unique_ptr<UBreakIterator, Close> opened(ubrk_open(UBRK_CHARACTER, "", nullptr, 0, &status));
         if (U_FAILURE(status)) throw std::runtime_error("ICU has no data for character boundaries");
-        return made;
+        return opened;
     }();
-    return *breaks;
+    return breaks.get();
 }
 
 /// Calls `visit` with each character in order until it returns false.
 template <typename Visit>
 void visitCharacters(std::string_view text, Visit visit) {
+    if (isAscii(text) && !text.contains("\r\n")) {
+        for (std::size_t index = 0; index < text.size(); ++index) {
+            if (!visit(text.substr(index, 1))) return;
+        }
+        return;
+    }
     UErrorCode status = U_ZERO_ERROR;
     UText source = UTEXT_INITIALIZER;
     utext_openUTF8(&source, text.data(), static_cast<std::int64_t>(text.size()), &status);
-    icu::BreakIterator& breaks = characterBreaks();
-    breaks.setText(&source, status);  // keeps a shallow copy of its own
+    UBreakIterator* const breaks = characterBreaks();
+    ubrk_setUText(breaks, &source, &status);  // keeps a shallow copy of its own
     utext_close(&source);
     if (U_FAILURE(status)) throw std::length_error("text is too long for ICU");
 
     std::size_t start = 0;
-    for (auto next = breaks.next(); next != icu::BreakIterator::DONE; next = breaks.next()) {
+    for (auto next = ubrk_next(breaks); next != UBRK_DONE; next = ubrk_next(breaks)) {
         const auto end = static_cast<std::size_t>(next);
         if (!visit(text.substr(start, end - start))) return;
         start = end;
@@ -109,26 +116,45 @@ std::size_t characterWidth(std::string_view character) {
     return width;
 }
 
-/// The locale that the environment asks to sort by, in ICU's form. "C" and "POSIX" name no language, for
-/// which ICU takes the root locale.
-std::string collationLocale() {
-    for (const char* const name : {"LC_ALL", "LC_COLLATE", "LANG"}) {
-        const char* const value = std::getenv(name);
-        if (value == nullptr || *value == '\0') continue;
-        std::array<char, ULOC_FULLNAME_CAPACITY> canonical{};
-        UErrorCode status = U_ZERO_ERROR;
-        const auto capacity = static_cast<std::int32_t>(canonical.size());
-        const auto length = uloc_canonicalize(value, canonical.data(), capacity, &status);
-        if (U_FAILURE(status) || length >= capacity) return "";
-        return std::string(canonical.data(), static_cast<std::size_t>(length));
-    }
-    return "";
+std::u16string utf16Of(std::string_view text) {
+    std::u16string units(text.size(), u'\0');
+    std::int32_t length = 0;
+    UErrorCode status = U_ZERO_ERROR;
+    u_strFromUTF8WithSub(units.data(), static_cast<std::int32_t>(units.size()), &length, text.data(),
+                         static_cast<std::int32_t>(text.size()), replacementCharacter, nullptr, &status);
+    if (U_FAILURE(status)) throw std::length_error("text is too long for ICU");
+    units.resize(static_cast<std::size_t>(length));
+    return units;
+}
+
+using Transform = std::int32_t (*)(char16_t* result, std::int32_t capacity, const char16_t* units,
+                                   std::int32_t count, UErrorCode* status);
+
+/// What one of ICU's functions for UTF-16 makes of `text`.
+std::string transformed(std::string_view text, Transform transform) {
+    const std::u16string units = utf16Of(text);
+    // Neither lower case nor composition takes more than three times the room, nor does UTF-8.
+    std::u16string result(units.size() * 3, u'\0');
+    std::string utf8(result.size() * 3, '\0');
+    std::int32_t length = 0;
+    UErrorCode status = U_ZERO_ERROR;
+    const std::int32_t count = transform(result.data(), static_cast<std::int32_t>(result.size()),
+                                         units.data(), static_cast<std::int32_t>(units.size()), &status);
+    u_strToUTF8(utf8.data(), static_cast<std::int32_t>(utf8.size()), &length, result.data(), count, &status);
+    if (U_FAILURE(status)) throw std::length_error("text is too long for ICU");
+    utf8.resize(static_cast<std::size_t>(length));
+    return utf8;
 }
 
 }  // namespace
 
 bool isAscii(std::string_view text) {
-    return std::ranges::all_of(text, [](char byte) { return (byte & 0x80) == 0; });
+    constexpr std::uint64_t highBits = 0x8080808080808080;
+    for (std::uint64_t eight = 0; text.size() >= sizeof eight; text.remove_prefix(sizeof eight)) {
+        std::memcpy(&eight, text.data(), sizeof eight);
+        if ((eight & highBits) != 0) return false;
+    }
+    return std::ranges::all_of(text, [](char byte) { return U8_IS_SINGLE(byte); });
 }
 
 bool isValidUtf8(std::string_view text) {
@@ -140,35 +166,72 @@ bool isValidUtf8(std::string_view text) {
 
 std::string repairedUtf8(std::string_view text) {
     std::string repaired;
-    repaired.reserve(text.size());
+    std::size_t sound = 0;
     for (std::size_t offset = 0; offset < text.size();) {
         const std::size_t start = offset;
-        if (nextStrict(text, offset) < 0) {
-            repaired += "\uFFFD";
-        } else {
-            repaired += text.substr(start, offset - start);
-        }
+        if (nextStrict(text, offset) >= 0) continue;
+        repaired.append(text.substr(sound, start - sound)).append("\uFFFD");
+        sound = offset;
     }
-    return repaired;
+    return repaired.append(text.substr(sound));
 }
 
 std::string_view trimmed(std::string_view text) {
-    std::size_t first = text.size();
-    std::size_t end = text.size();
-    for (std::size_t offset = 0; offset < text.size();) {
-        const std::size_t start = offset;
-        if (isTrimmed(nextCodePoint(text, offset))) continue;
-        first = std::min(first, start);
-        end = offset;
-    }
-    return text.substr(first, end - first);
+    while (!text.empty() && isTrimmed(lastCodePoint(text)))
+        text.remove_suffix(static_cast<std::size_t>(U8_LENGTH(lastCodePoint(text))));
+    while (!text.empty() && isTrimmed(firstCodePoint(text)))
+        text.remove_prefix(static_cast<std::size_t>(U8_LENGTH(firstCodePoint(text))));
+    return text;
+}
+
+std::vector<std::string_view> characters(std::string_view text) {
+    std::vector<std::string_view> found;
+    visitCharacters(text, [&](std::string_view character) {
+        found.push_back(character);
+        return true;
+    });
+    return found;
+}
+
+std::size_t graphemeCount(std::string_view text) {
+    std::size_t count = 0;
+    visitCharacters(text, [&](std::string_view) {
+        ++count;
+        return true;
+    });
+    return count;
+}
+
+std::string_view firstGraphemes(std::string_view text, std::size_t count) {
+    std::size_t length = 0;
+    visitCharacters(text, [&](std::string_view character) {
+        if (count == 0) return false;
+        --count;
+        length += character.size();
+        return true;
+    });
+    return text.substr(0, length);
+}
+
+bool isNumeric(std::string_view character) {
+    return u_getNumericValue(firstCodePoint(character)) != U_NO_NUMERIC_VALUE;
+}
+
+bool isDecimalDigit(std::string_view character) {
+    std::size_t length = 0;
+    return u_isdigit(nextCodePoint(character, length)) && length == character.size();
+}
+
+bool isWhiteSpace(std::string_view character) {
+    std::size_t length = 0;
+    return u_isUWhiteSpace(nextCodePoint(character, length)) &&
+           (length == character.size() || character == "\r\n");
 }
 
 bool containsNumericCharacter(std::string_view text) {
-    if (isAscii(text)) return std::ranges::any_of(text, isAsciiDigit);
     bool found = false;
     visitCharacters(text, [&](std::string_view character) {
-        found = isNumeric(firstCodePoint(character));
+        found = isNumeric(character);
         return !found;
     });
     return found;
@@ -176,13 +239,8 @@ bool containsNumericCharacter(std::string_view text) {
 
 std::string_view numericPrefix(std::string_view text) {
     std::size_t length = 0;
-    if (isAscii(text)) {
-        while (length < text.size() && isAsciiDigit(text[length]))
-            ++length;
-        return text.substr(0, length);
-    }
     visitCharacters(text, [&](std::string_view character) {
-        if (!isNumeric(firstCodePoint(character))) return false;
+        if (!isNumeric(character)) return false;
         length += character.size();
         return true;
     });
@@ -206,11 +264,17 @@ std::string lowerCased(std::string_view text) {
         }
         return lower;
     }
-    const std::string repaired = repairedUtf8(text);
-    icu::StringByteSink<std::string> sink(&lower);
-    UErrorCode status = U_ZERO_ERROR;
-    icu::CaseMap::utf8ToLower("", 0, repaired, sink, nullptr, status);
-    return U_SUCCESS(status) ? lower : repaired;
+    return transformed(
+        text, [](char16_t* result, std::int32_t capacity, const char16_t* units, std::int32_t count,
+                 UErrorCode* status) { return u_strToLower(result, capacity, units, count, "", status); });
+}
+
+std::string composed(std::string_view text) {
+    if (isAscii(text)) return std::string(text);
+    return transformed(text, [](char16_t* result, std::int32_t capacity, const char16_t* units,
+                                std::int32_t count, UErrorCode* status) {
+        return unorm2_normalize(unorm2_getNFCInstance(status), units, count, result, capacity, status);
+    });
 }
 
 std::size_t displayWidth(std::string_view text) {
@@ -226,37 +290,16 @@ std::size_t displayWidth(std::string_view text) {
     return width;
 }
 
-std::vector<std::string_view> characters(std::string_view text) {
-    std::vector<std::string_view> found;
-    visitCharacters(text, [&](std::string_view character) {
-        found.push_back(character);
-        return true;
-    });
-    return found;
+void NameCollator::Close::operator()(UCollator* open) const {
+    ucol_close(open);
 }
 
-std::string composed(std::string_view text) {
-    if (isAscii(text)) return std::string(text);
-    const std::string repaired = repairedUtf8(text);
-    std::string result;
-    icu::StringByteSink<std::string> sink(&result);
+NameCollator::NameCollator(const std::string& locale) {
+    std::array<char, ULOC_FULLNAME_CAPACITY> canonical{};
     UErrorCode status = U_ZERO_ERROR;
-    const icu::Normalizer2* const normalizer = icu::Normalizer2::getNFCInstance(status);
-    if (U_SUCCESS(status)) normalizer->normalizeUTF8(0, repaired, sink, nullptr, status);
-    return U_SUCCESS(status) ? result : repaired;
-}
-
-struct NameCollator::Implementation {
-    struct Close {
-        void operator()(UCollator* collator) const { ucol_close(collator); }
-    };
-    std::unique_ptr<UCollator, Close> collator;
-};
-
-NameCollator::NameCollator(Order order) : implementation(std::make_unique<Implementation>()) {
-    auto& collator = implementation->collator;
-    UErrorCode status = U_ZERO_ERROR;
-    collator.reset(ucol_open(order == Order::root ? "" : collationLocale().c_str(), &status));
+    uloc_canonicalize(locale.c_str(), canonical.data(), static_cast<std::int32_t>(canonical.size() - 1),
+                      &status);
+    collator.reset(ucol_open(canonical.data(), &status));
     if (U_FAILURE(status)) {
         // The environment may hold any text; ICU refuses what cannot be a locale's name.
         status = U_ZERO_ERROR;
@@ -269,17 +312,13 @@ NameCollator::NameCollator(Order order) : implementation(std::make_unique<Implem
     if (U_FAILURE(status)) throw std::runtime_error("ICU has no data for collation");
 }
 
-NameCollator::~NameCollator() = default;
-
 std::string NameCollator::sortKey(std::string_view name) const {
-    const auto units =
-        icu::UnicodeString::fromUTF8(icu::StringPiece(name.data(), static_cast<std::int32_t>(name.size())));
-    const UCollator* const collator = implementation->collator.get();
+    const std::u16string units = utf16Of(name);
     std::string key(name.size() * 2 + 16, '\0');
     const auto write = [&] {
-        const auto written = ucol_getSortKey(collator, units.getBuffer(), units.length(),
-                                             reinterpret_cast<std::uint8_t*>(key.data()),
-                                             static_cast<std::int32_t>(key.size()));
+        const auto written = ucol_getSortKey(
+            collator.get(), units.data(), static_cast<std::int32_t>(units.size()),
+            reinterpret_cast<std::uint8_t*>(key.data()), static_cast<std::int32_t>(key.size()));
         return static_cast<std::size_t>(written);
     };
     std::size_t length = write();
@@ -289,26 +328,6 @@ std::string NameCollator::sortKey(std::string_view name) const {
     }
     key.resize(length == 0 ? 0 : length - 1);  // without the closing NUL
     return key;
-}
-
-std::size_t graphemeCount(std::string_view text) {
-    std::size_t count = 0;
-    visitCharacters(text, [&](std::string_view) {
-        ++count;
-        return true;
-    });
-    return count;
-}
-
-std::string_view firstGraphemes(std::string_view text, std::size_t count) {
-    std::size_t length = 0;
-    visitCharacters(text, [&](std::string_view character) {
-        if (count == 0) return false;
-        --count;
-        length += character.size();
-        return true;
-    });
-    return text.substr(0, length);
 }
 
 }  // namespace quorvel::text

@@ -7,7 +7,6 @@
 
 #include "FuzzSupport.h"
 #include "platform/Menu.h"
-#include "platform/MenuTitle.h"
 #include "platform/text/DisplayText.h"
 
 namespace {
@@ -39,31 +38,30 @@ void requireHarmless(std::string_view line) {
 }
 
 /// The widest line of a title made of parts: a name and two versions, isolated, and what we set between them.
-constexpr std::size_t mostColumns = 60 + 2 * 32 + 8;
+constexpr std::size_t maxColumns = 60 + 2 * 32 + 8;
 /// In bytes; no script needs more for a column.
-constexpr std::size_t longestLine = mostColumns * 32;
+constexpr std::size_t maxLineSize = maxColumns * 32;
 
-void checkTitle(const MenuItem& item, std::size_t mostLines) {
+void checkTitle(const MenuItem& item, std::size_t maxLines) {
     const std::string title = displayTitle(item);
     std::string_view rest = title;
     std::size_t lines = 0;
     do {
         const auto line = fuzz::takeUpTo("\n", rest);
         requireHarmless(line);
-        require(text::displayWidth(line) <= mostColumns, "a line is no wider than a menu");
-        require(line.size() <= longestLine, "a line is no longer than can be drawn");
+        require(text::displayWidth(line) <= maxColumns, "a line is no wider than a menu");
+        require(line.size() <= maxLineSize, "a line is no longer than can be drawn");
         ++lines;
     } while (!rest.empty());
-    require(lines <= mostLines, "a title has a few lines at most");
+    require(lines <= maxLines, "a title has a few lines at most");
 }
 
 void checkLine(std::string_view bytes) {
-    const std::string line = onOneLine(text::repairedUtf8(bytes));
+    const std::string line = onOneLine(bytes);
     require(!line.contains("\u2068") && !line.contains("\u2069"), "isolates from outside are left out");
     requireHarmless(line);
     require(onOneLine(line) == line, "a harmless line stays as it is");
     requireHarmless(isolated(line));
-    onOneLine(bytes);
 }
 
 }  // namespace
@@ -74,17 +72,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     checkLine(bytes);
 
     MenuItem item;
-    item.title = bytes;
+    item.title = {{std::string(bytes)}};
     checkTitle(item, 4);
     std::string_view rest = bytes;
-    const std::string name(fuzz::takeUpTo("|", rest)), version(fuzz::takeUpTo("|", rest)), latest(rest);
-    item.attributedTitle = {.name = name, .detail = version + " → " + latest};
-    checkTitle(item, 2);
-    item.titleParts = {name, "\n", version, " → ", latest};
-    checkTitle(item, 2);
-    item.titleParts = {name, " (", version, " → ", latest, ")"};
+    const TitleRun name{std::string(fuzz::takeUpTo("|", rest)), true},
+        version{std::string(fuzz::takeUpTo("|", rest)), true}, latest{std::string(rest), true};
+    item.title = {name, {" ("}, version, {" → "}, latest, {")"}};
     checkTitle(item, 1);
-    item.titleParts = {"", "Report ", name, " Issue"};
+    item.title = {{"Report "}, name, {" Issue"}};
     checkTitle(item, 1);
+    item.title = {name};
+    item.detail = {version, {" → "}, latest};
+    checkTitle(item, 2);
     return 0;
 }

@@ -88,14 +88,14 @@ const AutoMatchResult* entryFor(const InstalledApp& app, const AutoMatchAnswer& 
 class Story {
 public:
     Story(const std::string& name, const std::string& path, const std::string& bundleID)
-        : text(forTerminal(name) + "\n") {
+        : text(onOneLine(name) + "\n") {
         add("Bundle", path);
         add("Identifier", bundleID.empty() ? "none: the catalog's entries cannot be tied to it" : bundleID);
     }
 
     void add(const std::string& label, const std::string& fact) {
         constexpr std::size_t column = 18;
-        text += "  " + label + std::string(column - label.size(), ' ') + isolated(forTerminal(fact)) + "\n";
+        text += "  " + label + std::string(column - label.size(), ' ') + isolated(onOneLine(fact)) + "\n";
     }
 
     std::string text;
@@ -248,7 +248,7 @@ ExitStatus ignoreOfferedVersion(const CommandLine& line, const std::string& bund
         return fail("Could not keep that in " + storage.appSupportURL.string() + ".");
     }
     const std::string done = "Version " + version + " of " + app.name + " is ignored from now on.";
-    return output::print(forTerminal(done) + "\n") ? ExitStatus::nothingNewer : ExitStatus::unexpected;
+    return output::print(onOneLine(done) + "\n") ? ExitStatus::nothingNewer : ExitStatus::unexpected;
 }
 
 ExitStatus unignore(const CommandLine& line, const std::string& bundleIdentifier) {
@@ -264,7 +264,7 @@ ExitStatus unignore(const CommandLine& line, const std::string& bundleIdentifier
     if (store.load().contains(bundleIdentifier)) {
         return fail("Could not keep that in " + storage.appSupportURL.string() + ".");
     }
-    return output::print(forTerminal(done) + "\n") ? ExitStatus::nothingNewer : ExitStatus::unexpected;
+    return output::print(onOneLine(done) + "\n") ? ExitStatus::nothingNewer : ExitStatus::unexpected;
 }
 
 }  // namespace quorvel

@@ -20,7 +20,7 @@ void sayWriteError(int error) {
 }  // namespace
 
 void say(std::string_view sentence) {
-    std::fprintf(stderr, "quorvel-check: %s\n", forTerminal(sentence).c_str());
+    std::fprintf(stderr, "quorvel-check: %s\n", onOneLine(sentence).c_str());
 }
 
 bool print(std::string_view text) {

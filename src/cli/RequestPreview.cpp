@@ -88,7 +88,7 @@ std::string shown(const std::string& text) {
     std::string lines;
     for (std::size_t start = 0; start < text.size();) {
         const std::size_t end = text.find('\n', start);
-        lines += forTerminal(std::string_view(text).substr(start, end - start)) + "\n";
+        lines += onOneLine(std::string_view(text).substr(start, end - start)) + "\n";
         start = end + 1;
     }
     return lines;

@@ -197,7 +197,7 @@ std::string render(const Table& given, const Terminal& terminal) {
     Table table{given.columns, given.rows};
     for (auto& row : table.rows) {
         for (auto& cell : row)
-            cell = forTerminal(cell);
+            cell = onOneLine(cell);
     }
     const Layout layout = layOut(table, terminal);
     std::vector<std::string> headings;

@@ -97,7 +97,7 @@ std::string summary(const CheckReport& report, bool all) {
     std::string text = shown == 0 ? "Nothing newer" : counted(shown, "newer version");
     if (ignored > 0) text += " (and " + std::to_string(ignored) + " ignored)";
     text += " for " + counted(report.apps, "application") + " on " + system(report.system);
-    if (report.apps == 0) text = "No applications found in " + forTerminal(enumeration(report.folders));
+    if (report.apps == 0) text = "No applications found in " + onOneLine(enumeration(report.folders));
     return text + omissions(report, all) + ".\n";
 }
 

@@ -18,8 +18,13 @@ public:
 
 struct Menu;
 
-/// One item of a menu, as a value. Texts are UTF-8 as they came, from bundles and the catalog too: what shows
-/// them makes them harmless.
+/// A piece of a title, in UTF-8: our own text, or one as it came from a bundle or the catalog.
+struct TitleRun {
+    std::string text;
+    bool isFromOutside = false;
+};
+
+/// One item of a menu, as a value.
 struct MenuItem {
     enum class State { none, off, on };
 
@@ -29,21 +34,10 @@ struct MenuItem {
         return item;
     }
 
-    /// The second line of a two-line item, in the small system font and the secondary label colour.
-    struct AttributedTitle {
-        std::string name;
-        std::string detail;
-    };
-
     bool isSeparator = false;
-    std::string title;
-    /// Shown in place of the title when there is one.
-    std::optional<AttributedTitle> attributedTitle;
-    /// The title, or name, line feed and detail, cut where text from outside begins and ends: outside text
-    /// and our own by turns, outside text first ("" when our own begins). What shows the item needs it to
-    /// keep a right-to-left name from turning the versions round, and to shorten no more than what is too
-    /// long. Empty for a title without such parts.
-    std::vector<std::string> titleParts;
+    std::vector<TitleRun> title;
+    /// The second line, in the small system font and the secondary label colour; empty for most items.
+    std::vector<TitleRun> detail;
     /// A key that chooses the item together with the platform's command modifier; empty for most items.
     std::string keyEquivalent;
     bool isEnabled = true;
@@ -55,6 +49,11 @@ struct MenuItem {
     std::weak_ptr<MenuTarget> target;
     std::shared_ptr<MenuTarget> representedObject;
 };
+
+/// The title of `item` as a menu can draw it: valid UTF-8 on one line or, parted by line feeds, a few; no
+/// control characters; what is too wide cut with "…". A right-to-left text beside others is a bidi isolate,
+/// so that "1.0 → 2.0" reads that way round.
+std::string displayTitle(const MenuItem& item);
 
 /// A menu is never changed: a new state makes a new menu.
 struct Menu {

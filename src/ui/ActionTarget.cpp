@@ -13,7 +13,7 @@ void ActionTarget::menuAction() {
 
 MenuItem makeActionItem(std::string title, std::function<void()> action) {
     MenuItem item;
-    item.title = std::move(title);
+    item.title = {{std::move(title)}};
     item.representedObject = std::make_shared<ActionTarget>(std::move(action));
     item.target = item.representedObject;
     return item;

@@ -30,16 +30,16 @@ std::shared_ptr<const Menu> menuOf(std::vector<MenuItem> items) {
     return std::make_shared<const Menu>(Menu{std::move(items)});
 }
 
-MenuItem disabledItem(std::string title) {
+MenuItem disabledItem(TitleRun title) {
     MenuItem item;
-    item.title = std::move(title);
+    item.title = {std::move(title)};
     item.isEnabled = false;
     return item;
 }
 
 MenuItem submenuItem(std::string title, std::shared_ptr<const Menu> submenu) {
     MenuItem item;
-    item.title = std::move(title);
+    item.title = {{std::move(title)}};
     item.submenu = std::move(submenu);
     return item;
 }
@@ -85,27 +85,27 @@ MenuItem quitItem(const MenuContext& context) {
 }
 
 MenuItem updateItem(const MenuContext& context, const AppUpdate& update, const UpdateAction& onIgnore) {
-    const std::string& name = update.app.name;
-    const std::string& local = update.app.version;
-    const std::string& latest = update.latestVersion;
-    const std::string versions = local + " → " + latest;
-    std::string plainTitle = name + " (" + versions + ")";
-    const bool fits = text::graphemeCount(name) <= maxNameOnOneLine &&
+    const TitleRun name{update.app.name, true}, local{update.app.version, true},
+        latest{update.latestVersion, true}, arrow{" → "};
+    const std::string plainTitle = name.text + " (" + local.text + arrow.text + latest.text + ")";
+    const bool fits = text::graphemeCount(name.text) <= maxNameOnOneLine &&
                       text::graphemeCount(plainTitle) <= maxTitleOnOneLine;
 
-    MenuItem item =
-        submenuItem(fits ? plainTitle : name, MenuBuilder::buildUpdateSubmenu(context, update, onIgnore));
-    if (!fits) item.attributedTitle = MenuItem::AttributedTitle{.name = name, .detail = versions};
-    // A name from right to left must not turn the versions round.
-    item.titleParts = fits ? std::vector<std::string>{name, " (", local, " → ", latest, ")"}
-                           : std::vector<std::string>{name, "\n", local, " → ", latest};
+    MenuItem item;
+    if (fits) {
+        item.title = {name, {" ("}, local, arrow, latest, {")"}};
+    } else {
+        item.title = {name};
+        item.detail = {local, arrow, latest};
+    }
+    item.submenu = MenuBuilder::buildUpdateSubmenu(context, update, onIgnore);
     item.image = update.app.icon;
     return item;
 }
 
 std::shared_ptr<const Menu> failureSubmenu(const std::optional<std::string>& error) {
-    std::vector<MenuItem> items{disabledItem("Last check failed")};
-    if (error) items.push_back(disabledItem(*error));
+    std::vector<MenuItem> items{disabledItem({"Last check failed"})};
+    if (error) items.push_back(disabledItem({*error, true}));
     return menuOf(std::move(items));
 }
 
@@ -115,7 +115,7 @@ std::shared_ptr<const Menu> updatesSubmenu(const MenuContext& context, const std
     for (const auto& update : updates) {
         if (!update.isIgnored) items.push_back(updateItem(context, update, onIgnore));
     }
-    if (items.empty()) items.push_back(disabledItem("No Updates Available"));
+    if (items.empty()) items.push_back(disabledItem({"No Updates Available"}));
     return menuOf(std::move(items));
 }
 
@@ -231,10 +231,11 @@ std::shared_ptr<const Menu> MenuBuilder::buildSettingsSubmenu(const MenuContext&
     return menuOf(std::move(items));
 }
 
-MenuItem MenuBuilder::makeReportItem(const MenuContext& context, std::shared_ptr<const AppUpdate> update) {
-    auto title = "Report " + shortName(update->app.name) + " Issue";
-    return makeActionItem(std::move(title),
-                          [context, update = std::move(update)] { composeUpdateReport(context, *update); });
+MenuItem MenuBuilder::makeReportItem(const MenuContext& context,
+                                     const std::shared_ptr<const AppUpdate>& update) {
+    auto item = makeActionItem("", [context, update] { composeUpdateReport(context, *update); });
+    item.title = {{"Report "}, {shortName(update->app.name), true}, {" Issue"}};
+    return item;
 }
 
 void MenuBuilder::composeUpdateReport(const MenuContext& context, const AppUpdate& update) {

@@ -31,7 +31,8 @@ public:
     static std::shared_ptr<const Menu> buildSettingsSubmenu(const MenuContext& context,
                                                             const Settings& settings,
                                                             const Action& onSettingsChanged);
-    static MenuItem makeReportItem(const MenuContext& context, std::shared_ptr<const AppUpdate> update);
+    static MenuItem makeReportItem(const MenuContext& context,
+                                   const std::shared_ptr<const AppUpdate>& update);
 
     /// Open a problem report in the user's mail program, with the error log's text.
     static void composeUpdateReport(const MenuContext& context, const AppUpdate& update);

@@ -136,7 +136,7 @@ std::string AppDelegateFixture::newRequests() {
 std::string AppDelegateFixture::updatesText() const {
     std::string text;
     for (const auto& item : itemAt(*statusBar.menu, {"New Versions Available (…"}).submenu->items)
-        text += item.title + "\n";
+        text += titleOf(item) + "\n";
     return text;
 }
 

@@ -47,7 +47,9 @@ protected:
     std::string newRequests();
 
     std::string menuText() const { return outline(*statusBar.menu); }
-    std::string updatesTitle() const { return itemAt(*statusBar.menu, {"New Versions Available (…"}).title; }
+    std::string updatesTitle() const {
+        return titleOf(itemAt(*statusBar.menu, {"New Versions Available (…"}));
+    }
     /// The titles in the updates' submenu, each with a line feed.
     std::string updatesText() const;
     void chooseItem(MenuPath item) const { choose(*statusBar.menu, item); }

@@ -13,12 +13,24 @@ inline bool isChoosable(const MenuItem& item) {
     return item.isEnabled && !item.isSeparator && !item.submenu;
 }
 
+inline std::string textOf(const std::vector<TitleRun>& runs) {
+    std::string text;
+    for (const auto& run : runs)
+        text += run.text;
+    return text;
+}
+
+/// The title of an item without its second line.
+inline std::string titleOf(const MenuItem& item) {
+    return textOf(item.title);
+}
+
 /// Every item that can be chosen has a target, kept alive by nothing but the item; no other item has one.
 inline void expectWired(const MenuItem& item) {
-    EXPECT_EQ(item.target.lock(), item.representedObject) << item.title;
-    EXPECT_EQ(item.representedObject != nullptr, isChoosable(item)) << item.title;
+    EXPECT_EQ(item.target.lock(), item.representedObject) << titleOf(item);
+    EXPECT_EQ(item.representedObject != nullptr, isChoosable(item)) << titleOf(item);
     if (isChoosable(item)) {
-        EXPECT_EQ(item.representedObject.use_count(), 1) << item.title;
+        EXPECT_EQ(item.representedObject.use_count(), 1) << titleOf(item);
     }
 }
 
@@ -35,11 +47,8 @@ inline std::string outline(const Menu& menu, const std::string& indent = "") {
         const bool hasMark = item.state != MenuItem::State::none;
         text += indent + (item.isEnabled ? "" : "!");
         if (hasMark) text += item.state == MenuItem::State::on ? "(on) " : "(off) ";
-        text += item.title;
-        if (item.attributedTitle) {
-            EXPECT_EQ(item.attributedTitle->name, item.title);
-            text += " | " + item.attributedTitle->detail;
-        }
+        text += titleOf(item);
+        if (!item.detail.empty()) text += " | " + textOf(item.detail);
         if (!item.keyEquivalent.empty()) text += " ^" + item.keyEquivalent;
         text += "\n";
         if (item.submenu) text += outline(*item.submenu, indent + "  ");
@@ -59,7 +68,8 @@ inline const MenuItem& itemAt(const Menu& menu, MenuPath path) {
         const bool isPrefix = title.ends_with("…");
         const auto wanted = isPrefix ? title.substr(0, title.size() - std::string("…").size()) : title;
         for (const auto& candidate : level->items) {
-            const bool fits = isPrefix ? candidate.title.starts_with(wanted) : candidate.title == wanted;
+            const bool fits =
+                isPrefix ? titleOf(candidate).starts_with(wanted) : titleOf(candidate) == wanted;
             if (fits && item == nullptr) item = &candidate;
         }
         if (item == nullptr) throw std::out_of_range("no menu item " + title);
@@ -71,7 +81,7 @@ inline const MenuItem& itemAt(const Menu& menu, MenuPath path) {
 /// The user's choice of an item. Nothing here keeps its target alive while the action runs.
 inline void choose(const Menu& menu, MenuPath path) {
     const auto& item = itemAt(menu, path);
-    if (!isChoosable(item)) throw std::logic_error("nobody can choose " + item.title);
+    if (!isChoosable(item)) throw std::logic_error("nobody can choose " + titleOf(item));
     MenuTarget* const target = item.target.lock().get();
     target->menuAction();
 }

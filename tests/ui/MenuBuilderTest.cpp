@@ -102,7 +102,7 @@ TEST_F(MenuBuilderTest, laysOutTheWholeMenu) {
 
     loginItem.offered = false;
     settings.colorIcon = true;
-    EXPECT_EQ(itemAt(*build(), {"Settings"}).submenu->items.front().title, "Color Icon");
+    EXPECT_EQ(titleOf(itemAt(*build(), {"Settings"}).submenu->items.front()), "Color Icon");
     EXPECT_EQ(itemAt(*build(), {"Settings", "Color Icon"}).state, MenuItem::State::on);
 }
 
@@ -167,7 +167,7 @@ TEST_F(MenuBuilderTest, shortensNamesInReportTitles) {
     };
     for (const auto& [name, expected] : rows)
         EXPECT_EQ(
-            MenuBuilder::makeReportItem(context(), std::make_shared<const AppUpdate>(update(name))).title,
+            titleOf(MenuBuilder::makeReportItem(context(), std::make_shared<const AppUpdate>(update(name)))),
             "Report " + expected + " Issue");
 }
 

@@ -14,7 +14,7 @@ namespace {
 constexpr const char* outputFailed = "Could not write to standard output.";
 
 int fail(int status, const std::string& sentence) {
-    std::cerr << "quorvel-catalog: " << forTerminal(sentence) << '\n';
+    std::cerr << "quorvel-catalog: " << onOneLine(sentence) << '\n';
     return status;
 }
 

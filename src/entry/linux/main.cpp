@@ -12,10 +12,10 @@
 
 #include "entry/linux/DesktopProgram.h"
 #include "platform/CommandOptions.h"
-#include "platform/text/DisplayText.h"
 #include "platform/ProgramInfo.h"
 #include "platform/linux/XdgFolders.h"
 #include "platform/posix/http/CatalogAddress.h"
+#include "platform/text/DisplayText.h"
 #include "scanner/AppScannerService.h"
 
 namespace quorvel {
@@ -111,7 +111,7 @@ std::vector<std::string> optionsToKeep(const CommandLine& line) {
 }
 
 int fail(int status, const std::string& sentence) {
-    std::fprintf(stderr, "quorvel: %s\n", forTerminal(sentence).c_str());
+    std::fprintf(stderr, "quorvel: %s\n", onOneLine(sentence).c_str());
     return status;
 }
 

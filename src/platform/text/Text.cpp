@@ -20,24 +20,14 @@ namespace {
 constexpr UChar32 replacementCharacter = 0xFFFD;
 constexpr UChar32 emojiPresentationSelector = 0xFE0F;
 
-/// The code point at `offset`, which moves past it. A malformed sequence gives a negative value and moves
-/// past its maximal subpart: the bytes that begin a sequence and are not contradicted yet.
-UChar32 nextStrict(std::string_view text, std::size_t& offset) {
-    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(text.data());
-    const std::size_t length = text.size();
-    UChar32 codePoint = 0;
-    U8_NEXT(bytes, offset, length, codePoint);
-    return codePoint;
-}
-
-UChar32 nextCodePoint(std::string_view text, std::size_t& offset) {
-    const UChar32 codePoint = nextStrict(text, offset);
+UChar32 nextRepaired(std::string_view text, std::size_t& offset) {
+    const UChar32 codePoint = nextCodePoint(text, offset);
     return codePoint < 0 ? replacementCharacter : codePoint;
 }
 
 UChar32 firstCodePoint(std::string_view text) {
     std::size_t offset = 0;
-    return nextCodePoint(text, offset);
+    return nextRepaired(text, offset);
 }
 
 /// The last code point of `text`, which is not empty.
@@ -46,7 +36,7 @@ UChar32 lastCodePoint(std::string_view text) {
     std::size_t start = text.size() - 1;
     while (start > 0 && U8_IS_TRAIL(text[start]))
         --start;
-    const UChar32 codePoint = nextCodePoint(text, start);
+    const UChar32 codePoint = nextRepaired(text, start);
     return start == text.size() ? codePoint : replacementCharacter;
 }
 
@@ -109,7 +99,7 @@ std::size_t characterWidth(std::string_view character) {
     const bool mayBeEmoji = u_hasBinaryProperty(firstCodePoint(character), UCHAR_EMOJI);
     std::size_t width = 0;
     for (std::size_t offset = 0; offset < character.size();) {
-        const UChar32 codePoint = nextCodePoint(character, offset);
+        const UChar32 codePoint = nextRepaired(character, offset);
         if (mayBeEmoji && codePoint == emojiPresentationSelector) return 2;
         width = std::max(width, codePointWidth(codePoint));
     }
@@ -148,6 +138,14 @@ std::string transformed(std::string_view text, Transform transform) {
 
 }  // namespace
 
+std::int32_t nextCodePoint(std::string_view text, std::size_t& offset) {
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+    const std::size_t length = text.size();
+    UChar32 codePoint = 0;
+    U8_NEXT(bytes, offset, length, codePoint);
+    return codePoint;
+}
+
 bool isAscii(std::string_view text) {
     constexpr std::uint64_t highBits = 0x8080808080808080;
     for (std::uint64_t eight = 0; text.size() >= sizeof eight; text.remove_prefix(sizeof eight)) {
@@ -159,7 +157,7 @@ bool isAscii(std::string_view text) {
 
 bool isValidUtf8(std::string_view text) {
     for (std::size_t offset = 0; offset < text.size();) {
-        if (nextStrict(text, offset) < 0) return false;
+        if (nextCodePoint(text, offset) < 0) return false;
     }
     return true;
 }
@@ -169,7 +167,7 @@ std::string repairedUtf8(std::string_view text) {
     std::size_t sound = 0;
     for (std::size_t offset = 0; offset < text.size();) {
         const std::size_t start = offset;
-        if (nextStrict(text, offset) >= 0) continue;
+        if (nextCodePoint(text, offset) >= 0) continue;
         repaired.append(text.substr(sound, start - sound)).append("\uFFFD");
         sound = offset;
     }
@@ -219,12 +217,12 @@ bool isNumeric(std::string_view character) {
 
 bool isDecimalDigit(std::string_view character) {
     std::size_t length = 0;
-    return u_isdigit(nextCodePoint(character, length)) && length == character.size();
+    return u_isdigit(nextRepaired(character, length)) && length == character.size();
 }
 
 bool isWhiteSpace(std::string_view character) {
     std::size_t length = 0;
-    return u_isUWhiteSpace(nextCodePoint(character, length)) &&
+    return u_isUWhiteSpace(nextRepaired(character, length)) &&
            (length == character.size() || character == "\r\n");
 }
 
@@ -250,7 +248,7 @@ std::string_view numericPrefix(std::string_view text) {
 std::optional<std::size_t> findDecimalDigit(std::string_view text) {
     for (std::size_t offset = 0; offset < text.size();) {
         const std::size_t start = offset;
-        if (u_isdigit(nextCodePoint(text, offset))) return start;
+        if (u_isdigit(nextRepaired(text, offset))) return start;
     }
     return std::nullopt;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -13,6 +14,10 @@ struct UCollator;
 /// U+FFFD. A character is what a user perceives as one, an extended grapheme cluster: a letter with its
 /// combining marks, or CR LF.
 namespace quorvel::text {
+
+/// The code point at `offset`, which moves past it. A malformed sequence gives a negative value and moves
+/// past its maximal subpart: the bytes that begin a sequence and are not contradicted yet.
+std::int32_t nextCodePoint(std::string_view text, std::size_t& offset);
 
 bool isAscii(std::string_view text);
 bool isValidUtf8(std::string_view text);

@@ -5,26 +5,26 @@
 namespace quorvel {
 namespace {
 
-TEST(DisplayText, keepsWhatComesFromOutsideOnItsLineAndInItsDirection) {
-    const std::vector<std::pair<std::string, std::string>> rows{
-        {"Salt & Pepper_Mill <b>", "Salt & Pepper_Mill <b>"},
-        {"two\nlines\r\n\tand\x1b[31m more\x7f", "two lines   and [31m more "},
+TEST(DisplayText, leavesNothingThatALineWouldObey) {
+    const std::pair<std::string, std::string> rows[] = {
+        {"Salt & Pepper_Mill <b> \u200Dkept\u2026\u00a0", "Salt & Pepper_Mill <b> \u200Dkept\u2026\u00a0"},
+        {"two\r\n\tlines\x1b[31m\x7f", "two   lines [31m "},
         {std::string("nul\0l", 5), "nul l"},
-        {"c1 \u0085\u009b2J, \u00a0stays", "c1   2J, \u00a0stays"},
+        {"c1 \u0085\u009b2J", "c1   2J"},
         {"line\u2028paragraph\u2029", "line paragraph "},
         {"\u202Egnp.exe\u202C \u2066x\u2069", "gnp.exe x"},
-        {"\u200Dkept\u2026\u2192", "\u200Dkept\u2026\u2192"},
-        {"\xE2\x80", "\xE2\x80"},
-        {"", ""},
+        {"\uFFFEa\uFDD0b\uFDEFc\U0001FFFEd\U0010FFFF", "abcd"},
+        {"\uFFFD\uFDCF\uFDF0\U0001FFFD\u202F\u2065", "\uFFFD\uFDCF\uFDF0\U0001FFFD\u202F\u2065"},
+        {"a\xE2\x80", "a\uFFFD"},
     };
     for (const auto& [text, expected] : rows)
         EXPECT_EQ(onOneLine(text), expected) << text;
 }
 
-TEST(DisplayText, isolatesWhatRunsFromRightToLeft) {
-    EXPECT_EQ(isolated("Editor 藍 1.0"), "Editor 藍 1.0");
-    EXPECT_EQ(isolated("Editor \u05d0"), "\u2068Editor \u05d0\u2069");
-    EXPECT_EQ(isolated("\u0627"), "\u2068\u0627\u2069");
+TEST(DisplayText, isolatesWhatHasRightToLeftCharacters) {
+    for (const std::string text : {"Editor \u05d0", "\u0627", "1.\u0660"})
+        EXPECT_EQ(isolated(text), "\u2068" + text + "\u2069");
+    EXPECT_EQ(isolated("Editor 藍 1.0 ½ ०"), "Editor 藍 1.0 ½ ०");
 }
 
 }  // namespace

@@ -7,7 +7,6 @@
 #include "platform/linux/icons/BundleIconFile.h"
 #include "platform/linux/icons/PngEncoder.h"
 #include "platform/text/DisplayText.h"
-#include "platform/text/Text.h"
 
 namespace quorvel {
 
@@ -114,8 +113,8 @@ void BundleIcons::ended(const std::string& reason) {
     process.reset();
     ++lost;
     const auto bundle = std::exchange(current, std::nullopt);
-    std::cerr << "quorvel: The decoder of icons is gone"
-              << (bundle ? " over " + onOneLine(text::repairedUtf8(*bundle)) : "") << ". " << reason << '\n';
+    std::cerr << "quorvel: The decoder of icons is gone" << (bundle ? " over " + onOneLine(*bundle) : "")
+              << ". " << reason << '\n';
     if (!wasReady) return giveUp();
     if (bundle) harmful.insert(*bundle);
     decodeNext();

@@ -6,7 +6,6 @@
 #include <set>
 #include <utility>
 
-#include "platform/MenuTitle.h"
 #include "platform/linux/statusitem/EmbeddedPictures.h"
 
 namespace quorvel {
@@ -46,7 +45,7 @@ MenuProperties propertiesOf(const MenuItem& item, IconProvider* icons) {
 
 MenuItem remainder(std::size_t count) {
     MenuItem item;
-    item.title = "… and " + std::to_string(count) + " more";
+    item.title = {{"… and " + std::to_string(count) + " more"}};
     item.isEnabled = false;
     return item;
 }

@@ -8,7 +8,6 @@
 #include "platform/linux/bus/BusCallback.h"
 #include "platform/linux/bus/BusMessage.h"
 #include "platform/text/DisplayText.h"
-#include "platform/text/Text.h"
 
 namespace quorvel {
 
@@ -55,7 +54,7 @@ void append(sd_bus_message* message, const Bitmap& bitmap, bool isTemplate) {
 }
 
 void appendText(sd_bus_message* message, const std::string& text) {
-    require(sd_bus_message_append(message, "s", onOneLine(text::repairedUtf8(text)).c_str()));
+    require(sd_bus_message_append(message, "s", onOneLine(text).c_str()));
 }
 
 }  // namespace

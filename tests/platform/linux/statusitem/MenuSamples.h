@@ -26,7 +26,7 @@ public:
 inline MenuItem actionItem(const std::string& title,
                            std::shared_ptr<CountingTarget> target = std::make_shared<CountingTarget>()) {
     MenuItem item;
-    item.title = title;
+    item.title = {{title}};
     item.target = target;
     item.representedObject = std::move(target);
     return item;
@@ -38,7 +38,7 @@ inline std::shared_ptr<const Menu> menuOf(std::vector<MenuItem> items) {
 
 inline MenuItem submenuItem(const std::string& title, std::vector<MenuItem> items) {
     MenuItem item;
-    item.title = title;
+    item.title = {{title}};
     item.submenu = menuOf(std::move(items));
     return item;
 }

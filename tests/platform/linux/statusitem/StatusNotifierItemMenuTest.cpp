@@ -44,10 +44,11 @@ TEST_F(StatusNotifierItemMenuTest, sendsEveryItemAsItReads) {
     auto unchecked = actionItem("Open at Login");
     unchecked.state = MenuItem::State::off;
     auto update = submenuItem("n", {actionItem("Open App Page")});
-    update.attributedTitle = {.name = "Émoji 😀", .detail = "1 → 2"};
+    update.title = {{"Émoji 😀"}};
+    update.detail = {{"1 → 2"}};
     update.image = BundleIcon{"/A.app"};
     auto disabled = MenuItem{};
-    disabled.title = "No Updates Available";
+    disabled.title = {{"No Updates Available"}};
     disabled.isEnabled = false;
     item->setMenu(menuOf({enabled, MenuItem::separator(), quit, checked, unchecked, update, disabled}));
 

@@ -1,0 +1,64 @@
+#include <gtest/gtest.h>
+
+#include "platform/Menu.h"
+
+namespace quorvel {
+namespace {
+
+std::string repeated(const std::string& text, int count) {
+    std::string all;
+    for (int time = 0; time < count; ++time)
+        all += text;
+    return all;
+}
+
+MenuItem titled(std::vector<TitleRun> title, std::vector<TitleRun> detail = {}) {
+    MenuItem item;
+    item.title = std::move(title);
+    item.detail = std::move(detail);
+    return item;
+}
+
+MenuItem update(const std::string& name, const std::string& local = "1") {
+    return titled({{name, true}, {" ("}, {local, true}, {" → "}, {"2", true}, {")"}});
+}
+
+TEST(Menu, drawsTitlesOnLinesThatAMenuHasRoomFor) {
+    const std::string line60 = repeated("x", 60), wide = "藍", accented = "e\u0301";
+    const struct {
+        const char* claim;
+        MenuItem item;
+        std::string expected;
+    } rows[] = {
+        {"harmless text stays", titled({{"A & B_C 👨\u200D👩\u200D👧\u200D👦 e\u0301\u0323\u0308"}}),
+         "A & B_C 👨\u200D👩\u200D👧\u200D👦 e\u0301\u0323\u0308"},
+        {"control characters become spaces", titled({{"a\nb"}}), "a b"},
+        {"from outside, too", titled({{"one\ntwo", true}}, {{"1\t", true}, {" → "}, {"2\xFF", true}}),
+         "one two\n1  → 2\uFFFD"},
+        {"a right-to-left name", update("\u2069שלום\u2066"), "\u200E\u2068שלום\u2069 (1 → 2)"},
+        {"a right-to-left version", titled({{"Name", true}}, {{"١٫٠", true}, {" → "}, {"2.0", true}}),
+         "Name\n\u200E\u2068١٫٠\u2069 → 2.0"},
+        {"alone it turns nothing", titled({{"שלום", true}}), "שלום"},
+        {"a name that just fits", update(line60), line60 + " (1 → 2)"},
+        {"a name too long", update(line60 + "x"), repeated("x", 59) + "… (1 → 2)"},
+        {"a version too long", update("N", repeated("1", 33)), "N (" + repeated("1", 31) + "… → 2)"},
+        {"also on the second line", titled({{"N", true}}, {{repeated("1", 33), true}}),
+         "N\n" + repeated("1", 31) + "…"},
+        {"wide characters take two columns", update(repeated(wide, 31)), repeated(wide, 29) + "… (1 → 2)"},
+        {"a cut inside no character", update(repeated(accented, 61)), repeated(accented, 59) + "… (1 → 2)"},
+        {"characters without a width end too", update(repeated("\u200B", 500)),
+         repeated("\u200B", 59) + "… (1 → 2)"},
+        {"marks without end are cut with their letter", titled({{"ab" + repeated("\u0301", 5000)}}), "a…"},
+        {"a long text breaks at spaces", titled({{repeated("word ", 20) + "end"}}),
+         repeated("word ", 11) + "word\n" + repeated("word ", 8) + "end"},
+        {"a long word breaks where it must", titled({{line60 + line60 + "x"}}),
+         line60 + "\n" + line60 + "\nx"},
+        {"a text without end is cut on line four", titled({{repeated("x", 10000)}}),
+         line60 + "\n" + line60 + "\n" + line60 + "\n" + repeated("x", 59) + "…"},
+    };
+    for (const auto& [claim, item, expected] : rows)
+        EXPECT_EQ(displayTitle(item), expected) << claim;
+}
+
+}  // namespace
+}  // namespace quorvel

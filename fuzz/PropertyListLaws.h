@@ -6,7 +6,7 @@
 
 #include "FuzzSupport.h"
 #include "platform/propertylist/PropertyList.h"
-#include "platform/propertylist/PropertyListLimits.h"
+#include "platform/propertylist/PropertyListReaders.h"
 
 namespace quorvel::fuzz {
 
@@ -26,7 +26,7 @@ inline std::optional<PropertyListTexts> readLawfully(std::string_view bytes) {
         if (!text) continue;
         requireText(*text);
         // Two bytes of UTF-16 become three of UTF-8 at most.
-        require(text->size() <= propertyListTextLimit / 2 * 3, "a text is bounded");
+        require(text->size() <= maxPropertyListText / 2 * 3, "a text is bounded");
     }
     return texts;
 }

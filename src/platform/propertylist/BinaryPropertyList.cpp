@@ -1,10 +1,8 @@
-#include "platform/propertylist/BinaryPropertyList.h"
-
 #include <array>
 #include <cstdint>
 #include <string>
 
-#include "platform/propertylist/PropertyListLimits.h"
+#include "platform/propertylist/PropertyListReaders.h"
 #include "platform/text/Text.h"
 #include "platform/text/Utf16.h"
 
@@ -84,7 +82,7 @@ private:
         rootIndex = numberAt(trailer + 16, 8);
         const std::uint64_t table = numberAt(trailer + 24, 8);
         if (offsetWidth < 1 || offsetWidth > 8 || referenceWidth < 1 || referenceWidth > 8) return false;
-        if (objectCount > propertyListNodeLimit || rootIndex >= objectCount) return false;
+        if (objectCount > maxPropertyListNodes || rootIndex >= objectCount) return false;
         if (table <= headerSize || table > trailer) return false;
         objectsEnd = static_cast<std::size_t>(table);
         // Nothing may stand between the table and the trailer: a cut or padded file is a damaged one.
@@ -171,7 +169,7 @@ private:
     bool spend(std::size_t nodes, std::uint64_t contentBytes) {
         visitedNodes += nodes;
         visitedBytes += contentBytes;
-        return visitedNodes <= propertyListNodeLimit && visitedBytes <= propertyListSizeLimit;
+        return visitedNodes <= maxPropertyListNodes && visitedBytes <= propertyListSizeLimit;
     }
 
     bool isSoundLeaf(const Object& object) {
@@ -193,7 +191,7 @@ private:
                 return isSoundContent(object, object.count) && text::isAscii(contentOf(object));
             case Kind::utf16Text:
                 return fits(object.content, object.count, 2) && spend(1, object.count * 2) &&
-                       utf16::isValid(contentOf(object), std::endian::big);
+                       visitUtf16(contentOf(object), std::endian::big, [](auto) { return true; });
             default:
                 return false;
         }
@@ -210,7 +208,7 @@ private:
     }
 
     bool keep(std::size_t asked, const Object& object) {
-        if (contentOf(object).size() > propertyListTextLimit) return false;
+        if (contentOf(object).size() > maxPropertyListText) return false;
         texts[asked] = textOf(object);
         return true;
     }
@@ -218,7 +216,10 @@ private:
     std::string textOf(const Object& object) const {
         if (object.kind == Kind::asciiText) return std::string(contentOf(object));
         std::string text;
-        utf16::appendAsUtf8(contentOf(object), std::endian::big, text);
+        visitUtf16(contentOf(object), std::endian::big, [&](std::string_view piece) {
+            text += piece;
+            return true;
+        });
         return text;
     }
 
@@ -244,7 +245,7 @@ private:
     /// Where the objects end and the table of offsets begins.
     std::size_t objectsEnd = 0;
 
-    std::array<Collection, propertyListDepthLimit> path;
+    std::array<Collection, maxPropertyListDepth> path;
     std::size_t depth = 0;
     std::size_t visitedNodes = 0;
     std::uint64_t visitedBytes = 0;

@@ -1,7 +1,6 @@
 #include "platform/propertylist/PropertyList.h"
 
-#include "platform/propertylist/BinaryPropertyList.h"
-#include "platform/propertylist/XmlPropertyList.h"
+#include "platform/propertylist/PropertyListReaders.h"
 
 namespace quorvel {
 

@@ -1,5 +1,3 @@
-#include "platform/propertylist/XmlPropertyList.h"
-
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -8,8 +6,10 @@
 #include <expat.h>
 #include <memory>
 #include <string>
+#include <utility>
 
-#include "platform/propertylist/PropertyListLimits.h"
+#include "platform/propertylist/PropertyListReaders.h"
+#include "platform/text/Text.h"
 #include "platform/text/Utf16.h"
 
 namespace quorvel {
@@ -29,12 +29,7 @@ constexpr std::size_t valueBytesPerEvent = 2;
 
 enum class Element : std::uint8_t { plist, dict, array, key, string, data, date, integer, real, boolean };
 
-struct NamedElement {
-    std::string_view name;
-    Element element;
-};
-
-constexpr std::array<NamedElement, 11> namedElements{{
+constexpr std::array<std::pair<std::string_view, Element>, 11> elements{{
     {"key", Element::key},
     {"string", Element::string},
     {"dict", Element::dict},
@@ -49,10 +44,8 @@ constexpr std::array<NamedElement, 11> namedElements{{
 }};
 
 std::optional<Element> elementNamed(std::string_view name) {
-    for (const auto& named : namedElements) {
-        if (named.name == name) return named.element;
-    }
-    return std::nullopt;
+    const auto* const found = std::ranges::find(elements, name, &decltype(elements)::value_type::first);
+    return found == elements.end() ? std::nullopt : std::optional(found->second);
 }
 
 bool isContainer(Element element) {
@@ -65,12 +58,18 @@ void skipWhiteSpace(std::string_view& text) {
     text.remove_prefix(std::min(text.find_first_not_of(whiteSpace), text.size()));
 }
 
+bool skip(std::string_view& text, std::string_view characters) {
+    const bool isThere = !text.empty() && characters.contains(text.front());
+    if (isThere) text.remove_prefix(1);
+    return isThere;
+}
+
 /// A decimal or hexadecimal number of 64 bits. As a Mac has it, white space may stand before the sign and
 /// the digits, not behind them.
 bool isInteger(std::string_view text) {
     skipWhiteSpace(text);
     const bool isNegative = text.starts_with('-');
-    if (isNegative || text.starts_with('+')) text.remove_prefix(1);
+    skip(text, "+-");
     skipWhiteSpace(text);
     const bool isHexadecimal = text.starts_with("0x") || text.starts_with("0X");
     if (isHexadecimal) text.remove_prefix(2);
@@ -81,17 +80,26 @@ bool isInteger(std::string_view text) {
     return !isNegative || magnitude <= std::uint64_t{1} << 63;
 }
 
+std::size_t skipDigits(std::string_view& text) {
+    const std::size_t count = std::min(text.find_first_not_of("0123456789"), text.size());
+    text.remove_prefix(count);
+    return count;
+}
+
+/// A decimal number, of any size, or one of the words that stand for no finite one.
 bool isReal(std::string_view text) {
     skipWhiteSpace(text);
-    if (text.starts_with('+')) {
-        text.remove_prefix(1);
-        if (text.starts_with('-')) return false;
+    skip(text, "+-");
+    const std::string word = text::lowerCased(text);
+    if (word == "inf" || word == "infinity" || word == "nan") return true;
+    std::size_t digits = skipDigits(text);
+    if (skip(text, ".")) digits += skipDigits(text);
+    if (digits == 0) return false;
+    if (skip(text, "eE")) {
+        skip(text, "+-");
+        if (skipDigits(text) == 0) return false;
     }
-    double number = 0;
-    const char* const end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, number);
-    // C++ knows a form of NaN that no property list has, with more in parentheses.
-    return error != std::errc::invalid_argument && rest == end && !text.contains('(');
+    return text.empty();
 }
 
 /// 2001-02-03T04:05:06Z, also of a year before the first.
@@ -112,12 +120,27 @@ public:
     Reader(std::span<const std::string_view> askedKeys, const char* encoding)
         : parser(XML_ParserCreate(encoding)), keys(askedKeys), texts(askedKeys.size()) {
         XML_SetUserData(parser.get(), this);
-        XML_SetElementHandler(parser.get(), onStart, onEnd);
-        XML_SetCharacterDataHandler(parser.get(), onText);
-        XML_SetCommentHandler(parser.get(), onComment);
-        XML_SetProcessingInstructionHandler(parser.get(), onInstruction);
-        XML_SetStartDoctypeDeclHandler(parser.get(), onDocumentType);
-        XML_SetSkippedEntityHandler(parser.get(), onSkippedEntity);
+        XML_SetElementHandler(
+            parser.get(),
+            [](void* reader, const char* name, const char** attributes) {
+                self(reader).start(name, attributes);
+            },
+            [](void* reader, const char*) { self(reader).end(); });
+        XML_SetCharacterDataHandler(parser.get(), [](void* reader, const char* text, int length) {
+            self(reader).text({text, static_cast<std::size_t>(length)});
+        });
+        XML_SetCommentHandler(parser.get(), [](void* reader, const char*) { self(reader).interruption(); });
+        XML_SetProcessingInstructionHandler(
+            parser.get(), [](void* reader, const char*, const char*) { self(reader).interruption(); });
+        // Only a document type's own declarations can define entities or default attributes: no property list
+        // needs them. What its system identifier names is never fetched.
+        XML_SetStartDoctypeDeclHandler(
+            parser.get(), [](void* reader, const char*, const char*, const char*, int hasDeclarations) {
+                if (hasDeclarations != 0) self(reader).refuse();
+            });
+        // With a document type that names an external part, expat passes over entities that it does not know.
+        XML_SetSkippedEntityHandler(parser.get(),
+                                    [](void* reader, const char*, int) { self(reader).refuse(); });
     }
 
     /// The next piece of the document, of `pieceSize` bytes at most; false when it is refused.
@@ -136,23 +159,6 @@ private:
     };
 
     static Reader& self(void* reader) { return *static_cast<Reader*>(reader); }
-
-    static void onStart(void* reader, const char* name, const char** attributes) {
-        self(reader).start(name, attributes);
-    }
-    static void onEnd(void* reader, const char*) { self(reader).end(); }
-    static void onText(void* reader, const char* text, int length) {
-        self(reader).text({text, static_cast<std::size_t>(length)});
-    }
-    static void onComment(void* reader, const char*) { self(reader).interruption(); }
-    static void onInstruction(void* reader, const char*, const char*) { self(reader).interruption(); }
-    /// Only a document type's own declarations can define entities or default attributes: no property list
-    /// needs them. What its system identifier names is never fetched.
-    static void onDocumentType(void* reader, const char*, const char*, const char*, int hasDeclarations) {
-        if (hasDeclarations != 0) self(reader).refuse();
-    }
-    /// With a document type that names an external part, expat passes over entities that it does not know.
-    static void onSkippedEntity(void* reader, const char*, int) { self(reader).refuse(); }
 
     /// Where the token begins that expat has not yet seen the end of.
     std::size_t parsedBytes() const {
@@ -176,13 +182,13 @@ private:
             spend(eventsPerAttribute + std::strlen(attributes[1]) / valueBytesPerEvent);
         }
         const auto element = elementNamed(name);
-        if (!element || !isAdmissible(*element) || ++nodes > propertyListNodeLimit) return refuse();
+        if (!element || !isAdmissible(*element) || ++nodes > maxPropertyListNodes) return refuse();
         if (!isContainer(*element)) {
             leaf = element;
             leafText.clear();
             keepsLeafText = isLeafTextNeeded();
         } else {
-            if (depth > 0 && collectionDepth() == propertyListDepthLimit) return refuse();
+            if (depth > 0 && collectionDepth() == maxPropertyListDepth) return refuse();
             path[depth++] = *element;
         }
         awaitsValue = false;
@@ -263,7 +269,7 @@ private:
             refuse();
         } else if (keepsLeafText) {
             leafText.append(run);
-            if (leafText.size() > propertyListTextLimit) refuse();
+            if (leafText.size() > maxPropertyListText) refuse();
         }
     }
 
@@ -278,7 +284,7 @@ private:
     PropertyListTexts texts;
 
     /// The open containers: perhaps <plist>, then dictionaries and arrays.
-    std::array<Element, propertyListDepthLimit + 1> path{};
+    std::array<Element, maxPropertyListDepth + 1> path{};
     std::size_t depth = 0;
     /// The open element that holds no others.
     std::optional<Element> leaf;
@@ -306,28 +312,17 @@ std::optional<PropertyListTexts> readBytes(std::string_view bytes, const char* e
     return reader.takeTexts();
 }
 
-void skipWhiteSpaceUnits(std::string_view& units, std::endian order) {
-    const std::size_t low = order == std::endian::big ? 1 : 0;
-    while (units.size() >= 2 && units[1 - low] == '\0' && whiteSpace.contains(units[low]))
-        units.remove_prefix(2);
-}
-
 /// Expat reads UTF-16 itself, but takes any unit for the partner of a leading surrogate.
 std::optional<PropertyListTexts> readUtf16(std::string_view units, std::endian order,
                                            std::span<const std::string_view> keys) {
-    if (!utf16::isValid(units, order)) return std::nullopt;
-    skipWhiteSpaceUnits(units, order);
     Reader reader(keys, "UTF-8");
-    std::string piece;
-    do {
-        // Two bytes of UTF-16 become three of UTF-8 at most.
-        std::size_t size = std::min(units.size(), pieceSize / 2);
-        if (size < units.size() && utf16::endsInsidePair(units.substr(0, size), order)) size -= 2;
-        piece.clear();
-        utf16::appendAsUtf8(units.substr(0, size), order, piece);
-        units.remove_prefix(size);
-        if (!reader.feed(piece, units.empty())) return std::nullopt;
-    } while (!units.empty());
+    bool isAtStart = true;
+    const bool isRead = visitUtf16(units, order, [&](std::string_view piece) {
+        if (isAtStart) skipWhiteSpace(piece);
+        isAtStart = isAtStart && piece.empty();
+        return reader.feed(piece, false);
+    });
+    if (!isRead || !reader.feed("", true)) return std::nullopt;
     return reader.takeTexts();
 }
 

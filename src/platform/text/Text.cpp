@@ -59,31 +59,6 @@ UBreakIterator* characterBreaks() {
     return breaks.get();
 }
 
-/// Calls `visit` with each character in order until it returns false.
-template <typename Visit>
-void visitCharacters(std::string_view text, Visit visit) {
-    if (isAscii(text) && !text.contains("\r\n")) {
-        for (std::size_t index = 0; index < text.size(); ++index) {
-            if (!visit(text.substr(index, 1))) return;
-        }
-        return;
-    }
-    UErrorCode status = U_ZERO_ERROR;
-    UText source = UTEXT_INITIALIZER;
-    utext_openUTF8(&source, text.data(), static_cast<std::int64_t>(text.size()), &status);
-    UBreakIterator* const breaks = characterBreaks();
-    ubrk_setUText(breaks, &source, &status);  // keeps a shallow copy of its own
-    utext_close(&source);
-    if (U_FAILURE(status)) throw std::length_error("text is too long for ICU");
-
-    std::size_t start = 0;
-    for (auto next = ubrk_next(breaks); next != UBRK_DONE; next = ubrk_next(breaks)) {
-        const auto end = static_cast<std::size_t>(next);
-        if (!visit(text.substr(start, end - start))) return;
-        start = end;
-    }
-}
-
 std::size_t codePointWidth(UChar32 codePoint) {
     if (u_hasBinaryProperty(codePoint, UCHAR_DEFAULT_IGNORABLE_CODE_POINT)) return 0;
     constexpr std::uint32_t invisible = U_GC_C_MASK & ~(U_GC_CN_MASK | U_GC_CO_MASK);
@@ -184,31 +159,36 @@ std::string_view trimmed(std::string_view text) {
 
 std::vector<std::string_view> characters(std::string_view text) {
     std::vector<std::string_view> found;
-    visitCharacters(text, [&](std::string_view character) {
-        found.push_back(character);
-        return true;
-    });
+    std::size_t start = 0;
+    const auto endAt = [&](std::size_t end) {
+        found.push_back(text.substr(start, end - start));
+        start = end;
+    };
+    if (isAscii(text) && !text.contains("\r\n")) {
+        found.reserve(text.size());
+        while (start < text.size())
+            endAt(start + 1);
+        return found;
+    }
+    UErrorCode status = U_ZERO_ERROR;
+    UText source = UTEXT_INITIALIZER;
+    utext_openUTF8(&source, text.data(), static_cast<std::int64_t>(text.size()), &status);
+    UBreakIterator* const breaks = characterBreaks();
+    ubrk_setUText(breaks, &source, &status);  // keeps a shallow copy of its own
+    utext_close(&source);
+    if (U_FAILURE(status)) throw std::length_error("text is too long for ICU");
+    for (auto next = ubrk_next(breaks); next != UBRK_DONE; next = ubrk_next(breaks))
+        endAt(static_cast<std::size_t>(next));
     return found;
 }
 
 std::size_t graphemeCount(std::string_view text) {
-    std::size_t count = 0;
-    visitCharacters(text, [&](std::string_view) {
-        ++count;
-        return true;
-    });
-    return count;
+    return characters(text).size();
 }
 
 std::string_view firstGraphemes(std::string_view text, std::size_t count) {
-    std::size_t length = 0;
-    visitCharacters(text, [&](std::string_view character) {
-        if (count == 0) return false;
-        --count;
-        length += character.size();
-        return true;
-    });
-    return text.substr(0, length);
+    const auto all = characters(text);
+    return count < all.size() ? std::string_view(text.begin(), all[count].begin()) : text;
 }
 
 bool isNumeric(std::string_view character) {
@@ -227,22 +207,13 @@ bool isWhiteSpace(std::string_view character) {
 }
 
 bool containsNumericCharacter(std::string_view text) {
-    bool found = false;
-    visitCharacters(text, [&](std::string_view character) {
-        found = isNumeric(character);
-        return !found;
-    });
-    return found;
+    return std::ranges::any_of(characters(text), isNumeric);
 }
 
 std::string_view numericPrefix(std::string_view text) {
-    std::size_t length = 0;
-    visitCharacters(text, [&](std::string_view character) {
-        if (!isNumeric(character)) return false;
-        length += character.size();
-        return true;
-    });
-    return text.substr(0, length);
+    const auto all = characters(text);
+    return firstGraphemes(text,
+                          static_cast<std::size_t>(std::ranges::find_if_not(all, isNumeric) - all.begin()));
 }
 
 std::optional<std::size_t> findDecimalDigit(std::string_view text) {
@@ -277,14 +248,8 @@ std::string composed(std::string_view text) {
 
 std::size_t displayWidth(std::string_view text) {
     std::size_t width = 0;
-    if (isAscii(text)) {
-        return static_cast<std::size_t>(
-            std::count_if(text.begin(), text.end(), [](char byte) { return byte >= ' ' && byte != 0x7F; }));
-    }
-    visitCharacters(text, [&](std::string_view character) {
+    for (const auto character : characters(text))
         width += characterWidth(character);
-        return true;
-    });
     return width;
 }
 

@@ -1,19 +1,15 @@
 #pragma once
 
 #include <bit>
-#include <string>
+#include <functional>
 #include <string_view>
 
-/// UTF-16 as files hold it: two bytes a unit, at any alignment.
-namespace quorvel::utf16 {
+namespace quorvel {
 
-/// Whether `bytes` is whole units in which every surrogate has its partner.
-bool isValid(std::string_view bytes, std::endian order);
+/// Hands UTF-16 as files hold it, two bytes a unit at any alignment, to `visit` as UTF-8, in pieces of some
+/// kilobytes. False when half a unit or a surrogate without its partner is found, and when `visit` returns
+/// false, which ends it.
+bool visitUtf16(std::string_view bytes, std::endian order,
+                const std::function<bool(std::string_view)>& visit);
 
-/// Whether the last unit of `bytes`, cut from valid UTF-16, has its partner behind it.
-bool endsInsidePair(std::string_view bytes, std::endian order);
-
-/// Appends valid UTF-16 to `text` as UTF-8.
-void appendAsUtf8(std::string_view bytes, std::endian order, std::string& text);
-
-}  // namespace quorvel::utf16
+}  // namespace quorvel

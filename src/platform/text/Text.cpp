@@ -207,13 +207,14 @@ bool isWhiteSpace(std::string_view character) {
 }
 
 bool containsNumericCharacter(std::string_view text) {
+    if (isAscii(text)) return text.find_first_of("0123456789") != std::string_view::npos;
     return std::ranges::any_of(characters(text), isNumeric);
 }
 
 std::string_view numericPrefix(std::string_view text) {
     const auto all = characters(text);
-    return firstGraphemes(text,
-                          static_cast<std::size_t>(std::ranges::find_if_not(all, isNumeric) - all.begin()));
+    const auto end = std::ranges::find_if_not(all, isNumeric);
+    return end == all.end() ? text : std::string_view(text.begin(), end->begin());
 }
 
 std::optional<std::size_t> findDecimalDigit(std::string_view text) {

@@ -82,12 +82,13 @@ TEST(BinaryPropertyList, passesOverEveryOtherSoundValue) {
         expectTexts({{hexadecimal(raw), withRaw(raw), Texts{none, "after"}}});
     }
     for (const std::string& raw :
-         {"\x01"s, "\x0F"s, "\x15"s, "\x20"s, "\x24"s, "\x30"s, "\x32"s, "\x70"s, "\x88"s, "\xB0"s, "\xC0"s,
-          "\xE0"s, "\xF0"s,
+         {"\x01"s, "\x0F"s, "\x15" + std::string(32, '\0'), "\x20"s, "\x24" + std::string(16, '\0'), "\x30"s,
+          "\x32"s, "\x70"s, "\x88"s, "\xB0"s, "\xC0"s, "\xE0"s, "\xF0"s,
           // counts that are no integer, negative, huge
-          "\x5F"s, "\x5F\x09"s, "\x5F\x14"s, "\x5F\x13" + Writer::number(~0ULL, 8),
-          "\x6F\x13" + Writer::number(1ULL << 63, 8), "\x4F\x13" + Writer::number(1ULL << 62, 8),
-          "\xAF\x13" + Writer::number(~0ULL, 8), "\xDF\x13" + Writer::number(1ULL << 63, 8),
+          "\x5F"s, "\x5F\x09"s, "\x5F\x14" + Writer::number(0, 8) + Writer::number(1, 8) + "x",
+          "\x5F\x13" + Writer::number(~0ULL, 8), "\x6F\x13" + Writer::number(1ULL << 63, 8),
+          "\x4F\x13" + Writer::number(1ULL << 62, 8), "\xAF\x13" + Writer::number(~0ULL, 8),
+          "\xDF\x13" + Writer::number(1ULL << 63, 8),
           // references to what is not there
           "\xA1\xFF"s, "\xD1\xFF\x00"s, "\xD1\x00\xFF"s}) {
         expectTexts({{hexadecimal(raw), withRaw(raw), refused}});
@@ -137,11 +138,9 @@ TEST(BinaryPropertyList, refusesAFalseTrailer) {
             Writer::number(row.root, 8) + Writer::number(row.table, 8);
         expectTexts({{row.name, std::move(list), row.expected}});
     }
-    const std::string beforeHeader =
-        "bplist00\xD1\x01\x02Qa"
-        "Qx\x07\x0B\x0D" +
-        std::string(6, '\0') + "\x01\x01" + Writer::number(3, 8) + Writer::number(0, 8) +
-        Writer::number(15, 8);
+    // Where the version's digit stands, which would be an empty dictionary.
+    const std::string beforeHeader = "bplist0\xD0x\x07" + std::string(6, '\0') + "\x01\x01" +
+                                     Writer::number(1, 8) + Writer::number(0, 8) + Writer::number(9, 8);
     expectTexts({{"offset in the header", beforeHeader, refused}});
 }
 

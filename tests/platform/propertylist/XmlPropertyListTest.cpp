@@ -140,7 +140,8 @@ TEST(XmlPropertyList, refusesWhatIsNotAPropertyList) {
           "<dict><key>a</key><key>b</key><true/></dict>", "<dict><key>a</key><true/><true/></dict>",
           "<dict>x<key>a</key><true/></dict>", "<dict><key>a</key>x<true/></dict>",
           "<dict><key>a</key><other/></dict>", "<dict><key>a</key><plist><true/></plist></dict>",
-          "<dict><key>a<b/></key><true/></dict>", "<plist><dict/></plist>"}) {
+          "<dict><key>a<b/></key><true/></dict>",
+          "<dict><key>a</key><array><true><true/></true></array></dict>", "<plist><dict/></plist>"}) {
         expectTexts({{content, inList(content), refused}});
     }
     const auto declaring = [](const std::string& declarations) {

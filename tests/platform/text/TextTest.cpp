@@ -36,6 +36,16 @@ TEST(Text, replacesEachMaximalMalformedSubpartOnce) {
     }
 }
 
+TEST(Text, knowsAsciiByEachOfItsBytes) {
+    std::string text(20, '\x7F');
+    EXPECT_TRUE(isAscii(text));
+    for (char& byte : text) {
+        byte = '\x80';
+        EXPECT_FALSE(isAscii(text));
+        byte = '\0';
+    }
+}
+
 TEST(Text, trimsSpaceSeparatorsAndTabsButNoLineBreaks) {
     const TextCase cases[] = {
         {" \t ", ""},

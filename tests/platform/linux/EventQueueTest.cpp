@@ -4,25 +4,12 @@
 #include <thread>
 
 #include "platform/linux/EventQueue.h"
-#include "support/FakeQueue.h"
 #include "support/QueueContract.h"
 
 namespace quorvel {
 namespace {
 
 using std::chrono::milliseconds;
-
-class FakeQueueHost {
-public:
-    Queue& queue() { return fake; }
-    void run() { fake.advance(milliseconds(10)); }
-    void finish() {}
-    std::chrono::nanoseconds now() const { return fake.now; }
-    void holdFor(std::chrono::nanoseconds duration) { fake.now += duration; }
-
-private:
-    FakeQueue fake;
-};
 
 class EventQueueHost {
 public:
@@ -43,7 +30,6 @@ private:
     EventQueue events;
 };
 
-INSTANTIATE_TYPED_TEST_SUITE_P(Fake, QueueContract, FakeQueueHost);
 INSTANTIATE_TYPED_TEST_SUITE_P(Event, QueueContract, EventQueueHost);
 
 TEST(EventQueue, runsWhatManyThreadsPostOnceAndInEachThreadsOrder) {

@@ -20,12 +20,13 @@ TEST(MessagePipeTest, endsWithAReasonAtWhatItDoesNotUnderstand) {
         std::string told, reason;
         int heard;
     };
-    const Row rows[] = {{"nothing more", hello + hide, "", 2},
-                        {"half a request", hello + hide.substr(0, 9), "", 1},
-                        {"no hello", hide, other, 0},
-                        {"another hello", hello + hide + hello, other, 2},
-                        {"of a newer version", "{\"type\":\"hello\",\"version\":1000}\n", other, 0},
-                        {"no request", hello + "\n" + hide, "The message is not JSON.", 1}};
+    const Row rows[] = {
+        {"nothing more", hello + hide, "", 2},
+        {"half a request", hello + hide.substr(0, 9), "", 1},
+        {"no hello", hide, other, 0},
+        {"another hello", hello + hide + hello, other, 2},
+        {"of a newer version", "[\"hello\",[1000]]\n", other, 0},
+        {"no request", hello + "\n" + hide, "The program's message does not fit the protocol.", 1}};
     for (const auto& [name, told, reason, heard] : rows) {
         std::array<int, 2> ends{};
         ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);

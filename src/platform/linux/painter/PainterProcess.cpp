@@ -80,12 +80,12 @@ void PainterProcess::takeLines() {
         const auto lineFeed = input.find('\n', start);
         if (lineFeed == std::string::npos) break;
         auto event = painter::decodeEvent(std::string_view(input).substr(start, lineFeed - start));
-        if (!event) return end("It talks nonsense: " + event.error());
+        if (!event) return end("It talks nonsense.");
         take(std::move(*event));
         start = lineFeed + 1;
     }
     input.erase(0, start);
-    if (input.size() > painter::longestEvent) end("It talks nonsense: its message never ends.");
+    if (input.size() > painter::maxEventSize) end("It talks nonsense: its message never ends.");
 }
 
 void PainterProcess::take(painter::Event event) {

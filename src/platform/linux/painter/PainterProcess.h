@@ -23,7 +23,7 @@ struct PainterLimits {
     /// A painter that ends twice within this time is not started a third time.
     std::chrono::milliseconds restartPause = std::chrono::seconds(5);
     /// Bytes that wait for a painter which does not read.
-    std::size_t mostWaiting = 2 * painter::longestRequest;
+    std::size_t mostWaiting = 2 * painter::maxRequestSize;
 };
 
 /// One run of the painter program and the socket to it, which is the program's standard input. Nothing here

@@ -170,13 +170,13 @@ void PainterSession::sendAll() {
 
 void PainterSession::send(const Request& request) {
     const std::string line = encode(request);
-    if (line.size() > longestRequest) return leaveOut(request);
+    if (line.size() > maxRequestSize) return leaveOut(request);
     process->send(line);
 }
 
 /// What is too long to be sent is over at once, as if the user had closed it.
 void PainterSession::leaveOut(const Request& request) {
-    std::cerr << "quorvel: What should be shown is longer than " << longestRequest
+    std::cerr << "quorvel: What should be shown is longer than " << maxRequestSize
               << " bytes and is left out.\n";
     const auto event = posting<Event>(&PainterSession::received);
     if (const auto* show = std::get_if<ShowWindow>(&request))

@@ -23,10 +23,10 @@ bool readLine(std::string& line) {
 }
 
 void readUntil(const std::string& type, std::ofstream& received) {
-    const std::string wanted = "\"type\":\"" + type + '"';
+    const std::string wanted = "[\"" + type + '"';
     for (std::string line; readLine(line);) {
         received << line << std::endl;
-        if (line.find(wanted) != line.npos) return;
+        if (line.starts_with(wanted)) return;
     }
 }
 

@@ -18,7 +18,7 @@ TEST_F(PainterChannelTest, startsNothingBeforeItIsNeeded) {
 
 TEST_F(PainterChannelTest, tellsWhatChangesAndReportsButtons) {
     script({hello + "read setText\n" + press + "read closeWindow\n" +
-            "say {\"type\":\"buttonPressed\",\"window\":2,\"title\":\"Reset\"}\nread end\n"});
+            "say [\"buttonPressed\",[2,\"Reset\"]]\nread end\n"});
     auto window = makeLog();
     const auto other = channel->makeWindow({}, delegate);
     window->setText("second");
@@ -37,9 +37,8 @@ TEST_F(PainterChannelTest, tellsWhatChangesAndReportsButtons) {
 }
 
 TEST_F(PainterChannelTest, aButtonOfAWindowThatIsGoneDoesNothing) {
-    script({hello + press + "say {\"type\":\"buttonPressed\",\"window\":77,\"title\":\"\"}\n" +
-            "say {\"type\":\"alertDismissed\",\"alert\":77}\nread runAlert\n" +
-            "say {\"type\":\"alertDismissed\",\"alert\":4}\nread end\n"});
+    script({hello + press + "say [\"buttonPressed\",[77,\"\"]]\n" +
+            "say [\"alertDismissed\",[77]]\nread runAlert\n" + "say [\"alertDismissed\",[4]]\nread end\n"});
     makeLog()->show();
     const auto unheard = channel->makeWindow({}, std::weak_ptr<WindowDelegate>());
     channel->runAlert("message", "", quit());
@@ -62,9 +61,8 @@ TEST_F(PainterChannelTest, replacesAPainterThatDiesAndShowsEverythingAgain) {
 }
 
 TEST_F(PainterChannelTest, anAlertThatIsShownAlreadyComesToTheFront) {
-    script({hello + "read runAlert\nread runAlert\nread runAlert\n" +
-            "say {\"type\":\"alertDismissed\",\"alert\":1}\n" + "read runAlert\n" +
-            "say {\"type\":\"alertDismissed\",\"alert\":3}\nread end\n"});
+    script({hello + "read runAlert\nread runAlert\nread runAlert\n" + "say [\"alertDismissed\",[1]]\n" +
+            "read runAlert\n" + "say [\"alertDismissed\",[3]]\nread end\n"});
     int dismissals = 0;
     const auto again = [&] {
         if (++dismissals == 2) channel->runAlert("message", "", quit());
@@ -74,8 +72,8 @@ TEST_F(PainterChannelTest, anAlertThatIsShownAlreadyComesToTheFront) {
     channel->runAlert("message", "", again);
     loop.run();
     EXPECT_EQ(dismissals, 2);
-    EXPECT_EQ(countOf("\"alert\":1,"), 2);
-    EXPECT_EQ(countOf("\"alert\":2,"), 1);
+    EXPECT_EQ(countOf("[1,\"message"), 2);
+    EXPECT_EQ(countOf("[2,\"message"), 1);
 }
 
 /// A painter says hello once it has a display.
@@ -134,11 +132,11 @@ TEST_F(PainterChannelTest, endsAndReplacesAPainterThatTalksNonsense) {
     const Lines nonsense = {
         "say nonsense\nhang\n",
         "say \nhang\n",
-        "say {\"type\":\"hello\",\"version\":1}\nhang\n",
-        "say {\"type\":\"buttonPressed\",\"window\":1,\"title\":\"\"}\nhang\n",
+        "say [\"hello\",[1]]\nhang\n",
+        "say [\"buttonPressed\",[1,\"\"]]\nhang\n",
         hello + hello + "hang\n",
-        hello + "say {\"type\":\"buttonPressed\",\"window\":-1,\"title\":\"\"}\nhang\n",
-        hello + "say " + std::string(painter::longestEvent + 1, 'x') + "\nhang\n",
+        hello + "say [\"buttonPressed\",[-1,\"\"]]\nhang\n",
+        hello + "say " + std::string(painter::maxEventSize + 1, 'x') + "\nhang\n",
     };
     PainterLimits limits;
     limits.restartPause = std::chrono::milliseconds(0);
@@ -183,10 +181,7 @@ TEST_F(PainterChannelTest, neverWaitsForAPainterThatDoesNotRead) {
 }
 
 TEST_F(PainterChannelTest, aPainterThatEndsWithNothingToShowStaysEnded) {
-    script({hello +
-                "read showWindow\nsay {\"type\":\"windowClosed\",\"window\":1,\"showing\":2,"
-                "\"placement\":[5,6,700,500]}\n" +
-                press,
+    script({hello + "read showWindow\nsay [\"windowClosed\",[1,2,[5,6,700,500]]]\n" + press,
             hello + "read showWindow\n" + press + "read end\n"});
     const auto window = makeLog();
     window->show();
@@ -196,14 +191,14 @@ TEST_F(PainterChannelTest, aPainterThatEndsWithNothingToShowStaysEnded) {
     window->show();
     loop.run();
     EXPECT_EQ(starts(), 2);
-    EXPECT_EQ(countOf("\"placement\":[5,6,700,500]"), 1) << "it comes back where it was left";
+    EXPECT_EQ(countOf(",[5,6,700,500],"), 1) << "it comes back where it was left";
     EXPECT_EQ(countOf("second"), 1);
 }
 
 TEST_F(PainterChannelTest, aClosingThatCrossesTheNextShowingDoesNotCount) {
     script({hello +
             "read showWindow\nread showWindow\n"
-            "say {\"type\":\"windowClosed\",\"window\":1,\"showing\":2,\"placement\":[0,0,9,9]}\n" +
+            "say [\"windowClosed\",[1,2,[0,0,9,9]]]\n" +
             press + "read setText\n" + press + "read end\n"});
     const auto window = makeLog();
     window->show();
@@ -215,8 +210,7 @@ TEST_F(PainterChannelTest, aClosingThatCrossesTheNextShowingDoesNotCount) {
 }
 
 TEST_F(PainterChannelTest, aPasteboardThatAnotherProgramTookIsNotTakenBack) {
-    script({hello + "read setPasteboard\nsay {\"type\":\"pasteboardLost\",\"content\":2}\n" + press +
-                "read showWindow\n",
+    script({hello + "read setPasteboard\nsay [\"pasteboardLost\",[2]]\n" + press + "read showWindow\n",
             hello + "read showWindow\n" + press + "read end\n"});
     const auto window = makeLog();
     channel->setText("copied");
@@ -242,7 +236,7 @@ TEST_F(PainterChannelTest, alertsEndAlsoWhereNoPainterCanBeStarted) {
 
 TEST_F(PainterChannelTest, whatIsTooLongToSendEndsAtOnce) {
     script({hello + "read end\n"});
-    channel->runAlert("message", std::string(painter::longestRequest, 'x'), quit());
+    channel->runAlert("message", std::string(painter::maxRequestSize, 'x'), quit());
     loop.run();
 }
 

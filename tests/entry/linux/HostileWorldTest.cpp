@@ -8,7 +8,7 @@
 #include <sys/stat.h>
 
 #include "entry/linux/DesktopProgramFixture.h"
-#include "platform/linux/icons/IconSamples.h"
+#include "support/IconSamples.h"
 #include "platform/linux/statusitem/MenuLayout.h"
 #include "support/PrivateBus.h"
 

@@ -1,30 +1,24 @@
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <fcntl.h>
-#include <linux/openat2.h>
-#include <netinet/in.h>
 #include <seccomp.h>
 #include <string>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
-#include "icons/Fence.h"
+#include "icons/Sandbox.h"
 
 /// Does what a decoder that an image has taken over would try, and exits with 0 when that succeeded, 1 when
 /// it was refused:
-///     fence_probe [without-landlock] [without-seccomp] [fenced] DEED [ARGUMENT...]
-/// The first two make the kernel answer as one that lacks the means; `fenced` raises the fence.
+///     sandbox_probe [without-landlock] [without-seccomp] [sandboxed] DEED [ARGUMENT...]
+/// The first two make the kernel answer as one that lacks the means.
 namespace {
 
 /// What is refused here stays refused in the program that `run` starts.
-void take(std::initializer_list<int> calls, bool alsoOldWay) {
+void lack(std::initializer_list<int> calls, bool alsoOldWay) {
     const scmp_filter_ctx filter = seccomp_init(SCMP_ACT_ALLOW);
     for (const int call : calls)
         seccomp_rule_add(filter, SCMP_ACT_ERRNO(ENOSYS), call, 0);
@@ -36,28 +30,10 @@ void take(std::initializer_list<int> calls, bool alsoOldWay) {
     seccomp_release(filter);
 }
 
-bool opens(const char* path, int flags) {
-    return open(path, flags | O_CLOEXEC, 0600) >= 0;
-}
-
-bool opensTheNewWay(const char* path) {
-    open_how how{};
-    return syscall(SYS_openat2, AT_FDCWD, path, &how, sizeof how) >= 0;
-}
-
-bool connectsTo(int family) {
-    return socket(family, SOCK_DGRAM, 0) >= 0;
-}
-
 bool forks() {
     const pid_t child = fork();
     if (child == 0) _exit(0);
     return child > 0 && waitpid(child, nullptr, 0) == child;
-}
-
-bool startsAThread() {
-    std::thread([] {}).join();
-    return true;
 }
 
 /// A page of code, first written and then made executable.
@@ -75,21 +51,14 @@ bool doesWhatDecodingNeeds() {
 }
 
 bool succeeds(const std::string& deed, char** arguments) {
-    if (deed == "read-file") return opens("/etc/passwd", O_RDONLY);
-    if (deed == "read-file-the-new-way") return opensTheNewWay("/etc/passwd");
-    if (deed == "list-folder") return opens("/", O_RDONLY | O_DIRECTORY);
-    if (deed == "write-file") return opens(arguments[0], O_WRONLY | O_CREAT);
-    if (deed == "remove-file") return unlink(arguments[0]) == 0;
-    if (deed == "change-mode") return chmod(arguments[0], 0666) == 0;
-    if (deed == "use-network") return connectsTo(AF_INET);
-    if (deed == "use-local-sockets") return connectsTo(AF_UNIX);
+    if (deed == "read-file") return open("/etc/passwd", O_RDONLY) >= 0;
+    if (deed == "write-file") return open(arguments[0], O_WRONLY) >= 0;
+    if (deed == "use-network") return socket(AF_INET, SOCK_DGRAM, 0) >= 0;
     if (deed == "execute") return execl("/bin/true", "true", nullptr) == 0;
     if (deed == "fork") return forks();
-    if (deed == "start-thread") return startsAThread();
     if (deed == "signal-another") return kill(getppid(), 0) == 0;
     if (deed == "make-code") return makesCode();
     if (deed == "write-out") return write(STDOUT_FILENO, "x", 1) == 1;
-    if (deed == "change-descriptor") return fcntl(STDERR_FILENO, F_GETFL) >= 0;
     if (deed == "take-memory")
         return mmap(nullptr, std::size_t{4} << 30, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1,
                     0) != MAP_FAILED;
@@ -105,11 +74,11 @@ int main(int, char** arguments) {
     for (++arguments;; ++arguments) {
         const std::string word = *arguments;
         if (word == "without-landlock") {
-            take({SCMP_SYS(landlock_create_ruleset)}, false);
+            lack({SCMP_SYS(landlock_create_ruleset)}, false);
         } else if (word == "without-seccomp") {
-            take({SCMP_SYS(seccomp)}, true);
-        } else if (word == "fenced") {
-            quorvel::icons::raiseFence();
+            lack({SCMP_SYS(seccomp)}, true);
+        } else if (word == "sandboxed") {
+            quorvel::icons::enterSandbox();
         } else {
             _exit(succeeds(word, arguments + 1) ? 0 : 1);
         }

@@ -8,7 +8,7 @@
 #include <QStyle>
 #include <QVBoxLayout>
 
-#include "painter/Looks.h"
+#include "painter/Style.h"
 
 namespace quorvel::painter {
 

@@ -5,10 +5,10 @@
 #include <cstdlib>
 #include <unistd.h>
 
-#include "painter/LeastPower.h"
 #include "painter/MenuStyle.h"
 #include "painter/MessagePipe.h"
 #include "painter/Painter.h"
+#include "painter/Sandbox.h"
 #include "platform/ProgramInfo.h"
 
 namespace {
@@ -49,7 +49,7 @@ QIcon programIcon() {
 }  // namespace
 
 int main(int argc, char** argv) {
-    quorvel::painter::dropPower(quorvel::painter::isRemoteDisplay(getenv("DISPLAY")));
+    quorvel::painter::enterSandbox(quorvel::painter::isRemoteDisplay(getenv("DISPLAY")));
     qInstallMessageHandler(printMessage);
     // A session that is restored starts the program, and that starts this one.
     qunsetenv("SESSION_MANAGER");

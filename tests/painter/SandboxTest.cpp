@@ -4,7 +4,7 @@
 #include <sys/socket.h>
 #include <sys/syscall.h>
 
-#include "painter/LeastPower.h"
+#include "painter/Sandbox.h"
 #include "support/ForkedChild.h"
 
 namespace quorvel::painter {
@@ -17,9 +17,9 @@ int errorOfSocket(int family, int type) {
     return error;
 }
 
-TEST(LeastPower, leavesLocalSocketsAndNoOthers) {
+TEST(Sandbox, leavesLocalSocketsAndNoOthers) {
     const auto report = runInChild([] {
-        dropPower(false);
+        enterSandbox(false);
         EXPECT_EQ(prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0), 1);
         for (const int family : {AF_INET, AF_INET6, AF_NETLINK, AF_PACKET, AF_VSOCK})
             EXPECT_EQ(errorOfSocket(family, SOCK_DGRAM), EAFNOSUPPORT) << family;
@@ -30,9 +30,9 @@ TEST(LeastPower, leavesLocalSocketsAndNoOthers) {
     EXPECT_EQ(report.failure, "");
 }
 
-TEST(LeastPower, leavesTheNetworkToADisplayThatIsReachedByIt) {
+TEST(Sandbox, leavesTheNetworkToADisplayThatIsReachedByIt) {
     const auto report = runInChild([] {
-        dropPower(true);
+        enterSandbox(true);
         EXPECT_EQ(prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0), 1);
         EXPECT_EQ(errorOfSocket(AF_INET, SOCK_STREAM), 0);
     });

@@ -134,25 +134,6 @@ TEST_F(PainterChannelTest, endsAndReplacesAPainterThatBreaksTheProtocol) {
     EXPECT_EQ(delegate->pressed.size(), 2U) << "one before the nonsense, and that of the last painter";
 }
 
-TEST_F(PainterChannelTest, limitsWhatAPainterMayTakeItsTimeFor) {
-    PainterLimits limits;
-    limits.helloTimeout = std::chrono::milliseconds(1);
-    open({"exec sleep 1000", "exec sleep 1000"}, limits);
-    bool isDismissed = false;
-    channel->runAlert("message", "", [&] { isDismissed = true; });
-    waitFor([&] { return isDismissed; });
-
-    limits = {};
-    limits.maxUnsent = 1'000'000;
-    open({hello + "exec sleep 1000", hello + await("showWindow") + press + await("end")}, limits);
-    const auto window = makeLog();
-    window->show();
-    for (int count = 0; count < 6; ++count)
-        window->setText(std::string(300'000, 'x'));
-    waitForPresses(1);
-    EXPECT_EQ(received(), "hello showWindow ") << "the second one is sent what is, not what was";
-}
-
 TEST_F(PainterChannelTest, aWindowIsClosedByItsPresentShowingAloneAndComesBackWhereItWasLeft) {
     open({hello + await("showWindow") + await("showWindow") + say(WindowClosed{1, 2, {0, 0, 9, 9}}) + press +
               await("setText") + say(WindowClosed{1, 3, {5, 6, 700, 500}}),

@@ -20,7 +20,7 @@ namespace quorvel::painter {
 inline constexpr std::uint64_t protocolVersion = 5;
 /// In bytes, without the line feed. A longer line is neither sent nor read.
 inline constexpr std::size_t maxRequestSize = 16 * 1024 * 1024;
-/// Events are small; a short bound keeps a painter gone wild from filling the program's memory.
+/// Events are small; the bound keeps a faulty painter from filling the program's memory.
 inline constexpr std::size_t maxEventSize = 1024 * 1024;
 
 struct Hello {
@@ -40,7 +40,8 @@ struct Placement {
 /// Shows the window in front of everything else, or brings what there is of it up to date and to the front.
 struct ShowWindow {
     std::uint64_t window = 0;
-    /// Tells this showing from the ones before, so that a `WindowClosed` that crosses it means the right one.
+    /// Distinguishes this showing from earlier ones, so that a `WindowClosed` that crosses it means the right
+    /// one.
     std::uint64_t showing = 0;
     WindowContent content;
     TableRows rows;
@@ -79,8 +80,8 @@ struct SetPasteboard {
 /// Shows the status item in the tray of the X display, or brings what is shown of it up to date. Answered by
 /// `TrayIconMissing` where there is no tray.
 struct ShowTrayIcon {
-    /// Tells this showing from the ones before, so that an answer which crosses another request means the
-    /// right one.
+    /// Distinguishes this showing from earlier ones, so that an answer which crosses another request means
+    /// the right one.
     std::uint64_t showing = 0;
     Image image;
     std::string toolTip;

@@ -81,7 +81,7 @@ void BundleIcons::decodeNext() {
     }
     if (crashes >= limits.maxCrashes) return giveUp();
     const auto bundle = waiting.front();
-    const auto file = harmful.contains(bundle) ? FileDescriptor() : openIconFile({bundle});
+    const auto file = crashing.contains(bundle) ? FileDescriptor() : openIconFile({bundle});
     if (!file) {
         waiting.pop_front();
         return decodeNextLater();
@@ -144,7 +144,7 @@ void BundleIcons::ended(const std::string& reason) {
     std::cerr << "quorvel: The decoder of icons is gone" << (bundle ? " over " + onOneLine(*bundle) : "")
               << ". " << reason << '\n';
     if (!isReady) return giveUp();
-    if (bundle) harmful.insert(*bundle);
+    if (bundle) crashing.insert(*bundle);
     decodeNext();
 }
 

@@ -68,7 +68,7 @@ private:
     /// The bundle whose icon is being decoded.
     std::optional<std::string> current;
     /// Bundles whose icons have crashed a decoder.
-    std::set<std::string> harmful;
+    std::set<std::string> crashing;
     int crashes = 0;
 
     /// What has come and is not announced yet.

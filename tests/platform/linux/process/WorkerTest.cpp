@@ -1,3 +1,4 @@
+#include <csignal>
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
@@ -39,7 +40,7 @@ protected:
     }
     /// Until the worker has ended and is reaped.
     void finish(std::size_t reasonCount = 1) {
-        EXPECT_TRUE(runUntil(queue, [&] { return reasons.size() >= reasonCount && !hasChild(); }));
+        ASSERT_TRUE(runUntil(queue, [&] { return reasons.size() >= reasonCount && !hasChild(); }));
         EXPECT_EQ(reasons.size(), reasonCount);
     }
 
@@ -71,6 +72,7 @@ TEST_F(WorkerTest, bringsEachMessageAndThenTheReasonOfItsEnd) {
         {"printf " + longest + "x >&0; echo >&0", {longest + "x\n"}, "It ended."},
         {"printf " + longest + "xx >&0; " + stays, {}, Worker::protocolBroken},
     };
+    queue.onSignal(SIGUSR1, [] {});  // which the main queue blocks, and a worker does not
     setenv("SECRET", "secret", 1);
     setenv("PUBLIC", "public", 1);
     for (const auto& [script, expected, reason] : rows) {

@@ -10,7 +10,7 @@
 
 #include "icons/ScaledPicture.h"
 #include "platform/Image.h"
-#include "platform/linux/icons/PngDecoder.h"
+#include "platform/linux/icons/Png.h"
 
 namespace quorvel::icons {
 
@@ -35,7 +35,7 @@ constexpr std::array types{
     Type{"SB24", 48},
 };
 
-constexpr std::size_t mostParts = 64;
+constexpr std::size_t maxParts = 64;
 /// Of a part, and of the whole file: the type, and the length with this head.
 constexpr std::size_t headLength = 8;
 
@@ -60,7 +60,7 @@ std::vector<Part> partsOf(Bytes file) {
     std::vector<Part> parts;
     if (file.size() < headLength || !textOf(file).starts_with("icns")) return parts;
     auto rest = file.subspan(headLength);
-    while (rest.size() >= headLength && parts.size() < mostParts) {
+    while (rest.size() >= headLength && parts.size() < maxParts) {
         const auto length = lengthIn(rest);
         if (length < headLength || length > rest.size()) break;
         parts.push_back({textOf(rest.first(4)), rest.subspan(headLength, length - headLength)});

@@ -5,8 +5,8 @@
 
 namespace quorvel::icons {
 
-/// The bitmap, which has a pixel at least, at the size of every picture: each pixel is the mean of the area
-/// that it covers, in which what cannot be seen has no colour.
+/// The bitmap, which has a pixel at least, at the size of every picture: a box filter whose colours are
+/// weighted by alpha, so that what lies under full transparency does not shine through.
 Pixels scaledPicture(const Bitmap& bitmap);
 
 }  // namespace quorvel::icons

@@ -8,7 +8,7 @@
 #include <QStyle>
 #include <QVBoxLayout>
 
-#include "painter/Looks.h"
+#include "painter/Style.h"
 
 namespace quorvel::painter {
 
@@ -69,9 +69,9 @@ AlertBox::AlertBox(const std::string& messageText, const std::string& informativ
 
 /// A call stack would make a label higher than the screen.
 QWidget* AlertBox::informativeView(const std::string& text) {
-    constexpr qsizetype longestLabel = 400, mostLines = 6;
+    constexpr qsizetype maxLabelLength = 400, maxLabelLines = 6;
     const QString shown = QString::fromStdString(text);
-    if (shown.size() <= longestLabel && shown.count(u'\n') < mostLines) return wrappedLabel(shown, {});
+    if (shown.size() <= maxLabelLength && shown.count(u'\n') < maxLabelLines) return wrappedLabel(shown, {});
     auto* view = new QPlainTextEdit(shown);
     view->setReadOnly(true);
     view->setTabChangesFocus(true);

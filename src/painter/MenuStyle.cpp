@@ -12,7 +12,7 @@ int moreLines(const QStyleOptionMenuItem& item) {
     return static_cast<int>(item.text.count(QChar::LineSeparator)) * item.fontMetrics.lineSpacing();
 }
 
-/// Leaves of a selected item its colours, and of one with a submenu no second arrow.
+/// Draws neither the background of a selected item, but keeps its colours, nor a second submenu arrow.
 void makeTransparent(QStyleOptionMenuItem& item) {
     item.menuItemType = QStyleOptionMenuItem::Normal;
     if (!item.state.testFlag(QStyle::State_Selected)) return;

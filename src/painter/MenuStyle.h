@@ -12,7 +12,8 @@ bool menusNeedInput();
 
 /// The desktop's own style, in which an item of a menu is as high as its title has lines. Menus ask for room
 /// for one, and styles know no other: they place icon and title by the item's height, and shorten what is too
-/// long for one line. To be the application's: a menu asks for some of it before it can be given one.
+/// long for one line. Set for the whole application, since a menu asks its style for sizes before it can be
+/// given one of its own.
 class MenuStyle final : public QProxyStyle {
 public:
     int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,

@@ -48,7 +48,7 @@ void MessagePipe::readSome() {
         input += rest.substr(0, lineFeed);
         rest.remove_prefix(lineFeed + 1);
         const auto request = decodeRequest(std::exchange(input, {}));
-        if (!request) return end(request.error());
+        if (!request) return end("The program's message does not fit the protocol.");
         const auto* hello = std::get_if<Hello>(&*request);
         if ((hello != nullptr) == saidHello || (hello != nullptr && hello->version != protocolVersion))
             return end("The program does not begin with a hello of this version.");
@@ -56,7 +56,7 @@ void MessagePipe::readSome() {
         requested(*request);
     }
     input += rest;
-    if (input.size() > longestRequest) end("The message never ends.");
+    if (input.size() > maxRequestSize) end("The message never ends.");
 }
 
 void MessagePipe::end(const std::string& reason) {

@@ -17,7 +17,7 @@ public:
                 std::function<void(const std::string&)> ended);
 
     void send(const Event& event) const;
-    /// Whether the program has said something that was not read yet.
+    /// Whether the program has sent something that was not read yet.
     bool isWaiting() const;
 
 private:

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int iconSide = 16;
 
-/// Of a line feed a style makes a space, but it breaks the line where a line separator stands.
+/// Styles draw a line feed as a space, but break the line at a line separator.
 QString titleOf(const MenuContent::Item& item) {
     return QString::fromStdString(item.title)
         .replace(u'&', QStringLiteral("&&"))
@@ -43,7 +43,7 @@ void PaintedMenu::popUp() {
     activateWindow();
 }
 
-/// Of an ordinary window this is the only sign of a click elsewhere.
+/// An ordinary window learns of a click elsewhere in no other way.
 void PaintedMenu::closeWithFocus() {
     connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
         if (state == Qt::ApplicationInactive) close();

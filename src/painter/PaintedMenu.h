@@ -17,7 +17,7 @@ public:
     /// Also while it is open, where it then changes in its place.
     void setContent(const MenuContent& content);
 
-    /// Where the pointer is; on Wayland, where no program is told that, as a window without a frame where the
+    /// Where the pointer is; on Wayland, where no program knows that, as a window without a frame where the
     /// compositor places it.
     void popUp();
 

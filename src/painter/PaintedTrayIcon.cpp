@@ -6,7 +6,7 @@
 #include <QTimer>
 #include <utility>
 
-#include "painter/Looks.h"
+#include "painter/Style.h"
 
 namespace quorvel::painter {
 

@@ -2,55 +2,26 @@
 
 #include <QCloseEvent>
 #include <QGuiApplication>
-#include <QHeaderView>
 #include <QKeyEvent>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScreen>
 #include <QShortcut>
-#include <QStyledItemDelegate>
-#include <QTableView>
 #include <QTextDocument>
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
-#include "painter/LinkButton.h"
-#include "painter/Looks.h"
-#include "painter/RoleLabel.h"
-#include "painter/RowsModel.h"
+#include "painter/Controls.h"
+#include "painter/Style.h"
 
 namespace quorvel::painter {
 
 namespace {
 
-int pixels(double points) {
-    return static_cast<int>(std::lround(points));
-}
-
 Qt::WindowFlags flagsFor(const WindowContent& content) {
     const Qt::WindowFlags flags = Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                                   Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint;
     return content.isResizable ? flags | Qt::WindowMaximizeButtonHint : flags;
-}
-
-/// A row is what can be selected; the frame of the focus would stand round one of its cells.
-class RowDelegate final : public QStyledItemDelegate {
-public:
-    using QStyledItemDelegate::QStyledItemDelegate;
-
-protected:
-    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override {
-        QStyledItemDelegate::initStyleOption(option, index);
-        option->state.setFlag(QStyle::State_HasFocus, false);
-    }
-};
-
-int widthOf(const TableView& table) {
-    double points = 0;
-    for (const auto& column : table.columns)
-        points += column.width;
-    return pixels(points);
 }
 
 }  // namespace
@@ -117,33 +88,9 @@ QWidget* PaintedWindow::add(const TextView& view) {
 }
 
 QWidget* PaintedWindow::add(const TableView& table) {
-    auto* widget = new QTableView(this);
-    tables.push_back(new RowsModel(table, widget));
-    widget->setModel(tables.back());
-    widget->setItemDelegate(new RowDelegate(widget));
-    widget->setAccessibleName(windowTitle());
-    widget->setFont(fontFor(table.font));
-    widget->setShowGrid(false);
-    widget->setWordWrap(false);
-    widget->setTabKeyNavigation(false);
-    widget->setCornerButtonEnabled(false);
-    widget->setSelectionBehavior(QAbstractItemView::SelectRows);
-    widget->setSelectionMode(QAbstractItemView::SingleSelection);
-    widget->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    widget->setMinimumWidth(widthOf(table));
-    auto* rowHeader = widget->verticalHeader();
-    rowHeader->hide();
-    rowHeader->setMinimumSectionSize(1);
-    rowHeader->setSectionResizeMode(QHeaderView::Fixed);
-    rowHeader->setDefaultSectionSize(std::max(1, pixels(table.rowHeight)));
-    auto* titles = widget->horizontalHeader();
-    titles->setFont(widget->font());
-    titles->setHighlightSections(false);
-    titles->setStretchLastSection(true);
-    for (std::size_t column = 0; column < table.columns.size(); ++column) {
-        titles->resizeSection(static_cast<int>(column), pixels(table.columns[column].width));
-    }
-    return widget;
+    tables.push_back(new RowsTable(table, this));
+    tables.back()->setAccessibleName(windowTitle());
+    return tables.back();
 }
 
 void PaintedWindow::setSizes(const WindowContent& content) {

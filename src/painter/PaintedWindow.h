@@ -12,7 +12,7 @@ class QPlainTextEdit;
 
 namespace quorvel::painter {
 
-class RowsModel;
+class RowsTable;
 
 /// A window of the program as widgets. Closing it hides it, so that it comes back as it was left. Owned by
 /// the painter.
@@ -53,7 +53,7 @@ private:
     std::function<void()> closed;
     std::vector<PlacedView> views;
     std::vector<QPlainTextEdit*> textViews;
-    std::vector<RowsModel*> tables;
+    std::vector<RowsTable*> tables;
     bool wasPlaced = false;
 };
 

@@ -125,7 +125,7 @@ void Painter::perform(const PopUpMenu& request) {
     popUp.number = request.popUp;
     popUp.menu = std::make_unique<PaintedMenu>([this](std::uint64_t item) { report(MenuItemChosen{item}); });
     popUp.menu->setContent(request.menu);
-    // What was chosen is told after the menu is hidden, and its closing after that.
+    // The menu hides before its choice is reported; the closing is reported after both.
     QObject::connect(popUp.menu.get(), &QMenu::aboutToHide, &end, [this, number = request.popUp] {
         QTimer::singleShot(0, &end, [this, number] { menuClosed(number); });
     });
@@ -155,7 +155,7 @@ bool Painter::isNeeded() const {
            QGuiApplication::clipboard()->ownsClipboard();
 }
 
-/// Every request, and every end of something shown, lets the time begin anew.
+/// Every request, and every end of something shown, restarts the time.
 void Painter::considerEnd() {
     if (isNeeded()) {
         end.stop();

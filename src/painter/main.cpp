@@ -3,18 +3,19 @@
 #include <QIcon>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <unistd.h>
 
-#include "painter/LeastPower.h"
 #include "painter/MenuStyle.h"
 #include "painter/MessagePipe.h"
 #include "painter/Painter.h"
+#include "painter/Sandbox.h"
 #include "platform/ProgramInfo.h"
 
 namespace {
 
 /// Qt ends the process with SIGABRT when it finds no display, which is no crash of this program. Its
-/// warnings, such as one for each picture of an icon that it cannot read, tell the user nothing.
+/// warnings, such as one for each picture of an icon that it cannot read, are no use to the user.
 void printMessage(QtMsgType type, const QMessageLogContext&, const QString& message) {
     if (type != QtCriticalMsg && type != QtFatalMsg) return;
     std::fprintf(stderr, "quorvel-painter: %s\n", qPrintable(message));
@@ -49,7 +50,7 @@ QIcon programIcon() {
 }  // namespace
 
 int main(int argc, char** argv) {
-    quorvel::painter::dropPower(quorvel::painter::isRemoteDisplay(getenv("DISPLAY")));
+    quorvel::painter::enterSandbox(quorvel::painter::isRemoteDisplay(getenv("DISPLAY")));
     qInstallMessageHandler(printMessage);
     // A session that is restored starts the program, and that starts this one.
     qunsetenv("SESSION_MANAGER");
@@ -61,18 +62,17 @@ int main(int argc, char** argv) {
     QApplication::setStyle(new quorvel::painter::MenuStyle);
 
     using namespace quorvel::painter;
-    Painter* brush = nullptr;
-    MessagePipe pipe(
-        STDIN_FILENO, [&](const Request& request) { brush->perform(request); },
+    std::optional<MessagePipe> pipe;
+    Painter painter(
+        std::chrono::milliseconds(lingerFrom(application)), [&](const Event& event) { pipe->send(event); },
+        [&] {
+            if (!pipe->isWaiting()) QApplication::quit();
+        });
+    pipe.emplace(
+        STDIN_FILENO, [&](const Request& request) { painter.perform(request); },
         [](const std::string& reason) {
             if (!reason.empty()) std::fprintf(stderr, "quorvel-painter: %s\n", reason.c_str());
             QApplication::exit(reason.empty() ? EXIT_SUCCESS : EXIT_FAILURE);
         });
-    Painter painter(
-        std::chrono::milliseconds(lingerFrom(application)), [&](const Event& event) { pipe.send(event); },
-        [&] {
-            if (!pipe.isWaiting()) QApplication::quit();
-        });
-    brush = &painter;
     return QApplication::exec();
 }

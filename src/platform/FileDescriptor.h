@@ -21,6 +21,8 @@ public:
     bool close() { return number < 0 || ::close(std::exchange(number, -1)) == 0; }
 
     int get() const { return number; }
+    /// Leaves the descriptor to somebody else.
+    int release() { return std::exchange(number, -1); }
     explicit operator bool() const { return number >= 0; }
 
 private:

@@ -140,78 +140,54 @@ protected:
 
 const std::string closed = encode(MenuClosed{7});
 
-TEST_F(PaintedPopUpTest, tellsTheChoiceAndThenTheClosing) {
+TEST_F(PaintedPopUpTest, reportsTheChoiceAndThenTheClosing) {
     struct Row {
-        std::vector<Qt::Key> keys;
-        std::uint64_t item;
+        std::vector<QKeyCombination> keys;
+        std::vector<std::string> expected;
     };
-    const Row rows[] = {{{Qt::Key_Down, Qt::Key_Down, Qt::Key_Return}, 3},
-                        {{Qt::Key_Down, Qt::Key_Right, Qt::Key_Return}, 2}};
-    for (const auto& [keys, item] : rows) {
+    const QKeyCombination quit = Qt::CTRL | Qt::Key_Q;
+    const auto choice = [](std::uint64_t item) { return std::vector{encode(MenuItemChosen{item}), closed}; };
+    const Row rows[] = {{{Qt::Key_Down, Qt::Key_Down, Qt::Key_Return}, choice(3)},
+                        {{Qt::Key_Down, Qt::Key_Right, Qt::Key_Return}, choice(2)},
+                        {{Qt::Key_Down, Qt::Key_Right, quit}, choice(4)},
+                        {{Qt::Key_Escape}, {closed}}};
+    for (const auto& [keys, expected] : rows) {
         reported.clear();
         popUp(7);
         for (const auto key : keys) {
             ASSERT_NE(open(), nullptr);
-            QTest::keyClick(open(), key);
+            QTest::keyClick(open(), key.key(), key.keyboardModifiers());
         }
-        EXPECT_EQ(events(2), (std::vector{encode(MenuItemChosen{item}), closed}));
+        EXPECT_EQ(events(expected.size()), expected);
         EXPECT_EQ(open(), nullptr);
     }
 }
 
-TEST_F(PaintedPopUpTest, itsKeyChoosesAlsoFromASubmenu) {
-    popUp(7);
-    QTest::keyClick(open(), Qt::Key_Down);
-    QTest::keyClick(open(), Qt::Key_Right);
-    QTest::keyClick(open(), Qt::Key_Q, Qt::ControlModifier);
-    EXPECT_EQ(events(2), (std::vector{encode(MenuItemChosen{4}), closed}));
-}
-
-TEST_F(PaintedPopUpTest, escapeClosesWithoutAChoiceAndThePainterIsNeededNoMore) {
+TEST_F(PaintedPopUpTest, closesWhenAnotherProgramBecomesActiveAndThePainterIsNeededNoMore) {
     popUp(7);
     // The time to linger is over at once.
     QApplication::processEvents();
     QApplication::processEvents();
     EXPECT_FALSE(isOver) << "a menu is open";
-    QTest::keyClick(open(), Qt::Key_Escape);
-    EXPECT_EQ(events(1), std::vector{closed});
-    EXPECT_TRUE(QTest::qWaitFor([&] { return isOver; }));
-}
-
-TEST_F(PaintedPopUpTest, closesWhenAnotherProgramBecomesActive) {
-    popUp(7);
     Q_EMIT qGuiApp->applicationStateChanged(Qt::ApplicationInactive);
     EXPECT_EQ(events(1), std::vector{closed});
     EXPECT_EQ(open(), nullptr);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return isOver; }));
 }
 
 TEST_F(PaintedPopUpTest, changesInItsPlaceWhileItIsOpenAndOnlyThen) {
-    popUp(7);
-    perform(SetMenu{7, {{item(9, "new")}}});
-    perform(SetMenu{6, {{item(8, "of another")}}});
-    QTest::keyClick(open(), Qt::Key_Down);
-    QTest::keyClick(open(), Qt::Key_Return);
-    EXPECT_EQ(events(2), (std::vector{encode(MenuItemChosen{9}), closed}));
-    perform(SetMenu{7, sample()});
-    EXPECT_EQ(open(), nullptr);
-}
-
-TEST_F(PaintedPopUpTest, staysAtItsItemWhenItsPicturesArrive) {
+    popUp(6);
     popUp(7);
     for (const auto key : {Qt::Key_Down, Qt::Key_Down})
         QTest::keyClick(open(), key);
-    perform(SetMenu{7, sample()});
-    QTest::keyClick(open(), Qt::Key_Return);
-    EXPECT_EQ(events(2), (std::vector{encode(MenuItemChosen{3}), closed}));
-}
-
-TEST_F(PaintedPopUpTest, aNewOneTakesThePlaceOfTheOneThatIsOpen) {
-    popUp(6);
-    popUp(7, {{item(9, "new")}});
-    QTest::keyClick(open(), Qt::Key_Down);
+    auto changed = sample();
+    changed.items[1].number = 9;
+    perform(SetMenu{7, changed});
+    perform(SetMenu{6, {{item(8, "of another")}}});
     QTest::keyClick(open(), Qt::Key_Return);
     ASSERT_TRUE(QTest::qWaitFor([&] { return !reported.empty() && reported.back() == closed; }));
-    EXPECT_EQ(std::ranges::count(reported, encode(MenuItemChosen{9})), 1);
+    EXPECT_EQ(std::ranges::count(reported, encode(MenuItemChosen{9})), 1) << "it stays at its item";
+    perform(SetMenu{7, sample()});
     EXPECT_EQ(open(), nullptr);
 }
 

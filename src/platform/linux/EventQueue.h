@@ -20,6 +20,13 @@ namespace quorvel {
 /// that posts to it. Sleeps until there is something to do; nothing in it ticks.
 class EventQueue final : public Queue {
 public:
+    struct Release {
+        void operator()(sd_event* event) const;
+        void operator()(sd_event_source* source) const;
+    };
+    /// A source of the loop, which it leaves with this owner.
+    using Source = std::unique_ptr<sd_event_source, Release>;
+
     EventQueue();
     ~EventQueue() override;
     EventQueue(const EventQueue&) = delete;
@@ -49,12 +56,6 @@ public:
     sd_event* event() const { return loop.get(); }
 
 private:
-    struct Release {
-        void operator()(sd_event* event) const;
-        void operator()(sd_event_source* source) const;
-    };
-    using Source = std::unique_ptr<sd_event_source, Release>;
-
     struct DelayedTask {
         std::chrono::nanoseconds slack;
         Task task;

@@ -14,7 +14,7 @@ namespace quorvel {
 struct MenuContent {
     struct Item {
         bool isSeparator = false;
-        /// Tells the item from all others of this menu and of those before it.
+        /// Distinguishes the item from all others of this menu and of those before it.
         std::uint64_t number = 0;
         /// On one line or, parted by line feeds, a few.
         std::string title;

@@ -1,186 +1,230 @@
 #include "platform/painterprotocol/PainterMessages.h"
 
-#include <limits>
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <concepts>
+#include <nlohmann/json.hpp>
+#include <tuple>
+#include <type_traits>
 #include <utility>
-
-#include "platform/painterprotocol/MenuCoding.h"
-#include "platform/painterprotocol/WindowCoding.h"
 
 namespace quorvel::painter {
 
 namespace {
 
-Json encodePlacement(const Placement& placement) {
-    return Json::array({placement.x, placement.y, placement.width, placement.height});
+using Json = nlohmann::json;
+using Bytes = std::vector<std::uint8_t>;
+
+/// No screen is larger; what lies beyond would overflow a toolkit's coordinates.
+constexpr int maxLength = 32'000;
+/// In pixels; the largest icon that any panel asks for.
+constexpr int maxBitmapSide = 512;
+/// A menu of menus without end would overflow the stack of whoever reads it.
+constexpr int maxDepth = 32;
+
+/// What the values of an enumeration, and the types of a variant, are called in JSON, in their order.
+template <typename Value>
+constexpr std::array<const char*, 0> names{};
+template <>
+constexpr std::array names<FontRole>{"system", "boldSystem", "monospaced"};
+template <>
+constexpr std::array names<ColorRole>{"label", "secondaryLabel", "tertiaryLabel"};
+template <>
+constexpr std::array names<Button::Style>{"rounded", "link"};
+template <>
+constexpr std::array names<MenuItem::State>{"none", "off", "on"};
+template <>
+constexpr std::array names<View>{"label", "button", "textView", "tableView"};
+template <>
+constexpr std::array names<Request>{"hello",        "showWindow", "closeWindow",   "setText",
+                                    "setRows",      "runAlert",   "setPasteboard", "showTrayIcon",
+                                    "hideTrayIcon", "popUpMenu",  "setMenu"};
+template <>
+constexpr std::array names<Event>{"hello",          "windowClosed",    "buttonPressed",  "alertDismissed",
+                                  "pasteboardLost", "trayIconMissing", "menuItemChosen", "menuClosed"};
+
+template <typename Type, typename Value>
+concept Is = std::same_as<std::remove_const_t<Type>, Value>;
+
+/// The fields of each type in the order in which they lie in its JSON list: one table for both directions.
+struct Fields {
+    static auto of(Is<Frame> auto& it) { return std::tie(it.x, it.y, it.width, it.height); }
+    static auto of(Is<Font> auto& it) { return std::tie(it.role, it.points); }
+    static auto of(Is<Label> auto& it) { return std::tie(it.frame, it.text, it.font, it.color); }
+    static auto of(Is<Button> auto& it) { return std::tie(it.frame, it.title, it.style); }
+    static auto of(Is<TextView> auto& it) { return std::tie(it.frame, it.font, it.inset, it.text); }
+    static auto of(Is<TableView> auto& it) { return std::tie(it.frame, it.rowHeight, it.font, it.columns); }
+    static auto of(Is<TableView::Column> auto& it) { return std::tie(it.identifier, it.title, it.width); }
+    static auto of(Is<WindowContent> auto& it) {
+        return std::tie(it.title, it.width, it.height, it.isResizable, it.views);
+    }
+    static auto of(Is<Bitmap> auto& it) { return std::tie(it.width, it.height, it.rgba); }
+    /// The pixels alone: the painter looks for no picture by its name.
+    static auto of(Is<Image> auto& it) { return std::tie(it.bitmaps, it.isTemplate); }
+    static auto of(Is<MenuContent> auto& it) { return std::tie(it.items); }
+    static auto of(Is<MenuContent::Item> auto& it) {
+        return std::tie(it.isSeparator, it.number, it.title, it.keyEquivalent, it.isEnabled, it.state,
+                        it.picture, it.submenu);
+    }
+    static auto of(Is<Placement> auto& it) { return std::tie(it.x, it.y, it.width, it.height); }
+
+    static auto of(Is<Hello> auto& it) { return std::tie(it.version); }
+    static auto of(Is<ShowWindow> auto& it) {
+        return std::tie(it.window, it.showing, it.content, it.rows, it.placement, it.activationToken);
+    }
+    static auto of(Is<CloseWindow> auto& it) { return std::tie(it.window); }
+    static auto of(Is<SetText> auto& it) { return std::tie(it.window, it.text); }
+    static auto of(Is<SetRows> auto& it) { return std::tie(it.window, it.rows); }
+    static auto of(Is<RunAlert> auto& it) {
+        return std::tie(it.alert, it.messageText, it.informativeText, it.activationToken);
+    }
+    static auto of(Is<SetPasteboard> auto& it) { return std::tie(it.content, it.text); }
+    static auto of(Is<ShowTrayIcon> auto& it) { return std::tie(it.showing, it.image, it.toolTip, it.menu); }
+    static auto of(Is<HideTrayIcon> auto&) { return std::tie(); }
+    static auto of(Is<PopUpMenu> auto& it) { return std::tie(it.popUp, it.menu, it.activationToken); }
+    static auto of(Is<SetMenu> auto& it) { return std::tie(it.popUp, it.menu); }
+
+    static auto of(Is<WindowClosed> auto& it) { return std::tie(it.window, it.showing, it.placement); }
+    static auto of(Is<ButtonPressed> auto& it) { return std::tie(it.window, it.title); }
+    static auto of(Is<AlertDismissed> auto& it) { return std::tie(it.alert); }
+    static auto of(Is<PasteboardLost> auto& it) { return std::tie(it.content); }
+    static auto of(Is<TrayIconMissing> auto& it) { return std::tie(it.showing); }
+    static auto of(Is<MenuItemChosen> auto& it) { return std::tie(it.item); }
+    static auto of(Is<MenuClosed> auto& it) { return std::tie(it.popUp); }
+};
+
+template <typename Value>
+concept HasFields = requires(Value& value) { Fields::of(value); };
+template <typename Value>
+concept IsList = requires(Value& value) { value.emplace_back(); };
+template <typename Value>
+concept IsOptional = requires(Value& value) { value.has_value(); };
+template <typename Value>
+concept IsVariant = requires(Value& value) { value.index(); };
+
+/// Bytes travel as hexadecimal digits, since JSON has none.
+std::string hexadecimal(const Bytes& bytes) {
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string text;
+    text.reserve(bytes.size() * 2);
+    for (const auto byte : bytes) {
+        text += digits[byte >> 4];
+        text += digits[byte & 15U];
+    }
+    return text;
 }
 
-Placement decodePlacement(const Json& value) {
-    const auto coordinate = [&value](std::size_t index) {
-        if (!value.is_array() || value.size() != 4 || !value[index].is_number_integer())
-            throw DecodingFailure("The member \"placement\" is not a list of four whole numbers.");
-        const auto number = value[index].get<std::int64_t>();
-        if (std::in_range<std::int16_t>(number)) return static_cast<int>(number);
-        throw DecodingFailure("The member \"placement\" lies outside of any screen.");
-    };
-    return {coordinate(0), coordinate(1), coordinate(2), coordinate(3)};
+template <typename Value>
+Json toJson(const Value& value) {
+    if constexpr (std::is_enum_v<Value>) {
+        return names<Value>.at(static_cast<std::size_t>(value));
+    } else if constexpr (std::same_as<Value, Bytes>) {
+        return hexadecimal(value);
+    } else if constexpr (IsList<Value>) {
+        Json list = Json::array();
+        for (const auto& item : value)
+            list.push_back(toJson(item));
+        return list;
+    } else if constexpr (IsOptional<Value>) {
+        return value ? toJson(*value) : Json();
+    } else if constexpr (IsVariant<Value>) {
+        return Json::array({names<Value>.at(value.index()),
+                            std::visit([](const auto& some) { return toJson(some); }, value)});
+    } else if constexpr (HasFields<Value>) {
+        return std::apply([](const auto&... field) { return Json::array({toJson(field)...}); },
+                          Fields::of(value));
+    } else {
+        return value;
+    }
 }
 
-Json toJson(const Hello& hello) {
-    return {{"type", "hello"}, {"version", hello.version}};
+bool fits(const Frame& frame) {
+    return frame.width >= 0 && frame.height >= 0;
 }
 
-Json toJson(const ShowWindow& show) {
-    Json object{{"type", "showWindow"},    {"window", show.window},
-                {"showing", show.showing}, {"content", encodeContent(show.content)},
-                {"rows", show.rows},       {"activationToken", show.activationToken}};
-    if (show.placement) object["placement"] = encodePlacement(*show.placement);
-    return object;
+bool fits(const Bitmap& bitmap) {
+    const auto isSide = [](int pixels) { return pixels >= 0 && pixels <= maxBitmapSide; };
+    return isSide(bitmap.width) && isSide(bitmap.height) &&
+           std::cmp_equal(bitmap.rgba.size(), bitmap.width * bitmap.height * 4);
 }
 
-Json toJson(const CloseWindow& close) {
-    return {{"type", "closeWindow"}, {"window", close.window}};
+bool fits(const auto&) {
+    return true;
 }
 
-Json toJson(const SetText& set) {
-    return {{"type", "setText"}, {"window", set.window}, {"text", set.text}};
+bool readBytes(const Json& json, Bytes& bytes) {
+    const auto* const text = json.get_ptr<const std::string*>();
+    if (!text) return false;
+    bytes.resize(text->size() / 2);
+    const char* digits = text->data();
+    for (auto& byte : bytes) {
+        std::from_chars(digits, digits + 2, byte, 16);
+        digits += 2;
+    }
+    return hexadecimal(bytes) == *text;
 }
 
-Json toJson(const SetRows& set) {
-    return {{"type", "setRows"}, {"window", set.window}, {"rows", set.rows}};
+template <typename Value>
+bool readNumber(const Json& json, Value& value) {
+    if (std::is_integral_v<Value> ? !json.is_number_integer() : !json.is_number()) return false;
+    const auto number = json.get<double>();
+    if (std::abs(number) > maxLength) return false;
+    value = static_cast<Value>(number);
+    return true;
 }
 
-Json toJson(const RunAlert& run) {
-    return {{"type", "runAlert"},
-            {"alert", run.alert},
-            {"messageText", run.messageText},
-            {"informativeText", run.informativeText},
-            {"activationToken", run.activationToken}};
-}
-
-Json toJson(const SetPasteboard& set) {
-    return {{"type", "setPasteboard"}, {"content", set.content}, {"text", set.text}};
-}
-
-Json toJson(const ShowTrayIcon& show) {
-    return {{"type", "showTrayIcon"},
-            {"showing", show.showing},
-            {"image", encodeImage(show.image)},
-            {"toolTip", show.toolTip},
-            {"menu", encodeMenu(show.menu)}};
-}
-
-Json toJson(const HideTrayIcon&) {
-    return {{"type", "hideTrayIcon"}};
-}
-
-Json toJson(const PopUpMenu& popUp) {
-    return {{"type", "popUpMenu"},
-            {"popUp", popUp.popUp},
-            {"menu", encodeMenu(popUp.menu)},
-            {"activationToken", popUp.activationToken}};
-}
-
-Json toJson(const SetMenu& set) {
-    return {{"type", "setMenu"}, {"popUp", set.popUp}, {"menu", encodeMenu(set.menu)}};
-}
-
-Json toJson(const WindowClosed& closed) {
-    return {{"type", "windowClosed"},
-            {"window", closed.window},
-            {"showing", closed.showing},
-            {"placement", encodePlacement(closed.placement)}};
-}
-
-Json toJson(const ButtonPressed& pressed) {
-    return {{"type", "buttonPressed"}, {"window", pressed.window}, {"title", pressed.title}};
-}
-
-Json toJson(const AlertDismissed& dismissed) {
-    return {{"type", "alertDismissed"}, {"alert", dismissed.alert}};
-}
-
-Json toJson(const PasteboardLost& lost) {
-    return {{"type", "pasteboardLost"}, {"content", lost.content}};
-}
-
-Json toJson(const TrayIconMissing& missing) {
-    return {{"type", "trayIconMissing"}, {"showing", missing.showing}};
-}
-
-Json toJson(const MenuItemChosen& chosen) {
-    return {{"type", "menuItemChosen"}, {"item", chosen.item}};
-}
-
-Json toJson(const MenuClosed& closed) {
-    return {{"type", "menuClosed"}, {"popUp", closed.popUp}};
+/// False for JSON that is no such value, which is then left half read.
+template <typename Value>
+bool read(const Json& json, Value& value, int depth) {
+    if (depth > maxDepth) return false;
+    if constexpr (std::is_enum_v<Value>) {
+        const auto* const text = json.get_ptr<const std::string*>();
+        const auto found = text ? std::ranges::find(names<Value>, *text) : names<Value>.end();
+        value = static_cast<Value>(found - names<Value>.begin());
+        return found != names<Value>.end();
+    } else if constexpr (std::same_as<Value, Bytes>) {
+        return readBytes(json, value);
+    } else if constexpr (std::same_as<Value, int> || std::same_as<Value, double>) {
+        return readNumber(json, value);
+    } else if constexpr (IsList<Value>) {
+        return json.is_array() && std::ranges::all_of(json, [&](const Json& item) {
+                   return read(item, value.emplace_back(), depth + 1);
+               });
+    } else if constexpr (IsOptional<Value>) {
+        return json.is_null() || read(json, value.emplace(), depth + 1);
+    } else if constexpr (IsVariant<Value>) {
+        const auto readNamed = [&]<typename... Types>(std::variant<Types...>& some) {
+            const auto* known = names<Value>.begin();
+            return ((json[0] == *known++ && read(json[1], some.template emplace<Types>(), depth + 1)) || ...);
+        };
+        return json.is_array() && json.size() == 2 && readNamed(value);
+    } else if constexpr (HasFields<Value>) {
+        std::size_t index = 0;
+        const auto readAll = [&](auto&... field) {
+            return json.size() == sizeof...(field) && (read(json[index++], field, depth + 1) && ...);
+        };
+        return json.is_array() && std::apply(readAll, Fields::of(value)) && fits(value);
+    } else {
+        const auto* const held = json.get_ptr<const Value*>();
+        if (held) value = *held;
+        return held != nullptr;
+    }
 }
 
 template <typename Message>
 std::string encodeLine(const Message& message) {
-    const Json object = std::visit([](const auto& some) { return toJson(some); }, message);
-    return object.dump(-1, ' ', /*ensure_ascii=*/false, Json::error_handler_t::replace);
-}
-
-ShowWindow showWindowFrom(const Json& object) {
-    ShowWindow show{numberMember(object, "window"),
-                    numberMember(object, "showing"),
-                    decodeContent(member(object, "content")),
-                    decodeRows(listMember(object, "rows")),
-                    std::nullopt,
-                    textMember(object, "activationToken")};
-    if (object.contains("placement")) show.placement = decodePlacement(object["placement"]);
-    return show;
-}
-
-Request requestFrom(const std::string& type, const Json& object) {
-    const auto number = [&object](const char* name) { return numberMember(object, name); };
-    const auto text = [&object](const char* name) { return textMember(object, name); };
-    if (type == "hello") return Hello{number("version")};
-    if (type == "showWindow") return showWindowFrom(object);
-    if (type == "closeWindow") return CloseWindow{number("window")};
-    if (type == "setText") return SetText{number("window"), text("text")};
-    if (type == "setRows") return SetRows{number("window"), decodeRows(listMember(object, "rows"))};
-    if (type == "runAlert")
-        return RunAlert{number("alert"), text("messageText"), text("informativeText"),
-                        text("activationToken")};
-    if (type == "setPasteboard") return SetPasteboard{number("content"), text("text")};
-    if (type == "showTrayIcon")
-        return ShowTrayIcon{number("showing"), decodeImage(member(object, "image")), text("toolTip"),
-                            decodeMenu(listMember(object, "menu"))};
-    if (type == "hideTrayIcon") return HideTrayIcon{};
-    if (type == "popUpMenu")
-        return PopUpMenu{number("popUp"), decodeMenu(listMember(object, "menu")), text("activationToken")};
-    if (type == "setMenu") return SetMenu{number("popUp"), decodeMenu(listMember(object, "menu"))};
-    throw DecodingFailure("The type of the request is not known.");
-}
-
-Event eventFrom(const std::string& type, const Json& object) {
-    const auto number = [&object](const char* name) { return numberMember(object, name); };
-    if (type == "hello") return Hello{number("version")};
-    if (type == "windowClosed")
-        return WindowClosed{number("window"), number("showing"),
-                            decodePlacement(member(object, "placement"))};
-    if (type == "buttonPressed") return ButtonPressed{number("window"), textMember(object, "title")};
-    if (type == "alertDismissed") return AlertDismissed{number("alert")};
-    if (type == "pasteboardLost") return PasteboardLost{number("content")};
-    if (type == "trayIconMissing") return TrayIconMissing{number("showing")};
-    if (type == "menuItemChosen") return MenuItemChosen{number("item")};
-    if (type == "menuClosed") return MenuClosed{number("popUp")};
-    throw DecodingFailure("The type of the event is not known.");
+    return toJson(message).dump(-1, ' ', /*ensure_ascii=*/false, Json::error_handler_t::replace);
 }
 
 template <typename Message>
-std::expected<Message, std::string> decodeLine(std::string_view line, std::size_t longest,
-                                               Message (*from)(const std::string&, const Json&)) {
-    if (line.size() > longest)
-        return std::unexpected("The message is longer than " + std::to_string(longest) + " bytes.");
-    const Json object = Json::parse(line, nullptr, /*allow_exceptions=*/false);
-    if (object.is_discarded()) return std::unexpected("The message is not JSON.");
-    try {
-        return from(textMember(object, "type"), object);
-    } catch (const DecodingFailure& failure) {
-        return std::unexpected(failure.what());
-    }
+std::optional<Message> decodeLine(std::string_view line, std::size_t maxSize) {
+    std::optional<Message> message;
+    if (line.size() <= maxSize &&
+        !read(Json::parse(line, nullptr, /*allow_exceptions=*/false), message.emplace(), 0))
+        message.reset();
+    return message;
 }
 
 }  // namespace
@@ -193,12 +237,12 @@ std::string encode(const Event& event) {
     return encodeLine(event);
 }
 
-std::expected<Request, std::string> decodeRequest(std::string_view line) {
-    return decodeLine<Request>(line, longestRequest, requestFrom);
+std::optional<Request> decodeRequest(std::string_view line) {
+    return decodeLine<Request>(line, maxRequestSize);
 }
 
-std::expected<Event, std::string> decodeEvent(std::string_view line) {
-    return decodeLine<Event>(line, longestEvent, eventFrom);
+std::optional<Event> decodeEvent(std::string_view line) {
+    return decodeLine<Event>(line, maxEventSize);
 }
 
 }  // namespace quorvel::painter

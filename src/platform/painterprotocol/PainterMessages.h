@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <expected>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,16 +12,16 @@
 #include "platform/Window.h"
 #include "platform/painterprotocol/MenuContent.h"
 
-/// What the program and its painter tell each other: one JSON object a line, in UTF-8, each side's `Hello`
-/// first. Requests go to the painter, events come from it. Numbers are given out by the program and mean
-/// nothing to the painter.
+/// The messages between the program and its painter: one a line, in UTF-8 JSON, as its name and the list of
+/// its fields, `["setText",[1,"text"]]`; each side's `Hello` first. Requests go to the painter, events come
+/// from it. Numbers are given out by the program and mean nothing to the painter.
 namespace quorvel::painter {
 
-inline constexpr std::uint64_t protocolVersion = 4;
+inline constexpr std::uint64_t protocolVersion = 5;
 /// In bytes, without the line feed. A longer line is neither sent nor read.
-inline constexpr std::size_t longestRequest = 16 * 1024 * 1024;
-/// Events are small; a short bound keeps a painter gone wild from filling the program's memory.
-inline constexpr std::size_t longestEvent = 1024 * 1024;
+inline constexpr std::size_t maxRequestSize = 16 * 1024 * 1024;
+/// Events are small; the bound keeps a faulty painter from filling the program's memory.
+inline constexpr std::size_t maxEventSize = 1024 * 1024;
 
 struct Hello {
     std::uint64_t version = protocolVersion;
@@ -41,7 +40,8 @@ struct Placement {
 /// Shows the window in front of everything else, or brings what there is of it up to date and to the front.
 struct ShowWindow {
     std::uint64_t window = 0;
-    /// Tells this showing from the ones before, so that a `WindowClosed` that crosses it means the right one.
+    /// Distinguishes this showing from earlier ones, so that a `WindowClosed` that crosses it means the right
+    /// one.
     std::uint64_t showing = 0;
     WindowContent content;
     TableRows rows;
@@ -80,8 +80,8 @@ struct SetPasteboard {
 /// Shows the status item in the tray of the X display, or brings what is shown of it up to date. Answered by
 /// `TrayIconMissing` where there is no tray.
 struct ShowTrayIcon {
-    /// Tells this showing from the ones before, so that an answer which crosses another request means the
-    /// right one.
+    /// Distinguishes this showing from earlier ones, so that an answer which crosses another request means
+    /// the right one.
     std::uint64_t showing = 0;
     Image image;
     std::string toolTip;
@@ -148,8 +148,8 @@ using Event = std::variant<Hello, WindowClosed, ButtonPressed, AlertDismissed, P
 std::string encode(const Request& request);
 std::string encode(const Event& event);
 
-/// The error is a sentence that says what is wrong with the line.
-std::expected<Request, std::string> decodeRequest(std::string_view line);
-std::expected<Event, std::string> decodeEvent(std::string_view line);
+/// None for a line that is not, as a whole, one such message.
+std::optional<Request> decodeRequest(std::string_view line);
+std::optional<Event> decodeEvent(std::string_view line);
 
 }  // namespace quorvel::painter

@@ -8,8 +8,8 @@
 #include <sys/stat.h>
 
 #include "entry/linux/DesktopProgramFixture.h"
-#include "platform/linux/icons/IconSamples.h"
 #include "platform/linux/statusitem/MenuLayout.h"
+#include "support/IconSamples.h"
 #include "support/PrivateBus.h"
 
 namespace quorvel {

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "platform/Files.h"
+#include "platform/linux/icons/IconMessages.h"
 #include "platform/propertylist/PropertyList.h"
 
 namespace quorvel {
@@ -55,7 +56,7 @@ FileDescriptor openInside(int folder, const std::string& path) {
 bool isPossible(int file) {
     struct stat status{};
     return fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0 &&
-           status.st_size <= largestIconFile;
+           std::cmp_less_equal(status.st_size, icons::maxFileSize);
 }
 
 }  // namespace

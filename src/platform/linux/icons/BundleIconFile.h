@@ -5,9 +5,6 @@
 
 namespace quorvel {
 
-/// The longest icon file that is opened, in bytes.
-inline constexpr long largestIconFile = 8L * 1024 * 1024;
-
 /// Opens, for reading, the .icns file that a bundle's property list names; none when it names none by a plain
 /// file name, or there is no regular file of a possible size under that name among the bundle's resources.
 /// Links count as long as they stay inside the bundle. Never waits for a FIFO, and reads nothing of the

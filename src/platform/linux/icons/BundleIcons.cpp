@@ -1,14 +1,32 @@
 #include "platform/linux/icons/BundleIcons.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iostream>
+#include <string_view>
 #include <utility>
 
+#include "platform/Weakly.h"
 #include "platform/linux/icons/BundleIconFile.h"
-#include "platform/linux/icons/PngEncoder.h"
+#include "platform/linux/icons/Png.h"
 #include "platform/text/DisplayText.h"
 
 namespace quorvel {
+
+namespace {
+
+using icons::Answer;
+
+/// A decoder has no use for who the user is, where the session is, and what else the environment holds.
+bool isForDecoder(std::string_view variable) {
+    return variable.starts_with("LD_LIBRARY_PATH=");
+}
+
+std::size_t answerSize(std::string_view received) {
+    return received.size() < sizeof(Answer) ? 0 : sizeof(Answer);
+}
+
+}  // namespace
 
 std::vector<std::string> iconDecoderCommand() {
     return {helperProgram("quorvel-icons")};
@@ -17,7 +35,10 @@ std::vector<std::string> iconDecoderCommand() {
 BundleIcons::BundleIcons(EventQueue& mainQueue, std::vector<std::string> decoder, IconLimits givenLimits)
     : queue(mainQueue), command(std::move(decoder)), limits(givenLimits) {}
 
-BundleIcons::~BundleIcons() = default;
+/// The decoder has nothing to lose, and may be caught in a picture.
+BundleIcons::~BundleIcons() {
+    if (decoder) decoder->end("");
+}
 
 std::optional<BundleIcons::Png> BundleIcons::pngFor(const BundleIcon& icon) {
     const auto found = pngs.find(icon.bundle);
@@ -37,7 +58,7 @@ void BundleIcons::setListed(const std::vector<BundleIcon>& icons) {
         const bool isNew = pngs.emplace(bundle, isKnown ? known->second : Png()).second;
         if (isNew && (!isKnown || undecided.contains(bundle)) && current != bundle) waiting.push_back(bundle);
     }
-    if (wasIdle && !waiting.empty()) later([this] { decodeNext(); });
+    if (wasIdle && !waiting.empty()) decodeNextLater();
 }
 
 std::shared_ptr<const BundleIcons::Arrival> BundleIcons::onArrival(Arrival arrived) {
@@ -47,54 +68,61 @@ std::shared_ptr<const BundleIcons::Arrival> BundleIcons::onArrival(Arrival arriv
     return listener;
 }
 
-template <typename Work>
-void BundleIcons::later(Work work) {
-    queue.post([weak = std::weak_ptr(present), work = std::move(work)]() mutable {
-        if (!weak.expired()) work();
-    });
-}
-
-/// Leads from the event loop's callbacks, which no exception may leave, to the main queue.
-template <typename Argument>
-std::function<void(Argument)> BundleIcons::posting(void (BundleIcons::*take)(const Argument&)) {
-    return [this, run = runs, take](Argument argument) {
-        later([this, run, take, argument = std::move(argument)] {
-            if (runs == run) (this->*take)(argument);
-        });
-    };
+void BundleIcons::decodeNextLater() {
+    queue.post(weakly(self, [](BundleIcons& icons) { icons.decodeNext(); }));
 }
 
 /// One file a turn of the loop, also of those that turn out to be none.
 void BundleIcons::decodeNext() {
     if (current) return;
     if (waiting.empty()) {
-        process.reset();
+        decoder.reset();
         return announce();
     }
-    if (lost >= limits.mostLost) return giveUp();
+    if (crashes >= limits.maxCrashes) return giveUp();
     const auto bundle = waiting.front();
-    const auto file = harmful.contains(bundle) ? FileDescriptor() : openIconFile({bundle});
+    const auto file = crashing.contains(bundle) ? FileDescriptor() : openIconFile({bundle});
     if (!file) {
         waiting.pop_front();
-        return later([this] { decodeNext(); });
+        return decodeNextLater();
     }
-    if (!process && !start()) return giveUp();
-    // Of a decoder that has ended meanwhile word is on its way, and another one takes over.
-    if (!process->decode(file.get())) return;
+    if (!decoder && !start()) return giveUp();
+    // When the decoder has ended meanwhile, `ended` is on its way, and another one takes over.
+    if (!decoder->sendFile(file.get())) return;
+    if (isReady) decoder->expectMessage(limits.pictureTimeout);
     current = bundle;
     waiting.pop_front();
 }
 
 bool BundleIcons::start() {
-    ++runs;
-    auto started = IconProcess::start(queue.event(), command, limits,
-                                      {posting(&BundleIcons::decoded), posting(&BundleIcons::ended)});
+    auto started = Worker::start(queue,
+                                 {.command = command,
+                                  .passesOn = isForDecoder,
+                                  .messageSize = answerSize,
+                                  .maxMessageSize = sizeof(Answer),
+                                  .maxUnsent = 0,
+                                  .startTimeout = limits.startTimeout},
+                                 {[this](const std::string& message) { received(message); },
+                                  [this](const std::string& reason) { ended(reason); }});
+    isReady = false;
     if (started) {
-        process = std::move(*started);
+        decoder = *std::move(started);
     } else {
         std::cerr << "quorvel: The decoder of icons did not start. " << started.error() << '\n';
     }
-    return process != nullptr;
+    return decoder != nullptr;
+}
+
+void BundleIcons::received(const std::string& message) {
+    Answer answer;
+    std::memcpy(&answer, message.data(), sizeof answer);
+    const bool isOfPicture = answer.kind == Answer::Kind::picture || answer.kind == Answer::Kind::none;
+    const bool fits = isReady ? isOfPicture && current : answer.kind == Answer::Kind::ready;
+    if (!fits) return decoder->end(Worker::protocolBroken);
+    if (isReady)
+        return decoded(answer.kind == Answer::Kind::picture ? std::optional(answer.pixels) : std::nullopt);
+    isReady = true;
+    if (current) decoder->expectMessage(limits.pictureTimeout);
 }
 
 void BundleIcons::decoded(const std::optional<icons::Pixels>& pixels) {
@@ -102,21 +130,21 @@ void BundleIcons::decoded(const std::optional<icons::Pixels>& pixels) {
     const auto listed = pngs.find(bundle);
     if (pixels && listed != pngs.end()) {
         listed->second = encodedPng({icons::side, icons::side, {pixels->begin(), pixels->end()}});
-        gather(bundle);
+        gathered.push_back({bundle});
+        if (gathered.size() == 1)
+            queue.postAfter(limits.debounce, weakly(self, [](BundleIcons& icons) { icons.announce(); }));
     }
     decodeNext();
 }
 
 void BundleIcons::ended(const std::string& reason) {
-    if (!process) return;  // It was not needed any more.
-    const bool wasReady = process->isReady();
-    process.reset();
-    ++lost;
+    decoder.reset();
+    ++crashes;
     const auto bundle = std::exchange(current, std::nullopt);
     std::cerr << "quorvel: The decoder of icons is gone" << (bundle ? " over " + onOneLine(*bundle) : "")
               << ". " << reason << '\n';
-    if (!wasReady) return giveUp();
-    if (bundle) harmful.insert(*bundle);
+    if (!isReady) return giveUp();
+    if (bundle) crashing.insert(*bundle);
     decodeNext();
 }
 
@@ -126,18 +154,10 @@ void BundleIcons::giveUp() {
     decodeNext();
 }
 
-void BundleIcons::gather(const std::string& bundle) {
-    gathered.push_back({bundle});
-    if (gathered.size() > 1) return;
-    queue.postAfter(limits.gathering, [this, weak = std::weak_ptr(present)] {
-        if (!weak.expired()) announce();
-    });
-}
-
 void BundleIcons::announce() {
     const auto arrived = std::exchange(gathered, {});
     if (arrived.empty()) return;
-    // A listener may go, and another come, while they are told.
+    // A listener may go, and another come, while they are called.
     for (const auto& weak : std::vector(listeners)) {
         if (const auto listener = weak.lock()) (*listener)(arrived);
     }

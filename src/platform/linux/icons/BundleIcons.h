@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <deque>
 #include <map>
 #include <memory>
@@ -9,16 +10,28 @@
 #include <vector>
 
 #include "platform/linux/EventQueue.h"
-#include "platform/linux/icons/IconProcess.h"
+#include "platform/linux/icons/IconMessages.h"
 #include "platform/linux/icons/IconProvider.h"
+#include "platform/linux/process/Worker.h"
 
 namespace quorvel {
+
+struct IconLimits {
+    /// How long a decoder may take until it stands in its sandbox.
+    std::chrono::milliseconds startTimeout = std::chrono::seconds(30);
+    /// How long it may take over a picture.
+    std::chrono::milliseconds pictureTimeout = std::chrono::seconds(10);
+    /// How long pictures wait for more, to be shown together.
+    std::chrono::milliseconds debounce = std::chrono::milliseconds(250);
+    /// After so many no more decoder is started.
+    int maxCrashes = 32;
+};
 
 /// The decoder that belongs to the running program.
 std::vector<std::string> iconDecoderCommand();
 
 /// The icons of the bundles that the menu lists, each decoded once, by a decoder that lives no longer than
-/// there is something to decode. A file that ends its decoder, or keeps it too long, has no picture and is
+/// there is something to decode. A file that crashes its decoder, or keeps it too long, has no picture and is
 /// not given to another one. Owned by the entry, on the main queue.
 class BundleIcons final : public IconProvider {
 public:
@@ -35,17 +48,13 @@ public:
 private:
     using Png = std::vector<std::uint8_t>;
 
-    template <typename Work>
-    void later(Work work);
-    template <typename Argument>
-    std::function<void(Argument)> posting(void (BundleIcons::*take)(const Argument&));
-
     void decodeNext();
+    void decodeNextLater();
     bool start();
+    void received(const std::string& message);
     void decoded(const std::optional<icons::Pixels>& pixels);
     void ended(const std::string& reason);
     void giveUp();
-    void gather(const std::string& bundle);
     void announce();
 
     EventQueue& queue;
@@ -56,21 +65,21 @@ private:
     std::map<std::string, Png> pngs;
     /// In the order in which they are listed.
     std::deque<std::string> waiting;
-    /// What the decoder is at.
+    /// The bundle whose icon is being decoded.
     std::optional<std::string> current;
-    /// Bundles whose icons have ended a decoder.
-    std::set<std::string> harmful;
-    int lost = 0;
+    /// Bundles whose icons have crashed a decoder.
+    std::set<std::string> crashing;
+    int crashes = 0;
 
     /// What has come and is not announced yet.
     std::vector<BundleIcon> gathered;
     std::vector<std::weak_ptr<const Arrival>> listeners;
 
-    /// Counts the decoders, so that nothing counts that a replaced one said.
-    std::uint64_t runs = 0;
-    std::unique_ptr<IconProcess> process;
-    /// Tasks that are still queued when this object goes do nothing.
-    std::shared_ptr<const bool> present = std::make_shared<const bool>(true);
+    std::shared_ptr<Worker> decoder;
+    /// Whether the decoder stands in its sandbox: until then, its end is not a picture's fault.
+    bool isReady = false;
+    /// Held weakly by queued tasks.
+    std::shared_ptr<BundleIcons> self{this, [](BundleIcons*) {}};
 };
 
 }  // namespace quorvel

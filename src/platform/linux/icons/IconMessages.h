@@ -1,13 +1,16 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
-/// What the program and quorvel-icons tell each other over a socket that keeps messages apart
-/// (SOCK_SEQPACKET). A request is one byte, which means nothing, with one open file; it is answered, after
-/// the one before it, by an answer of always the same length. The first answer comes unasked and is `ready`.
+/// The messages between the program and quorvel-icons. A request is one byte, which means nothing, with one
+/// open file; it is answered, after the one before it, by an `Answer`, always of the same size. The first
+/// answer comes unasked and is `ready`.
 namespace quorvel::icons {
 
+/// The size of the largest icon file that is opened, in bytes.
+inline constexpr std::size_t maxFileSize = std::size_t{8} * 1024 * 1024;
 /// Of every picture, in pixels.
 inline constexpr int side = 32;
 /// Red, green, blue, alpha, not premultiplied, rows from the top.

@@ -1,19 +1,32 @@
 #pragma once
 
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/Desktop.h"
 #include "platform/linux/EventQueue.h"
 #include "platform/linux/icons/IconProvider.h"
-#include "platform/linux/painter/PainterProcess.h"
+#include "platform/linux/process/Worker.h"
 #include "platform/linux/statusitem/TrayItem.h"
+#include "platform/painterprotocol/PainterMessages.h"
 
 namespace quorvel {
 
-class PainterSession;
+struct PainterLimits {
+    /// How long a painter may take to say hello.
+    std::chrono::milliseconds helloTimeout = std::chrono::seconds(30);
+    /// A painter that ends twice within this time is not started a third time.
+    std::chrono::milliseconds restartPause = std::chrono::seconds(5);
+    /// Bytes that wait for a painter which does not read.
+    std::size_t maxUnsent = 2 * painter::maxRequestSize;
+};
 
 /// The painter that belongs to the running program.
 std::vector<std::string> painterCommand();
@@ -21,13 +34,13 @@ std::vector<std::string> painterCommand();
 /// The windows, alerts, pasteboard and, where no panel does, the status item of the program, put on the
 /// screen by a painter that is started when it is first needed. All that is shown is kept here as values: a
 /// painter that ends while it still shows something is replaced, once within `PainterLimits::restartPause`,
-/// and told everything again; when that one ends too, the windows count as closed, the alerts as dismissed,
+/// and sent everything again; when that one ends too, the windows count as closed, the alerts as dismissed,
 /// and the next request tries anew. An alert that is shown already comes to the front instead of a second one
 /// with the same texts. Owned by the entry, on the main queue.
 class PainterChannel final : public WindowServer, public Alerts, public Pasteboard {
 public:
     explicit PainterChannel(EventQueue& queue, std::vector<std::string> command = painterCommand(),
-                            PainterLimits limits = {});
+                            const PainterLimits& limits = {});
     ~PainterChannel() override;
     PainterChannel(const PainterChannel&) = delete;
     PainterChannel& operator=(const PainterChannel&) = delete;
@@ -45,13 +58,60 @@ public:
 
     /// `lost` runs once, later, when a painter finds no display after an earlier one had found it. Known only
     /// when one is started anew, as when what it showed has gone with the display.
-    void onDisplayLost(Task lost);
+    void onDisplayLost(Task lost) { displayLost = std::move(lost); }
 
     /// What the desktop gave along with the user's last action, for the next window, alert or menu.
-    void setActivationToken(std::string token);
+    void setActivationToken(std::string token) { activationToken = std::move(token); }
 
 private:
-    std::shared_ptr<PainterSession> session;
+    class RemoteWindow;
+    class RemoteTrayItem;
+    struct Alert {
+        std::string messageText, informativeText;
+        /// One for each time that it was asked for.
+        std::vector<Task> dismissed;
+    };
+
+    bool isNeeded() const;
+    bool startIfNeeded();
+    void sendAll();
+    void send(painter::Request request);
+    void leaveOut(const painter::Request& request);
+
+    void ended(const std::string& reason);
+    void giveUp();
+    void loseTrayIcon();
+
+    void received(const std::string& line);
+    void handle(const painter::Hello&) {}
+    void handle(const painter::WindowClosed& closed);
+    void handle(const painter::ButtonPressed& pressed);
+    void handle(const painter::AlertDismissed& dismissed);
+    void handle(const painter::PasteboardLost& lost);
+    void handle(const painter::TrayIconMissing& missing);
+    void handle(const painter::MenuItemChosen& chosen);
+    void handle(const painter::MenuClosed& closed);
+
+    EventQueue& queue;
+    const std::vector<std::string> command;
+    const PainterLimits limits;
+
+    std::uint64_t lastNumber = 0;
+    std::map<std::uint64_t, RemoteWindow*> windows;
+    std::map<std::uint64_t, Alert> alerts;
+    /// As long as this text is what the pasteboard holds.
+    std::optional<painter::SetPasteboard> pasteboard;
+    RemoteTrayItem* trayItem = nullptr;
+    std::string activationToken;
+
+    std::optional<std::chrono::steady_clock::time_point> lastRestart;
+    bool hadDisplay = false;
+    Task displayLost;
+    std::shared_ptr<Worker> worker;
+    /// Whether the present painter has come as far as its hello, which it says once it has a display.
+    bool saidHello = false;
+    /// Held weakly by the windows, the tray item and queued tasks.
+    std::shared_ptr<PainterChannel> self{this, [](PainterChannel*) {}};
 };
 
 }  // namespace quorvel

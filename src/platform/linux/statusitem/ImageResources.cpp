@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/linux/icons/PngDecoder.h"
+#include "platform/linux/icons/Png.h"
 
 namespace quorvel {
 namespace {

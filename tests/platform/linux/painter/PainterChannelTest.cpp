@@ -1,262 +1,257 @@
-#include <sys/wait.h>
+#include <limits>
+#include <utility>
 
 #include "platform/linux/painter/PainterChannelFixture.h"
+#include "platform/linux/statusitem/MenuSamples.h"
+#include "support/FakeIcons.h"
 
 namespace quorvel {
 namespace {
 
+using namespace painter;
 using PainterChannelTest = PainterChannelFixture;
 
-TEST_F(PainterChannelTest, startsNothingBeforeItIsNeeded) {
-    const auto window = makeLog();
-    window->setText("second");
-    window->reloadTable();
-    loop.queue.post(quit());
-    loop.run();
-    EXPECT_EQ(starts(), 0);
+std::string chosen(std::uint64_t item) {
+    return "say '" + encode(MenuItemChosen{item}) + "'\n";
 }
 
-TEST_F(PainterChannelTest, tellsWhatChangesAndReportsButtons) {
-    script({hello + "read setText\n" + press + "read closeWindow\n" +
-            "say {\"type\":\"buttonPressed\",\"window\":2,\"title\":\"Reset\"}\nread end\n"});
+TEST_F(PainterChannelTest, sendsWhatChangesOnceItIsShownAndHearsOfWhatIsThere) {
+    open({hello + await("setText") + say(ButtonPressed{77, ""}) + say(ButtonPressed{3, ""}) +
+          say(AlertDismissed{77}) + say(WindowClosed{77, 1, {}}) + say(TrayIconMissing{77}) + chosen(1) +
+          press + await("closeWindow") + press + say(ButtonPressed{2, "Reset"}) + await("end")});
     auto window = makeLog();
     const auto other = channel->makeWindow({}, delegate);
+    const auto unheard = channel->makeWindow({}, std::weak_ptr<WindowDelegate>());
     window->setText("second");
+    window->reloadTable();
+    waitForTurn();
+    EXPECT_EQ(starts(), 0) << "nothing is shown yet";
     delegate->rows = {{"name", "1.0"}};
     window->show();
     window->reloadTable();
     window->setText("third");
-    loop.run();
+    waitForPresses(1);
     EXPECT_EQ(received(), "hello showWindow setRows setText ");
     EXPECT_EQ(countOf("second"), 1);
     EXPECT_EQ(countOf("[\"name\",\"1.0\"]"), 2);
-    EXPECT_EQ(delegate->timesAsked, 2);
     window.reset();
-    loop.run();
+    waitForPresses(2);
     EXPECT_EQ(delegate->pressed, (Lines{"Refresh", "Reset"}));
 }
 
-TEST_F(PainterChannelTest, aButtonOfAWindowThatIsGoneDoesNothing) {
-    script({hello + press + "say {\"type\":\"buttonPressed\",\"window\":77,\"title\":\"\"}\n" +
-            "say {\"type\":\"alertDismissed\",\"alert\":77}\nread runAlert\n" +
-            "say {\"type\":\"alertDismissed\",\"alert\":4}\nread end\n"});
-    makeLog()->show();
-    const auto unheard = channel->makeWindow({}, std::weak_ptr<WindowDelegate>());
-    channel->runAlert("message", "", quit());
-    loop.run();
-    EXPECT_TRUE(delegate->pressed.empty());
-}
-
 TEST_F(PainterChannelTest, replacesAPainterThatDiesAndShowsEverythingAgain) {
-    script({hello + "read setPasteboard\n", hello + "read setPasteboard\n" + press + "read end\n"});
+    open({hello + await("popUpMenu"), hello + await("showTrayIcon") + chosen(1) + await("end")});
     const auto window = makeLog(), hidden = makeLog();
+    const auto item = channel->makeTrayItem(nullptr);
+    const auto target = std::make_shared<CountingTarget>();
+    item->setMenu(menuOf({actionItem("About", target)}));
     window->show();
     window->setText("second");
     channel->runAlert("message", "", [] {});
     channel->setText("copied");
-    loop.run();
+    item->show([] { FAIL(); });
+    channel->popUpMenu();
+    waitFor([&] { return target->count > 0; });
     EXPECT_EQ(received(),
-              "hello showWindow setText runAlert setPasteboard hello showWindow runAlert setPasteboard ");
+              "hello showWindow setText runAlert setPasteboard showTrayIcon popUpMenu "
+              "hello showWindow runAlert setPasteboard showTrayIcon ");
     EXPECT_EQ(countOf("second"), 2) << "the text set last is what comes back";
-    EXPECT_EQ(starts(), 2);
 }
 
 TEST_F(PainterChannelTest, anAlertThatIsShownAlreadyComesToTheFront) {
-    script({hello + "read runAlert\nread runAlert\nread runAlert\n" +
-            "say {\"type\":\"alertDismissed\",\"alert\":1}\n" + "read runAlert\n" +
-            "say {\"type\":\"alertDismissed\",\"alert\":3}\nread end\n"});
+    open({hello + await("runAlert") + await("runAlert") + await("runAlert") + say(AlertDismissed{1}) +
+          await("runAlert") + say(AlertDismissed{3}) + await("end")});
     int dismissals = 0;
+    bool isOver = false;
     const auto again = [&] {
-        if (++dismissals == 2) channel->runAlert("message", "", quit());
+        if (++dismissals == 2) channel->runAlert("message", "", [&] { isOver = true; });
     };
+    channel->setActivationToken("token");
     channel->runAlert("message", "", again);
     channel->runAlert("message", "more", [] { FAIL() << "nobody dismissed it"; });
     channel->runAlert("message", "", again);
-    loop.run();
-    EXPECT_EQ(dismissals, 2);
-    EXPECT_EQ(countOf("\"alert\":1,"), 2);
-    EXPECT_EQ(countOf("\"alert\":2,"), 1);
+    waitFor([&] { return isOver; });
+    EXPECT_EQ(countOf("[1,\"message\""), 2);
+    EXPECT_EQ(countOf("[2,\"message\""), 1);
+    EXPECT_EQ(countOf("\"token\""), 1) << "a token is good for one window";
 }
 
 /// A painter says hello once it has a display.
-TEST_F(PainterChannelTest, tellsThatTheDisplayIsGoneWhenItWasThereBefore) {
-    const std::string dies = hello + "read showWindow\n", findsNone;
-    const std::vector<std::pair<Lines, int>> rows{
-        {{dies, findsNone}, 1}, {{dies, dies}, 0}, {{findsNone, findsNone}, 0}};
-    for (const auto& [scripts, expected] : rows) {
-        for (const auto& entry : std::filesystem::directory_iterator(folder.path))
-            std::filesystem::remove(entry);
-        open();
-        script(scripts);
-        int losses = 0;
+TEST_F(PainterChannelTest, afterTwoPaintersAllIsOverUntilSomethingIsAskedFor) {
+    const std::string dies = hello + await("showTrayIcon"), findsNone;
+    struct Row {
+        const char* name;
+        Lines scripts;
+        int losses;
+    };
+    const Row rows[] = {{"the second finds no display", {dies, findsNone}, 1},
+                        {"both die", {dies, dies}, 0},
+                        {"there is no display", {findsNone, findsNone}, 0}};
+    for (const auto& [name, scripts, expectedLosses] : rows) {
+        open({scripts[0], scripts[1], hello + await("showWindow") + press});
+        delegate->pressed.clear();
+        int losses = 0, dismissals = 0, missing = 0;
         channel->onDisplayLost([&] { ++losses; });
         const auto window = makeLog();
+        const auto item = channel->makeTrayItem(nullptr);
+        channel->setText("copied");
+        channel->runAlert("message", "", [&] { ++dismissals; });
+        item->show([&] { ++missing; });
         window->show();
-        channel->runAlert("message", "", quit());
-        loop.run();
-        EXPECT_EQ(starts(), 2);
-        EXPECT_EQ(losses, expected) << testing::PrintToString(scripts);
+        waitFor([&] { return dismissals > 0; });
+        waitForTurn();
+        EXPECT_EQ(starts(), 2) << name;
+        EXPECT_EQ(missing, 1) << name;
+        EXPECT_EQ(losses, expectedLosses) << name;
+        window->setText("unseen");
+        window->show();
+        waitForPresses(1);
+        EXPECT_EQ(starts(), 3) << name;
+        EXPECT_EQ(dismissals, 1) << name;
+        EXPECT_TRUE(received().ends_with("hello showWindow ")) << received();
     }
 }
 
-TEST_F(PainterChannelTest, givesUpWhenTheNextOneDiesTooUntilSomethingIsAskedFor) {
-    script({hello + "read runAlert\n", hello + "read runAlert\n", hello + "read showWindow\n" + press});
-    const auto window = makeLog();
-    window->show();
-    int dismissals = 0;
-    channel->runAlert("message", "", [&] {
-        ++dismissals;
-        loop.queue.quit();
-    });
-    loop.run();
-    EXPECT_EQ(starts(), 2);
-    EXPECT_EQ(dismissals, 1);
-    window->show();
-    loop.run();
-    EXPECT_EQ(starts(), 3);
-    EXPECT_EQ(delegate->pressed, Lines{"Refresh"});
-    EXPECT_EQ(dismissals, 1);
-}
-
-TEST_F(PainterChannelTest, keepsReplacingPaintersThatLastedLongEnough) {
-    PainterLimits limits;
-    limits.restartPause = std::chrono::milliseconds(0);
-    open(limits);
-    const std::string dies = hello + "read showWindow\n";
-    script({dies, dies, dies, dies + press});
-    const auto window = makeLog();
-    window->show();
-    loop.run();
-    EXPECT_EQ(starts(), 4);
-}
-
-TEST_F(PainterChannelTest, endsAndReplacesAPainterThatTalksNonsense) {
-    const Lines nonsense = {
-        "say nonsense\nhang\n",
-        "say \nhang\n",
-        "say {\"type\":\"hello\",\"version\":1}\nhang\n",
-        "say {\"type\":\"buttonPressed\",\"window\":1,\"title\":\"\"}\nhang\n",
-        hello + hello + "hang\n",
-        hello + "say {\"type\":\"buttonPressed\",\"window\":-1,\"title\":\"\"}\nhang\n",
-        hello + "say " + std::string(painter::longestEvent + 1, 'x') + "\nhang\n",
+TEST_F(PainterChannelTest, endsAndReplacesAPainterThatBreaksTheProtocol) {
+    const std::string stays = await("end");
+    const Lines broken = {
+        "say nonsense\n" + stays,
+        say(Hello{1}) + stays,
+        press + stays,
+        hello + hello + stays,
+        hello + press + "say ''\n" + press + stays,
+        hello + "head -c 1048577 /dev/zero >&0\n" + stays,
     };
+    auto all = broken;
+    all.push_back(hello + await("showWindow") + press + await("end"));
     PainterLimits limits;
     limits.restartPause = std::chrono::milliseconds(0);
-    open(limits);
-    auto all = nonsense;
-    all.push_back(hello + "read showWindow\n" + press + "read end\n");
-    script(all);
+    open(all, limits);
     const auto window = makeLog();
     window->show();
-    loop.run();
+    waitForPresses(2);
     EXPECT_EQ(starts(), static_cast<int>(all.size()));
-    EXPECT_EQ(delegate->pressed, Lines{"Refresh"}) << "nothing that nonsense said counts";
-    for (std::size_t index = 0; index < nonsense.size(); ++index) {
-        const auto pid = std::stoi(folder.read("started" + std::to_string(index)));
-        // Either taken away already, or dead: the script would have it stay for ever.
-        waitpid(pid, nullptr, 0);
-    }
+    EXPECT_EQ(delegate->pressed.size(), 2U) << "one before the nonsense, and that of the last painter";
 }
 
-TEST_F(PainterChannelTest, doesNotWaitForEverForAHello) {
-    PainterLimits limits;
-    limits.helloTime = std::chrono::milliseconds(1);
-    open(limits);
-    script({"hang\n", "hang\n"});
-    channel->runAlert("message", "", quit());
-    loop.run();
-}
-
-TEST_F(PainterChannelTest, neverWaitsForAPainterThatDoesNotRead) {
-    PainterLimits limits;
-    limits.mostWaiting = 1024 * 1024;
-    open(limits);
-    script({hello + "hang\n", hello + "read showWindow\n" + press + "read end\n"});
-    const auto window = makeLog();
-    window->show();
-    const std::string text(300'000, 'x');
-    for (int count = 0; count < 6; ++count)
-        window->setText(text);
-    loop.run();
-    EXPECT_EQ(starts(), 2);
-    EXPECT_EQ(countOf(text), 1) << "the second painter is told the present state, not its history";
-}
-
-TEST_F(PainterChannelTest, aPainterThatEndsWithNothingToShowStaysEnded) {
-    script({hello +
-                "read showWindow\nsay {\"type\":\"windowClosed\",\"window\":1,\"showing\":2,"
-                "\"placement\":[5,6,700,500]}\n" +
-                press,
-            hello + "read showWindow\n" + press + "read end\n"});
-    const auto window = makeLog();
-    window->show();
-    loop.run();
-    EXPECT_EQ(starts(), 1);
-    window->setText("second");
-    window->show();
-    loop.run();
-    EXPECT_EQ(starts(), 2);
-    EXPECT_EQ(countOf("\"placement\":[5,6,700,500]"), 1) << "it comes back where it was left";
-    EXPECT_EQ(countOf("second"), 1);
-}
-
-TEST_F(PainterChannelTest, aClosingThatCrossesTheNextShowingDoesNotCount) {
-    script({hello +
-            "read showWindow\nread showWindow\n"
-            "say {\"type\":\"windowClosed\",\"window\":1,\"showing\":2,\"placement\":[0,0,9,9]}\n" +
-            press + "read setText\n" + press + "read end\n"});
+TEST_F(PainterChannelTest, aWindowIsClosedByItsPresentShowingAloneAndComesBackWhereItWasLeft) {
+    open({hello + await("showWindow") + await("showWindow") + say(WindowClosed{1, 2, {0, 0, 9, 9}}) + press +
+              await("setText") + say(WindowClosed{1, 3, {5, 6, 700, 500}}),
+          hello + await("showWindow") + say(WindowClosed{1, 4, {}}),
+          hello + await("showWindow") + press + await("end")});
     const auto window = makeLog();
     window->show();
     window->show();
-    loop.run();
+    waitForPresses(1);
     window->setText("still open");
-    loop.run();
-    EXPECT_EQ(countOf("still open"), 1);
+    for (int start = 1; start <= 2; ++start) {
+        waitForNoChild();
+        waitForTurn();
+        EXPECT_EQ(starts(), start) << "a painter that ends with nothing to show is not replaced";
+        window->show();
+    }
+    waitForPresses(2);
+    EXPECT_EQ(countOf("[5,6,700,500]"), 2);
+    EXPECT_EQ(countOf("still open"), 3);
 }
 
 TEST_F(PainterChannelTest, aPasteboardThatAnotherProgramTookIsNotTakenBack) {
-    script({hello + "read setPasteboard\nsay {\"type\":\"pasteboardLost\",\"content\":2}\n" + press +
-                "read showWindow\n",
-            hello + "read showWindow\n" + press + "read end\n"});
-    const auto window = makeLog();
-    channel->setText("copied");
-    loop.run();
-    window->show();
-    loop.run();
-    EXPECT_EQ(countOf("copied"), 1);
+    open({hello + await("setPasteboard") + await("setPasteboard") + say(PasteboardLost{1}),
+          hello + await("setPasteboard") + say(PasteboardLost{2})});
+    channel->setText("first");
+    channel->setText("second");
+    waitFor([&] { return starts() == 2; });
+    waitForNoChild();
+    waitForTurn();
+    EXPECT_EQ(countOf("second"), 2);
+    EXPECT_EQ(starts(), 2);
 }
 
-TEST_F(PainterChannelTest, alertsEndAlsoWhereNoPainterCanBeStarted) {
-    channel = std::make_unique<PainterChannel>(loop.queue, Lines{(folder.path / "missing").string()});
-    bool isInside = true;
-    int dismissals = 0;
-    channel->runAlert("message", "", [&] {
-        EXPECT_FALSE(isInside);
-        ++dismissals;
-        loop.queue.quit();
-    });
-    isInside = false;
-    loop.run();
+TEST_F(PainterChannelTest, whatCannotBeShownIsOverLater) {
+    open({hello + await("end")});
+    const std::string tooLong(maxRequestSize, 'x');
+    int dismissals = 0, missing = 0;
+    const auto item = channel->makeTrayItem(nullptr);
+    item->setToolTip(tooLong);
+    item->show([&] { ++missing; });
+    channel->runAlert("message", tooLong, [&] { ++dismissals; });
+    EXPECT_EQ(dismissals + missing, 0);
+    waitFor([&] { return dismissals == 1 && missing == 1; });
+
+    PainterChannel without(queue, Lines{(folder.path / "missing").string()});
+    without.runAlert("message", "", [&] { ++dismissals; });
     EXPECT_EQ(dismissals, 1);
+    waitFor([&] { return dismissals == 2; });
 }
 
-TEST_F(PainterChannelTest, whatIsTooLongToSendEndsAtOnce) {
-    script({hello + "read end\n"});
-    channel->runAlert("message", std::string(painter::longestRequest, 'x'), quit());
-    loop.run();
-}
-
-TEST_F(PainterChannelTest, windowsAndCompletionsOutliveTheChannelWithoutHarm) {
-    script({hello + "read end\n"});
+TEST_F(PainterChannelTest, whatItMadeOutlivesItWithoutHarm) {
+    open({hello + await("end")});
     const auto window = makeLog();
+    FakeIcons icons;
+    const auto item = channel->makeTrayItem(&icons);
+    item->setMenu(menuOf({actionItem("About")}));
     window->show();
+    item->show([] { FAIL() << "its owner is gone"; });
     channel->runAlert("message", "", [] { FAIL() << "its owner is gone"; });
     channel.reset();
     window->show();
     window->setText("second");
     window->reloadTable();
-    loop.queue.post(quit());
-    loop.run();
+    icons.come({{"/A.app", {}}});
+    item->show([] {});
+    item->hide();
+    waitForNoChild();
+}
+
+TEST_F(PainterChannelTest, theTrayItemFollowsWhatIsSetUntilItIsHidden) {
+    open({hello + await("hideTrayIcon") + await("showTrayIcon") + say(TrayIconMissing{1}) + chosen(1) +
+          chosen(std::numeric_limits<std::uint64_t>::max()) + chosen(6) + await("hideTrayIcon")});
+    FakeIcons icons;
+    auto item = channel->makeTrayItem(&icons);
+    const auto replaced = std::make_shared<CountingTarget>(), present = std::make_shared<CountingTarget>();
+    auto update = actionItem("Update", replaced);
+    update.image = BundleIcon{"/A.app"};
+    item->setToolTip("first tip");
+    item->setImage({.themeName = "", .bitmaps = {{1, 1, {1, 2, 3, 4}}}, .size = 24});
+    item->setMenu(menuOf({update, actionItem("Other")}));
+    waitForTurn();
+    EXPECT_EQ(starts(), 0) << "nobody has asked for a tray";
+    item->show([] { FAIL() << "that was an answer to another showing"; });
+    icons.come({{"/A.app", {0xAB, 0xCD, 0xEF}}});
+    item->setMenu(menuOf({MenuItem::separator(), actionItem("New", present)}));
+    item->hide();
+    item->hide();
+    item->setToolTip("second tip");
+    item->show([] { FAIL() << "that was an answer to another showing"; });
+    waitFor([&] { return present->count == 1; });
+    EXPECT_EQ(replaced->count, 0);
+    EXPECT_EQ(received(), "hello showTrayIcon showTrayIcon showTrayIcon hideTrayIcon showTrayIcon ");
+    EXPECT_EQ(countOf("\"abcdef\""), 1);
+    EXPECT_EQ(countOf("01020304"), 4);
+    EXPECT_EQ(countOf("second tip"), 1);
+    item.reset();
+    waitForNoChild();
+    EXPECT_EQ(starts(), 1);
+}
+
+TEST_F(PainterChannelTest, theMenuAtThePointerIsReplacedInItsPlaceUntilItIsClosed) {
+    open({hello + await("popUpMenu") + await("setMenu") + chosen(3) + say(MenuClosed{1}) + press +
+          say(MenuClosed{2}) + press + await("end")});
+    const auto window = makeLog();
+    FakeIcons icons;
+    const auto item = channel->makeTrayItem(&icons);
+    channel->popUpMenu();
+    auto target = std::make_shared<CountingTarget>();
+    const std::weak_ptr<CountingTarget> kept = target;
+    item->setMenu(menuOf({actionItem("first"), actionItem("second")}));
+    channel->popUpMenu();
+    item->setMenu(menuOf({actionItem("About", std::exchange(target, nullptr)), actionItem("Other")}));
+    waitForPresses(1);
+    EXPECT_EQ(kept.lock()->count, 1);
+    EXPECT_EQ(received(), "hello popUpMenu setMenu ");
+    waitForPresses(2);
+    item->setMenu(nullptr);
+    EXPECT_TRUE(kept.expired()) << "nobody keeps a menu that was replaced";
 }
 
 }  // namespace

@@ -3,9 +3,8 @@
 #include <cmath>
 #include <cstddef>
 #include <gtest/gtest.h>
-#include <png.h>
 
-#include "platform/linux/icons/PngDecoder.h"
+#include "platform/linux/icons/Png.h"
 #include "platform/linux/statusitem/ImageResources.h"
 
 namespace quorvel {
@@ -16,19 +15,6 @@ const std::string statusIcon = "StatusBarIconTemplate";
 std::vector<std::uint8_t> smallestPng() {
     const auto bytes = embeddedPictures().front().pngs.front();
     return {bytes.begin(), bytes.end()};
-}
-
-std::vector<std::uint8_t> encodedPng(const Bitmap& bitmap) {
-    png_image image{};
-    image.version = PNG_IMAGE_VERSION;
-    image.width = static_cast<png_uint_32>(bitmap.width);
-    image.height = static_cast<png_uint_32>(bitmap.height);
-    image.format = PNG_FORMAT_RGBA;
-    png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
-    std::vector<std::uint8_t> png(size);
-    EXPECT_NE(png_image_write_to_memory(&image, png.data(), &size, 0, bitmap.rgba.data(), 0, nullptr), 0);
-    png.resize(size);
-    return png;
 }
 
 using Colour = std::array<std::uint8_t, 3>;
@@ -115,26 +101,6 @@ TEST(ImageResourcesTest, leavesOutWhatCannotBeDecoded) {
     EXPECT_EQ(some->bitmaps, (std::vector<Bitmap>{*decodedPng(whole)}));
     EXPECT_FALSE(some->isTemplate);
     EXPECT_FALSE(resources.imageNamed("None"));
-}
-
-TEST(PngDecoderTest, keepsColoursThatAreHalfTransparent) {
-    const Bitmap bitmap{.width = 2,
-                        .height = 2,
-                        .rgba = {200, 100, 50, 128, 1, 2, 3, 255,  //
-                                 255, 255, 255, 1, 9, 80, 7, 60}};
-    EXPECT_EQ(decodedPng(encodedPng(bitmap)), bitmap);
-}
-
-TEST(PngDecoderTest, refusesMoreThan1024PixelsASide) {
-    const struct {
-        int width, height;
-        bool isTaken;
-    } rows[] = {{1024, 1, true}, {1025, 1, false}, {1, 1024, true}, {1, 1025, false}};
-    for (const auto& [width, height, isTaken] : rows) {
-        const std::vector<std::uint8_t> pixels(static_cast<std::size_t>(width * height * 4), 7);
-        const auto png = encodedPng({.width = width, .height = height, .rgba = pixels});
-        EXPECT_EQ(decodedPng(png).has_value(), isTaken) << width << " by " << height;
-    }
 }
 
 }  // namespace

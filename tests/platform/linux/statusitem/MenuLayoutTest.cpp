@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 #include <set>
 
-#include "platform/linux/icons/PngDecoder.h"
+#include "platform/linux/icons/Png.h"
 #include "platform/linux/statusitem/MenuLayout.h"
 #include "platform/linux/statusitem/MenuSamples.h"
 #include "support/FakeIcons.h"

@@ -1,4 +1,4 @@
-#include "icons/Fence.h"
+#include "icons/Sandbox.h"
 
 #include <cerrno>
 #include <cstdint>
@@ -6,16 +6,16 @@
 #include <cstring>
 #include <fcntl.h>
 #include <fstream>
-#include <memory>
-#include <seccomp.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "platform/linux/process/SeccompFilter.h"
+
 #if defined(__SANITIZE_ADDRESS__)
-/// The search for leaks at the end starts a thread that stops the others, which the fence forbids.
+/// The search for leaks at the end starts a thread that stops the others, which the sandbox forbids.
 extern "C" const char* __asan_default_options() {
     return "detect_leaks=0";
 }
@@ -36,8 +36,8 @@ void complain(const char* what, int number) {
     std::fprintf(stderr, "quorvel-icons: %s: %s.\n", what, std::strerror(number));
 }
 
-void limit(__rlimit_resource resource, rlim_t most, const char* what) {
-    const rlimit both{most, most};
+void limit(__rlimit_resource resource, rlim_t max, const char* what) {
+    const rlimit both{max, max};
     if (setrlimit(resource, &both) != 0) complain(what, errno);
 }
 
@@ -102,72 +102,42 @@ void tidyDescriptors() {
     close_range(fileDescriptor, ~0U, 0);
 }
 
-struct FilterRelease {
-    void operator()(void* filter) const { seccomp_release(filter); }
-};
-
-/// Adds rules to a filter, and remembers the first that could not be added.
-class CallList {
-public:
-    explicit CallList(scmp_filter_ctx filter) : filter(filter) {}
-
-    void allow(std::initializer_list<int> calls) {
-        for (const int call : calls)
-            note(seccomp_rule_add(filter, SCMP_ACT_ALLOW, call, 0));
-    }
-    void allowOn(unsigned descriptor, std::initializer_list<int> calls) {
-        for (const int call : calls)
-            note(seccomp_rule_add(filter, SCMP_ACT_ALLOW, call, 1, SCMP_A0(SCMP_CMP_EQ, descriptor)));
-    }
-    /// What would make memory executable is not among what is allowed.
-    void allowData(std::initializer_list<int> calls) {
-        for (const int call : calls)
-            note(
-                seccomp_rule_add(filter, SCMP_ACT_ALLOW, call, 1, SCMP_A2(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0)));
-    }
-    int error = 0;
-
-private:
-    void note(int result) {
-        if (result < 0 && error == 0) error = -result;
-    }
-
-    scmp_filter_ctx filter;
-};
-
 /// 0 or an errno.
 int forbidCalls() {
-    const std::unique_ptr<void, FilterRelease> filter(seccomp_init(SCMP_ACT_KILL_PROCESS));
-    if (!filter) return ENOMEM;
-    CallList calls(filter.get());
-    calls.allowOn(STDIN_FILENO, {SCMP_SYS(recvmsg), SCMP_SYS(sendto)});
-    calls.allowOn(STDERR_FILENO, {SCMP_SYS(write), SCMP_SYS(writev)});
-    calls.allowOn(fileDescriptor, {SCMP_SYS(read), SCMP_SYS(close)});
-    calls.allowData({SCMP_SYS(mmap), SCMP_SYS(mprotect)});
-    calls.allow({SCMP_SYS(munmap), SCMP_SYS(mremap), SCMP_SYS(madvise), SCMP_SYS(brk), SCMP_SYS(futex),
-                 SCMP_SYS(getrandom), SCMP_SYS(clock_gettime), SCMP_SYS(sched_yield), SCMP_SYS(getpid),
-                 SCMP_SYS(rt_sigprocmask), SCMP_SYS(rt_sigreturn), SCMP_SYS(restart_syscall), SCMP_SYS(exit),
-                 SCMP_SYS(exit_group)});
+    SeccompFilter filter(SCMP_ACT_KILL_PROCESS);
+    const auto allowOn = [&filter](unsigned descriptor, std::initializer_list<int> calls) {
+        filter.add(SCMP_ACT_ALLOW, calls, {SCMP_A0(SCMP_CMP_EQ, descriptor)});
+    };
+    allowOn(STDIN_FILENO, {SCMP_SYS(recvmsg), SCMP_SYS(sendto)});
+    allowOn(STDERR_FILENO, {SCMP_SYS(write), SCMP_SYS(writev)});
+    allowOn(fileDescriptor, {SCMP_SYS(read), SCMP_SYS(close)});
+    // No memory becomes executable.
+    filter.add(SCMP_ACT_ALLOW, {SCMP_SYS(mmap), SCMP_SYS(mprotect)},
+               {SCMP_A2(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0)});
+    filter.add(SCMP_ACT_ALLOW,
+               {SCMP_SYS(munmap), SCMP_SYS(mremap), SCMP_SYS(madvise), SCMP_SYS(brk), SCMP_SYS(futex),
+                SCMP_SYS(getrandom), SCMP_SYS(clock_gettime), SCMP_SYS(sched_yield), SCMP_SYS(getpid),
+                SCMP_SYS(rt_sigprocmask), SCMP_SYS(rt_sigreturn), SCMP_SYS(restart_syscall), SCMP_SYS(exit),
+                SCMP_SYS(exit_group)});
 #if defined(__SANITIZE_ADDRESS__)
-    // Asked whenever libpng gives up on a file, which it does by a long jump.
-    calls.allow({SCMP_SYS(sigaltstack)});
+    // Called whenever libpng gives up on a file, which it does by a long jump.
+    filter.add(SCMP_ACT_ALLOW, {SCMP_SYS(sigaltstack)});
 #endif
-    if (calls.error != 0) return calls.error;
-    return -seccomp_load(filter.get());
+    return filter.load();
 }
 
 }  // namespace
 
-Fence raiseFence() {
+bool enterSandbox() {
     tidyDescriptors();
     if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) complain("Privileges can still be gained", errno);
-    // Needs to read a file.
+    // Before Landlock, since it reads a file.
     limitResources();
     const int filesError = forbidFiles();
     if (filesError != 0) complain("Landlock does not hold", filesError);
     const int callsError = forbidCalls();
     if (callsError != 0) complain("seccomp does not hold", callsError);
-    return {.holdsCalls = callsError == 0, .holdsFiles = filesError == 0};
+    return filesError == 0 || callsError == 0;
 }
 
 }  // namespace quorvel::icons

@@ -11,6 +11,8 @@
 /// The roles of fonts and colours as the user's desktop has them. One point is one logical pixel.
 namespace quorvel::painter {
 
+int pixels(double points);
+
 QFont fontFor(const Font& font);
 
 QColor colorFor(ColorRole role, const QPalette& palette);

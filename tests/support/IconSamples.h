@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/linux/icons/PngEncoder.h"
+#include "platform/linux/icons/Png.h"
 
 namespace quorvel {
 

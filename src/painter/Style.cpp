@@ -1,4 +1,4 @@
-#include "painter/Looks.h"
+#include "painter/Style.h"
 
 #include <QApplication>
 #include <QFontDatabase>
@@ -34,10 +34,14 @@ QColor mixed(const QColor& one, const QColor& other, double share) {
 
 }  // namespace
 
+int pixels(double points) {
+    return static_cast<int>(std::lround(points));
+}
+
 QFont fontFor(const Font& font) {
     QFont result = font.role == FontRole::monospaced ? QFontDatabase::systemFont(QFontDatabase::FixedFont)
                                                      : QApplication::font();
-    result.setPixelSize(std::max(1, static_cast<int>(std::lround(font.points))));
+    result.setPixelSize(std::max(1, pixels(font.points)));
     result.setBold(font.role == FontRole::boldSystem);
     return result;
 }

@@ -30,7 +30,7 @@ foreach(word IN LISTS PICTURES)
 endforeach()
 finish_picture()
 
-file(WRITE "${OUTPUT}" "#include \"platform/linux/statusitem/EmbeddedPictures.h\"
+file(WRITE "${OUTPUT}" "#include \"platform/linux/statusitem/ImageResources.h\"
 
 namespace quorvel {
 namespace {

@@ -3,73 +3,67 @@
 #include <chrono>
 #include <cstdarg>
 #include <gtest/gtest.h>
-#include <systemd/sd-event.h>
-
-#include "platform/linux/bus/BusCallback.h"
+#include <string_view>
 
 namespace quorvel {
 
 namespace {
 
 constexpr const char* watcherName = "org.kde.StatusNotifierWatcher";
+constexpr const char* watcherPath = "/StatusNotifierWatcher";
 constexpr const char* itemInterface = "org.kde.StatusNotifierItem";
 constexpr const char* menuInterface = "com.canonical.dbusmenu";
 
-std::string readValue(sd_bus_message* message) {
-    const char* type = nullptr;
-    require(sd_bus_message_peek_type(message, nullptr, &type));
-    require(sd_bus_message_enter_container(message, 'v', type));
-    std::string text;
-    if (const std::string signature = type; signature == "s") {
-        const char* value = nullptr;
-        require(sd_bus_message_read(message, "s", &value));
-        text = value;
-    } else if (signature == "b" || signature == "i") {
-        std::int32_t value = 0;
-        require(sd_bus_message_read(message, type, &value));
-        text = std::to_string(value);
-    } else if (signature == "aas") {
-        require(sd_bus_message_enter_container(message, 'a', "as"));
-        for (const char* end = nullptr; require(sd_bus_message_peek_type(message, nullptr, &end)) > 0;) {
-            for (const auto& key : readStrings(message))
-                text += '<' + key + '>';
-        }
-        require(sd_bus_message_exit_container(message));
-    } else {
-        const void* bytes = nullptr;
-        std::size_t size = 0;
-        require(sd_bus_message_read_array(message, 'y', &bytes, &size));
-        text = std::to_string(size) + " bytes";
+std::string readBasic(sd_bus_message* message, char type) {
+    if (type == 's') return readText(message);
+    if (const char* path = nullptr; type == 'o') {
+        require(sd_bus_message_read(message, "o", &path));
+        return '<' + std::string(path) + '>';
     }
-    require(sd_bus_message_exit_container(message));
-    return text;
+    // A byte goes to the first of the four.
+    std::int32_t number = 0;
+    require(sd_bus_message_read_basic(message, type, &number));
+    return type == 'b' ? (number != 0 ? "true" : "false") : std::to_string(number);
 }
 
-std::map<std::string, std::string> readProperties(sd_bus_message* message) {
-    std::map<std::string, std::string> properties;
-    require(sd_bus_message_enter_container(message, 'a', "{sv}"));
-    while (require(sd_bus_message_enter_container(message, 'e', "sv")) > 0) {
-        const char* name = nullptr;
-        require(sd_bus_message_read(message, "s", &name));
-        properties[name] = readValue(message);
-        require(sd_bus_message_exit_container(message));
-    }
-    require(sd_bus_message_exit_container(message));
-    return properties;
+/// The next value.
+std::string readValue(sd_bus_message* message) {
+    char type = 0;
+    const char* contents = nullptr;
+    require(sd_bus_message_peek_type(message, &type, &contents));
+    if (!contents) return readBasic(message, type);
+    std::string text;
+    std::size_t count = 0;
+    readContainer(message, type, contents, [&] {
+        for (; require(sd_bus_message_at_end(message, 0)) == 0; ++count)
+            text += (count == 0 ? "" : type == 'e' ? "=" : " ") + readValue(message);
+    });
+    if (type == 'a' && *contents == 'y' && count > 16) return std::to_string(count) + " bytes";
+    if (type == 'a') return '[' + text + ']';
+    return type == 'r' ? '(' + text + ')' : text;
+}
+
+std::string readAll(sd_bus_message* message) {
+    std::string text;
+    while (require(sd_bus_message_at_end(message, 1)) == 0)
+        text += (text.empty() ? "" : " ") + readValue(message);
+    return text;
 }
 
 ShownItem readItem(sd_bus_message* message) {
     ShownItem item;
-    require(sd_bus_message_enter_container(message, 'r', "ia{sv}av"));
-    require(sd_bus_message_read(message, "i", &item.id));
-    item.properties = readProperties(message);
-    require(sd_bus_message_enter_container(message, 'a', "v"));
-    while (require(sd_bus_message_enter_container(message, 'v', "(ia{sv}av)")) > 0) {
-        item.children.push_back(readItem(message));
-        require(sd_bus_message_exit_container(message));
-    }
-    require(sd_bus_message_exit_container(message));
-    require(sd_bus_message_exit_container(message));
+    readContainer(message, 'r', "ia{sv}av", [&] {
+        require(sd_bus_message_read(message, "i", &item.id));
+        readArray(message, "{sv}", [&] {
+            readContainer(message, 'e', "sv", [&] {
+                const auto name = readText(message);
+                item.properties[name] = readValue(message);
+            });
+        });
+        readArray(message, "v", [&] {
+            readContainer(message, 'v', "(ia{sv}av)", [&] { item.children.push_back(readItem(message)); });
+        });
+    });
     return item;
 }
 
@@ -101,35 +95,25 @@ bool runUntil(EventQueue& queue, const std::function<bool()>& condition) {
     return true;
 }
 
-FakePanel::FakePanel(EventQueue& eventQueue) : queue(eventQueue) {
-    sd_bus* opened = nullptr;
-    require(sd_bus_open_user(&opened));
-    bus.reset(opened);
-    require(sd_bus_attach_event(opened, queue.event(), 0));
-    sd_bus_slot* slot = nullptr;
-    require(sd_bus_add_object_vtable(opened, &slot, "/StatusNotifierWatcher", watcherName, vtable(), this));
-    watcherSlot.reset(slot);
-    const auto watch = [&](const char* interface) {
-        require(sd_bus_match_signal(opened, &slot, nullptr, nullptr, interface, nullptr,
-                                    busCall<&FakePanel::signalled>, this));
-        return BusSlot(slot);
-    };
-    menuSlot = watch(menuInterface);
-    itemSlot = watch(itemInterface);
-}
+const sd_bus_vtable FakePanel::vtable[] = {
+    SD_BUS_VTABLE_START(0),
+    busMethod<&FakePanel::registerItem>("RegisterStatusNotifierItem", "s", ""),
+    busProperty<&FakePanel::isHostRegistered>("IsStatusNotifierHostRegistered", "b"),
+    SD_BUS_SIGNAL("StatusNotifierHostRegistered", "", 0),
+    SD_BUS_SIGNAL("StatusNotifierHostUnregistered", "", 0),
+    SD_BUS_VTABLE_END,
+};
 
-const sd_bus_vtable* FakePanel::vtable() {
-    static const sd_bus_vtable members[] = {
-        SD_BUS_VTABLE_START(0),
-        SD_BUS_METHOD("RegisterStatusNotifierItem", "s", "", busCall<&FakePanel::registerItem>,
-                      SD_BUS_VTABLE_UNPRIVILEGED),
-        SD_BUS_PROPERTY("IsStatusNotifierHostRegistered", "b", busProperty<&FakePanel::isHostRegistered>, 0,
-                        0),
-        SD_BUS_SIGNAL("StatusNotifierHostRegistered", "", 0),
-        SD_BUS_SIGNAL("StatusNotifierHostUnregistered", "", 0),
-        SD_BUS_VTABLE_END,
+FakePanel::FakePanel(EventQueue& eventQueue) : queue(eventQueue) {
+    require(sd_bus_open_user(OutPtr(bus)));
+    require(sd_bus_attach_event(bus.get(), queue.event(), 0));
+    require(sd_bus_add_object_vtable(bus.get(), OutPtr(watcherSlot), watcherPath, watcherName, vtable, this));
+    const auto watch = [&](BusSlot& slot, const char* interface) {
+        require(sd_bus_match_signal(bus.get(), OutPtr(slot), nullptr, nullptr, interface, nullptr,
+                                    busCall<&FakePanel::signalled>, this));
     };
-    return members;
+    watch(menuSlot, menuInterface);
+    watch(itemSlot, itemInterface);
 }
 
 void FakePanel::come() {
@@ -142,9 +126,8 @@ void FakePanel::leave() {
 
 void FakePanel::setHost(bool isThere) {
     hasHost = isThere;
-    require(sd_bus_emit_signal(bus.get(), "/StatusNotifierWatcher", watcherName,
-                               isThere ? "StatusNotifierHostRegistered" : "StatusNotifierHostUnregistered",
-                               nullptr));
+    const auto* const signal = isThere ? "StatusNotifierHostRegistered" : "StatusNotifierHostUnregistered";
+    require(sd_bus_emit_signal(bus.get(), watcherPath, watcherName, signal, nullptr));
 }
 
 int FakePanel::isHostRegistered(sd_bus_message* reply) {
@@ -156,84 +139,61 @@ bool FakePanel::sees(const std::string& name) const {
 }
 
 int FakePanel::registerItem(sd_bus_message* call) {
-    const char* name = nullptr;
-    require(sd_bus_message_read(call, "s", &name));
-    registrations.push_back({name, sd_bus_message_get_sender(call)});
+    registrations.push_back({readText(call), sd_bus_message_get_sender(call)});
     return sd_bus_reply_method_return(call, "");
 }
 
 int FakePanel::signalled(sd_bus_message* signal) {
-    const std::string member = sd_bus_message_get_member(signal);
+    const std::string_view member = sd_bus_message_get_member(signal);
     if (member != "LayoutUpdated") {
-        ++signals[member];
-        if (member == "ItemsPropertiesUpdated") readPropertyUpdates(signal);
+        signals.push_back(std::string(member) + ' ' + readAll(signal));
         return 0;
     }
-    std::uint32_t revision = 0;
     std::int32_t parent = -1;
-    require(sd_bus_message_read(signal, "ui", &revision, &parent));
+    require(sd_bus_message_read(signal, "ui", &layoutUpdates.emplace_back(), &parent));
     EXPECT_EQ(parent, 0) << "a new menu is new from its root on";
-    layoutUpdates.push_back(revision);
     return 0;
 }
 
-void FakePanel::readPropertyUpdates(sd_bus_message* signal) {
-    auto& items = propertyUpdates.emplace_back();
-    require(sd_bus_message_enter_container(signal, 'a', "(ia{sv})"));
-    while (require(sd_bus_message_enter_container(signal, 'r', "ia{sv}")) > 0) {
-        std::int32_t id = -1;
-        require(sd_bus_message_read(signal, "i", &id));
-        items[id] = readProperties(signal);
-        require(sd_bus_message_exit_container(signal));
-    }
-    require(sd_bus_message_exit_container(signal));
-    require(sd_bus_message_enter_container(signal, 'a', "(ias)"));
-    EXPECT_GT(require(sd_bus_message_at_end(signal, 0)), 0);
-}
-
-BusMessage FakePanel::complete(BusMessage call) {
+BusMessage FakePanel::complete(const BusMessage& call) {
     BusMessage reply;
     const auto answered = [](sd_bus_message* message, void* result, sd_bus_error*) {
         static_cast<BusMessage*>(result)->reset(sd_bus_message_ref(message));
         return 0;
     };
-    sd_bus_slot* slot = nullptr;
-    require(sd_bus_call_async(bus.get(), &slot, call.get(), answered, &reply, 0));
-    const BusSlot pending(slot);
+    BusSlot pending;
+    require(sd_bus_call_async(bus.get(), OutPtr(pending), call.get(), answered, &reply, 0));
     if (!runUntil(queue, [&] { return reply != nullptr; })) throw std::runtime_error("no reply");
     return reply;
 }
 
-BusMessage FakePanel::call(const std::string& item, const char* path, const char* interface,
-                           const char* member, const char* types, ...) {
-    sd_bus_message* message = nullptr;
-    require(sd_bus_message_new_method_call(bus.get(), &message, item.c_str(), path, interface, member));
-    BusMessage call(message);
+std::string FakePanel::call(const std::string& item, const char* path, const char* interface,
+                            const char* member, const char* types, ...) {
+    BusMessage call;
+    require(sd_bus_message_new_method_call(bus.get(), OutPtr(call), item.c_str(), path, interface, member));
     if (types) {
         va_list arguments;
         va_start(arguments, types);
-        const int result = sd_bus_message_appendv(message, types, arguments);
+        const int result = sd_bus_message_appendv(call.get(), types, arguments);
         va_end(arguments);
         require(result);
     }
-    return complete(std::move(call));
+    const auto reply = complete(call);
+    const auto* const error = sd_bus_message_get_error(reply.get());
+    return error ? error->name : readAll(reply.get());
 }
 
-BusMessage FakePanel::property(const std::string& item, const char* interface, const char* name) {
-    const bool isMenu = std::string(interface) == menuInterface;
-    return call(item, isMenu ? "/MenuBar" : "/StatusNotifierItem", "org.freedesktop.DBus.Properties", "Get",
-                "ss", interface, name);
-}
-
-std::string FakePanel::textProperty(const std::string& item, const char* name) {
-    const auto reply = property(item, itemInterface, name);
-    const char* text = nullptr;
-    require(sd_bus_message_read(reply.get(), "v", "s", &text));
-    return text;
+std::string FakePanel::property(const std::string& item, const char* name) {
+    return call(item, "/StatusNotifierItem", "org.freedesktop.DBus.Properties", "Get", "ss", itemInterface,
+                name);
 }
 
 ShownMenu FakePanel::menu(const std::string& item) {
-    const auto reply = call(item, "/MenuBar", menuInterface, "GetLayout", "iias", 0, -1, 0);
+    BusMessage call;
+    require(sd_bus_message_new_method_call(bus.get(), OutPtr(call), item.c_str(), "/MenuBar", menuInterface,
+                                           "GetLayout"));
+    require(sd_bus_message_append(call.get(), "iias", 0, -1, 0));
+    const auto reply = complete(call);
     ShownMenu shown;
     require(sd_bus_message_read(reply.get(), "u", &shown.revision));
     shown.root = readItem(reply.get());
@@ -241,9 +201,7 @@ ShownMenu FakePanel::menu(const std::string& item) {
 }
 
 bool FakePanel::click(const std::string& item, std::int32_t id, const char* event) {
-    const auto reply =
-        call(item, "/MenuBar", menuInterface, "Event", "isvu", id, event, "s", "", std::uint32_t{0});
-    return !sd_bus_message_is_method_error(reply.get(), nullptr);
+    return call(item, "/MenuBar", menuInterface, "Event", "isvu", id, event, "s", "", 0U).empty();
 }
 
 }  // namespace quorvel

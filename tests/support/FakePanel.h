@@ -3,18 +3,15 @@
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <memory>
 #include <string>
-#include <systemd/sd-bus.h>
 #include <vector>
 
 #include "platform/linux/EventQueue.h"
-#include "platform/linux/bus/BusMessage.h"
-#include "platform/linux/bus/BusSlot.h"
+#include "platform/linux/bus/Bus.h"
 
 namespace quorvel {
 
-/// An item of a menu as it came over the bus; values as text, icon data as "N bytes".
+/// An item of a menu as it came over the bus, its values as text.
 struct ShownItem {
     std::int32_t id = -1;
     std::map<std::string, std::string> properties;
@@ -58,20 +55,16 @@ public:
     };
     std::vector<Registration> registrations;
 
-    /// The revisions of the LayoutUpdated signals, and how often each other signal of an item came.
+    /// The revisions of the LayoutUpdated signals, and what each other signal of an item or a menu said.
     std::vector<std::uint32_t> layoutUpdates;
-    std::map<std::string, int> signals;
+    std::vector<std::string> signals;
 
-    /// What each ItemsPropertiesUpdated signal said of which item. It must take away nothing: hosts differ in
-    /// which half of the signal they read first.
-    std::vector<std::map<std::int32_t, std::map<std::string, std::string>>> propertyUpdates;
-
-    /// A method call on an item; the reply, or an error reply.
-    BusMessage call(const std::string& item, const char* path, const char* interface, const char* member,
-                    const char* types = nullptr, ...);
-    /// A property of the status item. The message stands at the variant.
-    BusMessage property(const std::string& item, const char* interface, const char* name);
-    std::string textProperty(const std::string& item, const char* name);
+    /// Calls a method. The reply's values as text: [an array], (a structure), name=value, <an object's path>,
+    /// more than 16 bytes as "N bytes"; or the name of an error.
+    std::string call(const std::string& item, const char* path, const char* interface, const char* member,
+                     const char* types = nullptr, ...);
+    /// A property of the status item.
+    std::string property(const std::string& item, const char* name);
 
     ShownMenu menu(const std::string& item);
     /// What a panel sends when the user chooses. False for an error reply.
@@ -83,19 +76,14 @@ public:
     sd_bus* connection() const { return bus.get(); }
 
 private:
-    struct Release {
-        void operator()(sd_bus* connection) const { sd_bus_close_unref(connection); }
-    };
-
-    static const sd_bus_vtable* vtable();
+    static const sd_bus_vtable vtable[];
     int registerItem(sd_bus_message* call);
     int isHostRegistered(sd_bus_message* reply);
     int signalled(sd_bus_message* signal);
-    void readPropertyUpdates(sd_bus_message* signal);
-    BusMessage complete(BusMessage call);
+    BusMessage complete(const BusMessage& call);
 
     EventQueue& queue;
-    std::unique_ptr<sd_bus, Release> bus;
+    BusConnection bus;
     bool hasHost = true;
     BusSlot watcherSlot, menuSlot, itemSlot;
 };

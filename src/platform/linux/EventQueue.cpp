@@ -7,7 +7,6 @@
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <system_error>
-#include <systemd/sd-event.h>
 
 namespace quorvel {
 
@@ -16,12 +15,7 @@ namespace {
 using std::chrono::microseconds;
 using std::chrono::nanoseconds;
 
-constexpr nanoseconds longestSlack = std::chrono::milliseconds(250);
-
-/// sd-event answers with an errno below zero.
-void check(int result, const char* what) {
-    if (result < 0) throw std::system_error(-result, std::generic_category(), what);
-}
+constexpr nanoseconds maxSlack = std::chrono::milliseconds(250);
 
 nanoseconds bootTime() {
     timespec time{};
@@ -35,18 +29,8 @@ nanoseconds later(nanoseconds time, nanoseconds delay) {
 
 }  // namespace
 
-void EventQueue::Release::operator()(sd_event* event) const {
-    sd_event_unref(event);
-}
-
-void EventQueue::Release::operator()(sd_event_source* source) const {
-    sd_event_source_disable_unref(source);
-}
-
 EventQueue::EventQueue() {
-    sd_event* event = nullptr;
-    check(sd_event_new(&event), "Could not make an event loop");
-    loop.reset(event);
+    require(sd_event_new(OutPtr(loop)), "Could not make an event loop");
     addWakeSource();
     addTimerSource();
 }
@@ -66,24 +50,21 @@ void EventQueue::addWakeSource() {
     wakeSignal = FileDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     if (!wakeSignal)
         throw std::system_error(errno, std::generic_category(), "Could not make an event counter");
-    sd_event_source* source = nullptr;
     const auto readable = [](sd_event_source*, int, std::uint32_t, void* data) {
         auto& queue = *static_cast<EventQueue*>(data);
         return queue.contain([&] { queue.runNext(); });
     };
-    check(sd_event_add_io(event(), &source, wakeSignal.get(), EPOLLIN, readable, this),
-          "Could not watch the event counter");
-    wakeSource.reset(source);
+    require(sd_event_add_io(event(), OutPtr(wakeSource), wakeSignal.get(), EPOLLIN, readable, this),
+            "Could not watch the event counter");
 }
 
 void EventQueue::addTimerSource() {
-    sd_event_source* source = nullptr;
     const auto expired = [](sd_event_source*, std::uint64_t, void* data) {
         auto& queue = *static_cast<EventQueue*>(data);
         return queue.contain([&] { queue.postDue(); });
     };
-    check(sd_event_add_time(event(), &source, CLOCK_BOOTTIME, 0, 1, expired, this), "Could not make a timer");
-    timerSource.reset(source);
+    require(sd_event_add_time(event(), OutPtr(timerSource), CLOCK_BOOTTIME, 0, 1, expired, this),
+            "Could not make a timer");
     armTimer();
 }
 
@@ -129,8 +110,7 @@ void EventQueue::runNext() {
 void EventQueue::postAfter(nanoseconds delay, Task task) {
     if (isClosed) return;
     delay = std::max(delay, nanoseconds::zero());
-    delayed.emplace(later(bootTime(), delay),
-                    DelayedTask{std::min(delay / 100, longestSlack), std::move(task)});
+    delayed.emplace(later(bootTime(), delay), DelayedTask{std::min(delay / 100, maxSlack), std::move(task)});
     armTimer();
 }
 
@@ -144,7 +124,7 @@ void EventQueue::postDue() {
 /// One source serves all delayed tasks, because sd-event runs timers that are due together in no order.
 void EventQueue::armTimer() {
     if (delayed.empty()) {
-        check(sd_event_source_set_enabled(timerSource.get(), SD_EVENT_OFF), "Could not stop the timer");
+        require(sd_event_source_set_enabled(timerSource.get(), SD_EVENT_OFF), "Could not stop the timer");
         return;
     }
     const nanoseconds earliest = delayed.begin()->first;
@@ -156,33 +136,31 @@ void EventQueue::armTimer() {
     const auto time = std::chrono::ceil<microseconds>(earliest).count();
     // An accuracy of 0 would stand for sd-event's default of 250 ms.
     const auto accuracy = std::max<microseconds::rep>(1, (latest - earliest) / microseconds(1));
-    check(sd_event_source_set_time(timerSource.get(), static_cast<std::uint64_t>(time)),
-          "Could not set the timer");
-    check(sd_event_source_set_time_accuracy(timerSource.get(), static_cast<std::uint64_t>(accuracy)),
-          "Could not set the timer's accuracy");
-    check(sd_event_source_set_enabled(timerSource.get(), SD_EVENT_ONESHOT), "Could not start the timer");
+    require(sd_event_source_set_time(timerSource.get(), static_cast<std::uint64_t>(time)),
+            "Could not set the timer");
+    require(sd_event_source_set_time_accuracy(timerSource.get(), static_cast<std::uint64_t>(accuracy)),
+            "Could not set the timer's accuracy");
+    require(sd_event_source_set_enabled(timerSource.get(), SD_EVENT_ONESHOT), "Could not start the timer");
 }
 
 void EventQueue::onSignal(int number, std::function<void()> task) {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, number);
-    check(-pthread_sigmask(SIG_BLOCK, &signals, nullptr), "Could not block a signal");
-    auto handler = std::make_unique<SignalHandler>(*this, std::move(task), Source());
+    require(-pthread_sigmask(SIG_BLOCK, &signals, nullptr), "Could not block a signal");
+    auto& handler = signalHandlers.emplace_back(*this, std::move(task), EventSource());
     const auto received = [](sd_event_source*, const signalfd_siginfo*, void* data) {
         auto& self = *static_cast<SignalHandler*>(data);
         return self.queue.contain([&] { self.queue.post([&self] { self.task(); }); });
     };
-    sd_event_source* source = nullptr;
-    check(sd_event_add_signal(event(), &source, number, received, handler.get()), "Could not watch a signal");
-    handler->source.reset(source);
-    signalHandlers.push_back(std::move(handler));
+    require(sd_event_add_signal(event(), OutPtr(handler.source), number, received, &handler),
+            "Could not watch a signal");
 }
 
 void EventQueue::run() {
     // Not sd_event_loop: a loop that has left that can never be entered again.
     while (!quitting.exchange(false)) {
-        check(sd_event_run(event(), UINT64_MAX), "The event loop failed");
+        require(sd_event_run(event(), UINT64_MAX), "The event loop failed");
         if (failure) std::rethrow_exception(std::exchange(failure, nullptr));
     }
 }

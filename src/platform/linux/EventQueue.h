@@ -3,16 +3,13 @@
 #include <atomic>
 #include <deque>
 #include <exception>
+#include <list>
 #include <map>
-#include <memory>
 #include <mutex>
-#include <vector>
 
 #include "platform/FileDescriptor.h"
 #include "platform/Queue.h"
-
-struct sd_event;
-struct sd_event_source;
+#include "platform/linux/EventSource.h"
 
 namespace quorvel {
 
@@ -20,13 +17,6 @@ namespace quorvel {
 /// that posts to it. Sleeps until there is something to do; nothing in it ticks.
 class EventQueue final : public Queue {
 public:
-    struct Release {
-        void operator()(sd_event* event) const;
-        void operator()(sd_event_source* source) const;
-    };
-    /// A source of the loop, which it leaves with this owner.
-    using Source = std::unique_ptr<sd_event_source, Release>;
-
     EventQueue();
     ~EventQueue() override;
     EventQueue(const EventQueue&) = delete;
@@ -64,7 +54,7 @@ private:
     struct SignalHandler {
         EventQueue& queue;
         std::function<void()> task;
-        Source source;
+        EventSource source;
     };
 
     void addWakeSource();
@@ -76,7 +66,7 @@ private:
     template <typename Work>
     int contain(Work work) noexcept;
 
-    std::unique_ptr<sd_event, Release> loop;
+    EventLoop loop;
     std::exception_ptr failure;
     std::atomic<bool> quitting = false;
 
@@ -85,13 +75,13 @@ private:
     bool isClosed = false;
     /// An eventfd, readable as long as `waiting` holds something.
     FileDescriptor wakeSignal;
-    Source wakeSource;
+    EventSource wakeSource;
 
     /// By due time on CLOCK_BOOTTIME; of two that are due together, the one posted first comes first.
     std::multimap<std::chrono::nanoseconds, DelayedTask> delayed;
-    Source timerSource;
+    EventSource timerSource;
 
-    std::vector<std::unique_ptr<SignalHandler>> signalHandlers;
+    std::list<SignalHandler> signalHandlers;
 };
 
 }  // namespace quorvel

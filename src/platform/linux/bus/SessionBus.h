@@ -2,14 +2,11 @@
 
 #include <expected>
 #include <functional>
-#include <memory>
 #include <string>
+#include <utility>
 
 #include "platform/linux/EventQueue.h"
-#include "platform/linux/bus/BusSlot.h"
-
-struct sd_bus;
-struct sd_bus_message;
+#include "platform/linux/bus/Bus.h"
 
 namespace quorvel {
 
@@ -18,8 +15,7 @@ namespace quorvel {
 class SessionBus {
 public:
     /// Not connected yet.
-    explicit SessionBus(EventQueue& mainQueue);
-    ~SessionBus();
+    explicit SessionBus(EventQueue& mainQueue) : mainQueue(mainQueue) {}
     SessionBus(const SessionBus&) = delete;
     SessionBus& operator=(const SessionBus&) = delete;
 
@@ -28,24 +24,19 @@ public:
 
     /// `task` runs once on the queue, later, when a connection ends that `connect` had made. It does not come
     /// back: a session that loses its bus is at its end.
-    void onLost(std::function<void()> task);
+    void onLost(std::function<void()> task) { lostTask = std::move(task); }
 
     /// Null while there is no connection.
-    sd_bus* connection() const;
+    sd_bus* connection() const { return isLost ? nullptr : bus.get(); }
 
     EventQueue& queue() const { return mainQueue; }
 
 private:
-    struct Release {
-        void operator()(sd_bus* connection) const;
-    };
-
-    std::expected<void, std::string> watch();
     int disconnected(sd_bus_message* message);
 
     EventQueue& mainQueue;
     std::function<void()> lostTask;
-    std::unique_ptr<sd_bus, Release> bus;
+    BusConnection bus;
     BusSlot disconnectedSlot;
     bool isLost = false;
 };

@@ -1,6 +1,5 @@
 #include "platform/linux/desktop/AutostartEntry.h"
 
-#include <sstream>
 #include <string_view>
 #include <unistd.h>
 #include <utility>
@@ -37,11 +36,8 @@ std::string quoted(const std::vector<std::string>& command) {
 
 /// Whether the user's desktop has switched the entry off without removing it.
 bool isSwitchedOff(const std::string& entry) {
-    std::istringstream lines(entry);
-    for (std::string line; std::getline(lines, line);) {
-        if (line == "Hidden=true" || line == "X-GNOME-Autostart-enabled=false") return true;
-    }
-    return false;
+    const std::string lines = '\n' + entry + '\n';
+    return lines.contains("\nHidden=true\n") || lines.contains("\nX-GNOME-Autostart-enabled=false\n");
 }
 
 }  // namespace

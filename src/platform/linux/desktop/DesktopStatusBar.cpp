@@ -5,7 +5,7 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/linux/desktop/DesktopStatusItem.h"
+#include "platform/linux/statusitem/StatusNotifierItem.h"
 
 namespace quorvel {
 
@@ -23,17 +23,10 @@ bool isOnXDisplay() {
 
 }  // namespace
 
-DesktopStatusBar::DesktopStatusBar(SessionBus& sessionBus, PainterChannel& painterChannel,
-                                   IconProvider* menuIcons)
-    : bus(sessionBus),
-      painter(painterChannel),
-      icons(menuIcons),
-      panel(sessionBus, menuIcons,
-            [this](std::string token) { painter.setActivationToken(std::move(token)); }) {}
-
 std::unique_ptr<StatusItem> DesktopStatusBar::makeStatusItem() {
-    return std::make_unique<DesktopStatusItem>(bus, panel.makeStatusItem(), painter.makeTrayItem(icons),
-                                               isOnXDisplay());
+    return std::make_unique<StatusNotifierItem>(
+        bus, icons, painter.makeTrayItem(icons), isOnXDisplay(),
+        [this](std::string token) { painter.setActivationToken(std::move(token)); });
 }
 
 }  // namespace quorvel

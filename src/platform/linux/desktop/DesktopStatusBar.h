@@ -4,7 +4,6 @@
 #include "platform/linux/bus/SessionBus.h"
 #include "platform/linux/icons/IconProvider.h"
 #include "platform/linux/painter/PainterChannel.h"
-#include "platform/linux/statusitem/StatusNotifierBar.h"
 
 namespace quorvel {
 
@@ -13,15 +12,16 @@ namespace quorvel {
 /// entry. Main thread.
 class DesktopStatusBar final : public StatusBar {
 public:
-    DesktopStatusBar(SessionBus& bus, PainterChannel& painter, IconProvider* icons = nullptr);
+    DesktopStatusBar(SessionBus& bus, PainterChannel& painter, IconProvider* icons = nullptr)
+        : bus(bus), painter(painter), icons(icons) {}
 
+    /// One at a time: hosts look for a program's item at one path only.
     std::unique_ptr<StatusItem> makeStatusItem() override;
 
 private:
     SessionBus& bus;
     PainterChannel& painter;
     IconProvider* icons;
-    StatusNotifierBar panel;
 };
 
 }  // namespace quorvel

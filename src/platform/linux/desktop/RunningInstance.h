@@ -3,15 +3,12 @@
 #include <functional>
 #include <string>
 
-#include "platform/linux/bus/BusSlot.h"
 #include "platform/linux/bus/SessionBus.h"
-
-struct sd_bus_message;
 
 namespace quorvel {
 
 /// Makes sure that a session has one running instance of the program: the first owns a name on the session
-/// bus, and takes there what a later start asks for. Speaks the interface org.freedesktop.Application, so
+/// bus, and is asked there for what a later start wants. Speaks the interface org.freedesktop.Application, so
 /// that a desktop can ask too. Owned by an entry; main thread.
 class RunningInstance {
 public:
@@ -40,12 +37,12 @@ public:
     /// What to do when a later start, or the desktop, asks.
     void onRequest(std::function<void(const Request&)> handler);
 
-    /// Called by the bus.
+private:
+    static const sd_bus_vtable vtable[];
+
     int activate(sd_bus_message* message);
     int activateAction(sd_bus_message* message);
-
-private:
-    void take(Request request);
+    void post(Request request);
 
     SessionBus& bus;
     const std::string busName;

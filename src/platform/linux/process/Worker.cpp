@@ -121,25 +121,21 @@ std::optional<std::string> Worker::launch() {
 }
 
 bool Worker::watch() {
-    sd_event_source* source = nullptr;
     const auto socketReady = [](sd_event_source*, int, std::uint32_t events, void* data) {
         auto& self = *static_cast<Worker*>(data);
         if ((events & EPOLLOUT) != 0) self.writeSome();
         if ((events & ~std::uint32_t{EPOLLOUT}) != 0) self.readSome();
         return 0;
     };
-    if (sd_event_add_io(queue.event(), &source, socket.get(), EPOLLIN, socketReady, this) < 0) return false;
-    socketSource.reset(source);
     const auto late = [](sd_event_source*, std::uint64_t, void* data) {
         static_cast<Worker*>(data)->end("It did not answer in time.");
         return 0;
     };
     // Unlike the queue's delays, this one does not count the time that the machine sleeps.
-    if (sd_event_add_time_relative(queue.event(), &source, CLOCK_MONOTONIC,
-                                   microseconds(settings.startTimeout), 0, late, this) < 0)
-        return false;
-    timer.reset(source);
-    return true;
+    return sd_event_add_io(queue.event(), OutPtr(socketSource), socket.get(), EPOLLIN, socketReady, this) >=
+               0 &&
+           sd_event_add_time_relative(queue.event(), OutPtr(timer), CLOCK_MONOTONIC,
+                                      microseconds(settings.startTimeout), 0, late, this) >= 0;
 }
 
 void Worker::expectMessage(std::chrono::milliseconds timeout) {

@@ -76,9 +76,9 @@ private:
     FileDescriptor process;
     /// None once the worker has ended.
     FileDescriptor socket;
-    EventQueue::Source socketSource;
+    EventSource socketSource;
     /// Runs while a message is expected.
-    EventQueue::Source timer;
+    EventSource timer;
     std::string input;
     std::string output;
     /// Set until `ended` has run.

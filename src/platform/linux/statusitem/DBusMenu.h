@@ -1,13 +1,11 @@
 #pragma once
 
 #include <memory>
+#include <string_view>
 #include <vector>
 
-#include "platform/linux/bus/BusSlot.h"
 #include "platform/linux/bus/SessionBus.h"
 #include "platform/linux/statusitem/MenuLayout.h"
-
-struct sd_bus_vtable;
 
 namespace quorvel {
 
@@ -16,7 +14,7 @@ namespace quorvel {
 /// whether they ask then. Pictures that come later are announced as changes of their items. Main thread.
 class DBusMenu {
 public:
-    static constexpr const char* path = "/MenuBar";
+    static constexpr char path[] = "/MenuBar";
 
     DBusMenu(SessionBus& sessionBus, IconProvider* icons);
     DBusMenu(const DBusMenu&) = delete;
@@ -25,12 +23,8 @@ public:
     void setMenu(std::shared_ptr<const Menu> menu);
 
 private:
-    static const sd_bus_vtable* vtable();
+    static const sd_bus_vtable vtable[];
 
-    int version(sd_bus_message* reply);
-    int textDirection(sd_bus_message* reply);
-    int status(sd_bus_message* reply);
-    int iconThemePath(sd_bus_message* reply);
     int getLayout(sd_bus_message* call);
     int getGroupProperties(sd_bus_message* call);
     int getProperty(sd_bus_message* call);
@@ -38,7 +32,8 @@ private:
     int eventGroup(sd_bus_message* call);
     int aboutToShow(sd_bus_message* call);
     int aboutToShowGroup(sd_bus_message* call);
-    bool receive(MenuLayout::Id id, std::string_view eventName);
+    MenuLayout::Id readItem(sd_bus_message* call) const;
+    void handle(MenuLayout::Id id, std::string_view eventName);
     void announce(const std::vector<BundleIcon>& arrived);
 
     SessionBus& bus;

@@ -1,11 +1,24 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <span>
+#include <string>
+#include <string_view>
 
 #include "platform/StatusBar.h"
-#include "platform/linux/statusitem/EmbeddedPictures.h"
 
 namespace quorvel {
+
+/// A picture whose bytes are part of the program.
+struct EmbeddedPicture {
+    std::string_view name;
+    /// The same picture in several sizes, smallest first, each a PNG file.
+    std::span<const std::span<const std::uint8_t>> pngs;
+};
+
+/// What the build drew from the SVGs of resources/.
+std::span<const EmbeddedPicture> embeddedPictures();
 
 /// The pictures that are part of the program, decoded anew each time one is asked for: that is rare, and
 /// between two times nothing is kept.

@@ -4,9 +4,6 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
-#include <string>
-#include <string_view>
-#include <variant>
 #include <vector>
 
 #include "platform/Menu.h"
@@ -15,58 +12,45 @@
 
 namespace quorvel {
 
-/// A property of a menu item as `com.canonical.dbusmenu` defines it; properties that have their default value
-/// are not listed.
-struct MenuProperty {
-    /// One list of keys for each stroke, modifiers first.
-    using Shortcut = std::vector<std::vector<std::string>>;
-    using Value = std::variant<bool, std::int32_t, std::string, Shortcut, std::vector<std::uint8_t>>;
-
-    std::string_view name;
-    Value value;
-
-    bool operator==(const MenuProperty&) const = default;
-};
-
-using MenuProperties = std::vector<MenuProperty>;
-
-/// A menu as a host of `com.canonical.dbusmenu` sees it: a tree of ids and their properties. The ids of a
-/// menu are never those of a menu before it, so that a host which still shows the old one cannot choose an
-/// item that has taken its place. Knows no bus.
+/// A menu as those see it who show it and send back what was chosen: a tree of ids. The ids of a menu are
+/// never those of a menu before it, so that a host which still shows the old one cannot choose an item that
+/// has taken its place. Knows no bus.
 class MenuLayout {
 public:
     using Id = std::int32_t;
     /// The menu itself, whichever it is.
     static constexpr Id root = 0;
-    /// A longer menu ends with an item that counts the rest. Panels fetch a menu whole, and the time that one
-    /// takes to build its own rises with the square of the length: half a second here, half a minute at ten
-    /// times as many.
-    static constexpr std::size_t longestMenu = 1'000;
+    /// Of one menu or submenu; a longer one ends with an item that counts the rest. Panels fetch a menu
+    /// whole, and the time that one takes to build its own rises with the square of the length: half a second
+    /// here, half a minute at ten times as many.
+    static constexpr std::size_t maxItems = 1'000;
 
-    /// A PNG file of what stands for an application whose own picture is not there.
-    static std::vector<std::uint8_t> genericIcon();
-
-    explicit MenuLayout(IconProvider* iconProvider = nullptr);
+    explicit MenuLayout(IconProvider* iconProvider = nullptr) : icons(iconProvider) {}
 
     void setMenu(std::shared_ptr<const Menu> newMenu);
 
     /// Rises by one with each menu.
     std::uint32_t revision() const { return currentRevision; }
 
-    bool contains(Id id) const;
+    bool contains(Id id) const { return find(id) != nullptr; }
+    /// Null for the root and for an id that the menu does not have.
+    const MenuItem* item(Id id) const;
     /// The items of the present menu in their order, the root first; ids follow one another.
     std::vector<Id> all() const;
     /// Empty for an id that the menu does not have, as for an item without a submenu.
     std::vector<Id> children(Id id) const;
-    MenuProperties properties(Id id) const;
-    /// The whole menu, for those who show it by themselves; its numbers are the ids.
-    MenuContent content() const { return {contents(root)}; }
-    /// The pictures that items of the present menu have, and the items that have one of some pictures.
-    std::vector<BundleIcon> images() const;
-    std::vector<Id> itemsWith(const std::vector<BundleIcon>& images) const;
     /// What choosing the item calls; none for an id that the menu does not have and for an item that cannot
     /// be chosen.
     std::shared_ptr<MenuTarget> target(Id id) const;
+    /// The whole menu, for those who show it by themselves; its numbers are the ids.
+    MenuContent content() const { return {contents(root)}; }
+
+    /// A PNG file of what stands for an application whose own picture is not there.
+    static std::vector<std::uint8_t> genericIcon();
+    /// A PNG file of the picture, or else of the generic icon.
+    std::vector<std::uint8_t> picture(const BundleIcon& image) const;
+    /// The pictures that items of the present menu have.
+    std::vector<BundleIcon> images() const;
 
 private:
     struct Node {
@@ -78,7 +62,8 @@ private:
 
     void add(const Menu& submenu, std::size_t parent);
     const Node* find(Id id) const;
-    Id idAt(std::size_t index) const;
+    /// Not of the root.
+    Id idAt(std::size_t index) const { return firstId + static_cast<Id>(index - 1); }
     std::vector<MenuContent::Item> contents(Id parent) const;
 
     IconProvider* icons;

@@ -5,27 +5,26 @@
 #include <string>
 
 #include "platform/StatusBar.h"
-#include "platform/linux/bus/BusSlot.h"
 #include "platform/linux/bus/SessionBus.h"
 #include "platform/linux/statusitem/DBusMenu.h"
-#include "platform/linux/statusitem/IconTheme.h"
-
-struct sd_bus_vtable;
+#include "platform/linux/statusitem/StatusNotifierWatcher.h"
+#include "platform/linux/statusitem/TrayItem.h"
 
 namespace quorvel {
 
-/// The status item on the session bus, for the panels that host such items (`org.kde.StatusNotifierItem`). It
-/// asks for its place whenever a panel's watcher comes: at the start, late at login, after a panel's restart.
-/// Without a bus it is there and nobody sees it. Main thread.
+/// The status item that the user sees: on the session bus for the panels that host such items
+/// (`org.kde.StatusNotifierItem`), or else in a tray, never in both. Without a bus it is there and nobody
+/// sees it. Main thread.
 class StatusNotifierItem final : public StatusItem {
 public:
     static constexpr const char* path = "/StatusNotifierItem";
 
-    /// Takes what a panel gives along with a click, for what the click opens.
+    /// Runs on the queue with what a panel gives along with a click, for what the click opens.
     using TokenHandler = std::function<void(std::string activationToken)>;
 
-    StatusNotifierItem(SessionBus& sessionBus, IconTheme iconTheme, IconProvider* menuIcons,
-                       TokenHandler tokenGiven = {});
+    /// The item is shown in a tray only where there may be one. The icons and the handler may be null.
+    StatusNotifierItem(SessionBus& sessionBus, IconProvider* menuIcons, std::unique_ptr<TrayItem> inTray,
+                       bool mayHaveTray, TokenHandler onToken);
     StatusNotifierItem(const StatusNotifierItem&) = delete;
     StatusNotifierItem& operator=(const StatusNotifierItem&) = delete;
 
@@ -34,38 +33,24 @@ public:
     void setMenu(std::shared_ptr<const Menu> newMenu) override;
 
 private:
-    static const sd_bus_vtable* vtable();
+    static const sd_bus_vtable vtable[];
 
-    int category(sd_bus_message* reply);
-    int identifier(sd_bus_message* reply);
-    int title(sd_bus_message* reply);
-    int status(sd_bus_message* reply);
-    int windowId(sd_bus_message* reply);
-    int iconThemePath(sd_bus_message* reply);
-    int iconName(sd_bus_message* reply);
     int iconPixmap(sd_bus_message* reply);
-    int noText(sd_bus_message* reply);
-    int noPixmap(sd_bus_message* reply);
     int toolTip(sd_bus_message* reply);
-    int itemIsMenu(sd_bus_message* reply);
-    int menuPath(sd_bus_message* reply);
     int provideActivationToken(sd_bus_message* call);
-
-    void publish();
-    int watching(sd_bus_message* reply);
-    int watcherChanged(sd_bus_message* signal);
-    void registerItem();
     void emit(const char* signal);
 
     SessionBus& bus;
-    IconTheme theme;
     DBusMenu menu;
     TokenHandler tokenGiven;
     Image image;
     /// Where hosts find the image, and under which name; both empty when the icon theme has none.
     std::string themePath, themeName;
     std::string toolTipText;
-    BusSlot objectSlot, watcherSlot;
+    BusSlot objectSlot;
+    std::unique_ptr<TrayItem> trayItem;
+    TraySearch traySearch;
+    StatusNotifierWatcher watcher;
 };
 
 }  // namespace quorvel

@@ -1,64 +1,86 @@
 #include <gtest/gtest.h>
-#include <systemd/sd-event.h>
+#include <stdlib.h>
 
+#include "platform/linux/statusitem/FakeTrayItem.h"
+#include "platform/linux/statusitem/MenuLayout.h"
 #include "platform/linux/statusitem/MenuSamples.h"
-#include "platform/linux/statusitem/StatusItemFixture.h"
+#include "platform/linux/statusitem/StatusNotifierItem.h"
+#include "support/FakeIcons.h"
+#include "support/FakePanel.h"
+#include "support/PrivateBus.h"
 
 namespace quorvel {
 namespace {
 
-class StatusNotifierItemTest : public StatusItemFixture {
+using Texts = std::vector<std::string>;
+
+/// The program's side and a panel's, in one loop on a bus of their own.
+class StatusNotifierItemTest : public testing::Test {
 protected:
-    struct Pixmap {
-        int width = 0, height = 0;
-        std::vector<std::uint8_t> bytes;
-        bool operator==(const Pixmap&) const = default;
-    };
-
-    std::vector<Pixmap> pixmaps() {
-        const auto reply = panel->property(name, "org.kde.StatusNotifierItem", "IconPixmap");
-        std::vector<Pixmap> found;
-        require(sd_bus_message_enter_container(reply.get(), 'v', "a(iiay)"));
-        require(sd_bus_message_enter_container(reply.get(), 'a', "(iiay)"));
-        while (require(sd_bus_message_enter_container(reply.get(), 'r', "iiay")) > 0) {
-            Pixmap pixmap;
-            const void* bytes = nullptr;
-            std::size_t size = 0;
-            require(sd_bus_message_read(reply.get(), "ii", &pixmap.width, &pixmap.height));
-            require(sd_bus_message_read_array(reply.get(), 'y', &bytes, &size));
-            pixmap.bytes.assign(static_cast<const std::uint8_t*>(bytes),
-                                static_cast<const std::uint8_t*>(bytes) + size);
-            found.push_back(pixmap);
-            require(sd_bus_message_exit_container(reply.get()));
-        }
-        return found;
+    void SetUp() override {
+        if (!daemon.reasonToSkip().empty()) GTEST_SKIP() << daemon.reasonToSkip();
+        setenv("XDG_DATA_HOME", themes.path.c_str(), 1);
+        setenv("XDG_DATA_DIRS", ("relative:" + moreThemes.path.string()).c_str(), 1);
+        ASSERT_TRUE(bus.connect());
+        const char* own = nullptr;
+        ASSERT_GE(sd_bus_get_unique_name(bus.connection(), &own), 0);
+        name = own;
+        panel = std::make_unique<FakePanel>(queue);
     }
 
-    std::string toolTip() {
-        const auto reply = panel->property(name, "org.kde.StatusNotifierItem", "ToolTip");
-        const char* title = nullptr;
-        require(sd_bus_message_enter_container(reply.get(), 'v', "(sa(iiay)ss)"));
-        require(sd_bus_message_enter_container(reply.get(), 'r', "sa(iiay)ss"));
-        require(sd_bus_message_skip(reply.get(), "sa(iiay)"));
-        require(sd_bus_message_read(reply.get(), "s", &title));
-        return title;
+    void makeItem(SessionBus& on, bool mayHaveTray = false) {
+        auto owned = std::make_unique<FakeTrayItem>();
+        tray = owned.get();
+        item.emplace(on, &icons, std::move(owned), mayHaveTray,
+                     [this](const std::string& token) { happened.push_back(token); });
     }
+
+    /// The item, registered with the panel.
+    void start() {
+        panel->come();
+        makeItem(bus);
+        ASSERT_TRUE(registered(1));
+    }
+
+    bool registered(std::size_t count) {
+        return runUntil(queue, [&] { return panel->registrations.size() >= count; });
+    }
+
+    /// What the program sent before this call has reached the panel after it.
+    void settle() { panel->property(name, "Id"); }
+
+    template <typename... Arguments>
+    std::string onMenu(const char* member, const char* types, Arguments... arguments) {
+        return panel->call(name, "/MenuBar", "com.canonical.dbusmenu", member, types, arguments...);
+    }
+
+    void useAll() {
+        item->setImage({.themeName = "q", .bitmaps = {{1, 1, {0, 0, 0, 0}}}, .size = 24});
+        item->setToolTip("Quorvel");
+        item->setMenu(menuOf({actionItem("a")}));
+    }
+
+    TemporaryFolder themes, moreThemes;
+    PrivateBus daemon;
+    EventQueue queue;
+    SessionBus bus{queue};
+    std::unique_ptr<FakePanel> panel;
+    FakeIcons icons;
+    std::optional<StatusNotifierItem> item;
+    FakeTrayItem* tray = nullptr;
+    /// Tokens, and choices that note themselves.
+    Texts happened;
+    /// By which the panel calls the item.
+    std::string name;
 };
 
-TEST_F(StatusNotifierItemTest, registersOnceWithAWatcherThatIsThere) {
+TEST_F(StatusNotifierItemTest, registersOnceWithEachWatcherThatIsThereOrComes) {
     start();
-    settle();
-    ASSERT_EQ(panel->registrations.size(), 1U);
-    EXPECT_EQ(panel->registrations[0].name, name);
-}
-
-TEST_F(StatusNotifierItemTest, registersWithAWatcherThatComesLateAndWithEachThatFollows) {
-    item = bar.makeStatusItem();
-    settle();
-    EXPECT_TRUE(panel->registrations.empty());
-    panel->come();
-    ASSERT_TRUE(registered(1));
+    item.reset();
     panel->leave();
+    makeItem(bus);
+    settle();
+    EXPECT_EQ(panel->registrations.size(), 1U);
     panel->come();
     ASSERT_TRUE(registered(2));
     panel->leave();
@@ -66,131 +88,73 @@ TEST_F(StatusNotifierItemTest, registersWithAWatcherThatComesLateAndWithEachThat
     panel->come();
     ASSERT_TRUE(registered(1));
     settle();
-    EXPECT_EQ(panel->registrations.size(), 1U);
+    ASSERT_EQ(panel->registrations.size(), 1U);
     EXPECT_EQ(panel->registrations[0].name, name);
 }
 
-/// Panels log an error for each property that is missing, and one of another type is none.
+/// Panels log an error for each property that is missing.
 TEST_F(StatusNotifierItemTest, answersEveryPropertyOfTheInterface) {
     start();
-    item->setToolTip("tip");
-    const auto all = panel->call(name, "/StatusNotifierItem", "org.freedesktop.DBus.Properties", "GetAll",
-                                 "s", "org.kde.StatusNotifierItem");
-    std::map<std::string, std::string> found;
-    require(sd_bus_message_enter_container(all.get(), 'a', "{sv}"));
-    while (require(sd_bus_message_enter_container(all.get(), 'e', "sv")) > 0) {
-        const char *key = nullptr, *type = nullptr, *text = nullptr;
-        int number = 0;
-        require(sd_bus_message_read(all.get(), "s", &key));
-        require(sd_bus_message_peek_type(all.get(), nullptr, &type));
-        const std::string signature = type;
-        if (signature == "s" || signature == "o") {
-            require(sd_bus_message_read(all.get(), "v", type, &text));
-            found[key] = signature + " " + text;
-        } else if (signature == "i" || signature == "b") {
-            require(sd_bus_message_read(all.get(), "v", type, &number));
-            found[key] = signature + " " + std::to_string(number);
-        } else {
-            require(sd_bus_message_skip(all.get(), "v"));
-            found[key] = signature;
-        }
-        require(sd_bus_message_exit_container(all.get()));
-    }
-    const std::map<std::string, std::string> expected{
-        {"Category", "s ApplicationStatus"},
-        {"Id", "s quorvel"},
-        {"Title", "s Quorvel"},
-        {"Status", "s Active"},
-        {"WindowId", "i 0"},
-        {"IconThemePath", "s "},
-        {"IconName", "s "},
-        {"IconPixmap", "a(iiay)"},
-        {"IconAccessibleDesc", "s Quorvel"},
-        {"OverlayIconName", "s "},
-        {"OverlayIconPixmap", "a(iiay)"},
-        {"AttentionIconName", "s "},
-        {"AttentionIconPixmap", "a(iiay)"},
-        {"AttentionMovieName", "s "},
-        {"AttentionAccessibleDesc", "s "},
-        {"ToolTip", "(sa(iiay)ss)"},
-        {"ItemIsMenu", "b 1"},
-        {"Menu", "o /MenuBar"},
-    };
-    EXPECT_EQ(found, expected);
+    item->setToolTip("tip\nof\uFFFE lines");
+    EXPECT_EQ(panel->call(name, "/StatusNotifierItem", "org.freedesktop.DBus.Properties", "GetAll", "s",
+                          "org.kde.StatusNotifierItem"),
+              "[Category=ApplicationStatus Id=quorvel Title=Quorvel Status=Active WindowId=0 IconThemePath= "
+              "IconName= IconPixmap=[] IconAccessibleDesc=Quorvel OverlayIconName= OverlayIconPixmap=[] "
+              "AttentionIconName= AttentionIconPixmap=[] AttentionMovieName= AttentionAccessibleDesc= "
+              "ToolTip=( [] tip of lines ) ItemIsMenu=true Menu=</MenuBar>]");
 }
 
 /// A panel recolours by the name; one that it cannot find is drawn as nothing by some, whatever pixels are
-/// there.
-TEST_F(StatusNotifierItemTest, namesTheIconOnlyWhereItIsFound) {
-    TemporaryFolder more;
-    setenv("XDG_DATA_DIRS", ("relative:" + more.path.string()).c_str(), 1);
-    icons.write("icons/hicolor/symbolic/apps/here-symbolic.svg", "<svg/>");
-    more.write("icons/hicolor/scalable/apps/here.svg", "<svg/>");
+/// there. Pixels are ARGB in network order, and grey for a template.
+TEST_F(StatusNotifierItemTest, namesTheIconOnlyWhereItIsFoundAndSendsItsPixels) {
+    themes.write("icons/hicolor/symbolic/apps/here-symbolic.svg", "<svg/>");
+    moreThemes.write("icons/hicolor/scalable/apps/here.svg", "<svg/>");
     start();
+    const std::string colours = "[(2 1 [4 1 2 3 253 250 251 252])]";
+    const std::string greys = "[(2 1 [4 128 128 128 253 128 128 128])]";
     const struct {
         const char* themeName;
         bool isTemplate;
-        std::string name, path;
+        std::string name, path, pixels;
     } rows[] = {
-        {"here", true, "here-symbolic", icons.path / "icons"},
-        {"here", false, "here", more.path / "icons"},
-        {"nowhere", true, "", ""},
-        {"nowhere", false, "", ""},
-        {"", false, "", ""},
+        {"here", true, "here-symbolic", themes.path / "icons", greys},
+        {"here", false, "here", moreThemes.path / "icons", colours},
+        {"nowhere", true, "", "", greys},
+        {"nowhere", false, "", "", colours},
+        {"", false, "", "", colours},
     };
+    const Bitmap wide{.width = 2, .height = 1, .rgba = {1, 2, 3, 4, 250, 251, 252, 253}};
     for (const auto& row : rows) {
-        item->setImage({.themeName = row.themeName, .bitmaps = {}, .size = 24, .isTemplate = row.isTemplate});
-        EXPECT_EQ(panel->textProperty(name, "IconName"), row.name) << row.themeName << row.isTemplate;
-        EXPECT_EQ(panel->textProperty(name, "IconThemePath"), row.path) << row.themeName << row.isTemplate;
+        item->setImage(
+            {.themeName = row.themeName, .bitmaps = {wide}, .size = 24, .isTemplate = row.isTemplate});
+        EXPECT_EQ(panel->property(name, "IconName"), row.name) << row.themeName << row.isTemplate;
+        EXPECT_EQ(panel->property(name, "IconThemePath"), row.path) << row.themeName << row.isTemplate;
+        EXPECT_EQ(panel->property(name, "IconPixmap"), row.pixels) << row.themeName << row.isTemplate;
     }
 }
 
-TEST_F(StatusNotifierItemTest, sendsPixelsAsArgbInNetworkOrderAndATemplateInGrey) {
-    icons.write("icons/hicolor/scalable/apps/here.svg", "<svg/>");
-    start();
-    const Bitmap cutShort{.width = 2, .height = 2, .rgba = {1, 2, 3, 4}};
-    const Bitmap wide{.width = 2, .height = 1, .rgba = {1, 2, 3, 4, 250, 251, 252, 253}};
-    Image image{.themeName = "here", .bitmaps = {cutShort, wide, {}}, .size = 24};
-    item->setImage(image);
-    EXPECT_EQ(pixmaps(), (std::vector<Pixmap>{{2, 1, {4, 1, 2, 3, 253, 250, 251, 252}}}));
-    image.isTemplate = true;
-    item->setImage(image);
-    EXPECT_EQ(pixmaps(), (std::vector<Pixmap>{{2, 1, {4, 128, 128, 128, 253, 128, 128, 128}}}));
-}
-
-TEST_F(StatusNotifierItemTest, tellsOfAnImageOrAToolTipOnlyWhenItChanges) {
+TEST_F(StatusNotifierItemTest, announcesAnImageOrAToolTipOnlyWhenItChanges) {
     start();
     const Image first{.themeName = "", .bitmaps = {{1, 1, {0, 0, 0, 0}}}, .size = 24};
     const Image second{.themeName = "", .bitmaps = {{1, 1, {9, 0, 0, 0}}}, .size = 24};
-    for (const auto* image : {&first, &first, &second, &second, &first})
+    for (const auto* image : {&first, &first, &second})
         item->setImage(*image);
-    for (const char* text : {"Quorvel", "Quorvel", "a\nb\uFFFE"})
+    for (const char* text : {"Quorvel", "Quorvel", "other"})
         item->setToolTip(text);
-    EXPECT_EQ(toolTip(), "a b");
-    EXPECT_EQ(panel->signals, (std::map<std::string, int>{{"NewIcon", 3}, {"NewToolTip", 2}}));
+    settle();
+    EXPECT_EQ(panel->signals, (Texts{"NewIcon ", "NewIcon ", "NewToolTip ", "NewToolTip "}));
 }
 
-TEST_F(StatusNotifierItemTest, handsOnWhatAPanelGivesBeforeTheChoiceThatItIsFor) {
-    panel->come();
-    std::vector<std::string> happened;
-    StatusNotifierBar hearing(bus, nullptr, [&](const std::string& token) { happened.push_back(token); });
-    item = hearing.makeStatusItem();
-    ASSERT_TRUE(registered(1));
-    const auto target = std::make_shared<CountingTarget>();
-    target->andThen = [&] { happened.push_back("chosen"); };
-    item->setMenu(menuOf({actionItem("a", target)}));
-    const auto chosen = panel->menu(name).root.named("a").id;
-    panel->call(name, "/StatusNotifierItem", "org.kde.StatusNotifierItem", "ProvideXdgActivationToken", "s",
-                "token");
-    EXPECT_TRUE(panel->click(name, chosen));
-    ASSERT_TRUE(runUntil(queue, [&] { return happened.size() >= 2; }));
-    EXPECT_EQ(happened, (std::vector<std::string>{"token", "chosen"}));
-}
-
-void useAll(StatusItem& item) {
-    item.setImage({.themeName = "q", .bitmaps = {{1, 1, {0, 0, 0, 0}}}, .size = 24});
-    item.setToolTip("Quorvel");
-    item.setMenu(menuOf({actionItem("a")}));
+TEST_F(StatusNotifierItemTest, isTheSameInATrayWhichIsSearchedOnlyWhereThereMayBeOne) {
+    makeItem(bus);
+    settle();
+    EXPECT_EQ(tray->hides, 0);
+    makeItem(bus, true);
+    EXPECT_TRUE(runUntil(queue, [&] { return tray->hides == 1; })) << "the search has begun";
+    useAll();
+    EXPECT_EQ(tray->image.themeName, "q");
+    EXPECT_EQ(tray->toolTip, "Quorvel");
+    EXPECT_EQ(displayTitle(tray->menu->items.at(0)), "a");
 }
 
 TEST_F(StatusNotifierItemTest, staysUsableWhenTheBusIsLost) {
@@ -200,18 +164,18 @@ TEST_F(StatusNotifierItemTest, staysUsableWhenTheBusIsLost) {
     daemon.end();
     ASSERT_TRUE(runUntil(queue, [&] { return lost > 0; }));
     EXPECT_EQ(bus.connection(), nullptr);
-    useAll(*item);
+    useAll();
     // Neither end of the lost connection keeps the loop busy.
     int turns = 0;
     while (turns < 100 && sd_event_run(queue.event(), 0) > 0)
         ++turns;
     EXPECT_LT(turns, 100);
     EXPECT_EQ(lost, 1);
-    item = bar.makeStatusItem();
-    useAll(*item);
+    makeItem(bus);
+    useAll();
 }
 
-TEST(SessionBus, saysPlainlyThatThereIsNoBusAndLetsTheProgramGoOn) {
+TEST_F(StatusNotifierItemTest, saysPlainlyThatThereIsNoBusAndLetsTheProgramGoOn) {
     struct Row {
         const char* address;
         const char* expected;
@@ -224,17 +188,185 @@ TEST(SessionBus, saysPlainlyThatThereIsNoBusAndLetsTheProgramGoOn) {
     unsetenv("XDG_RUNTIME_DIR");
     for (const auto& [address, expected] : rows) {
         address ? setenv("DBUS_SESSION_BUS_ADDRESS", address, 1) : unsetenv("DBUS_SESSION_BUS_ADDRESS");
-        EventQueue queue;
-        SessionBus bus(queue);
-        const auto connected = bus.connect();
+        SessionBus none(queue);
+        const auto connected = none.connect();
         ASSERT_FALSE(connected);
         EXPECT_EQ(connected.error(), expected);
-        StatusNotifierBar bar(bus);
-        const auto item = bar.makeStatusItem();
-        useAll(*item);
-        EXPECT_EQ(sd_event_run(queue.event(), 0), 0);
+        makeItem(none, true);
+        useAll();
+        EXPECT_TRUE(runUntil(queue, [&] { return tray->hides == 1; })) << "the search for a tray has begun";
+        item.reset();
     }
-    unsetenv("DBUS_SESSION_BUS_ADDRESS");
+}
+
+TEST_F(StatusNotifierItemTest, announcesEachMenuOnceAndKeepsNothingOfThoseBefore) {
+    start();
+    std::weak_ptr<CountingTarget> last;
+    for (std::uint32_t count = 1; count <= 5; ++count) {
+        auto target = std::make_shared<CountingTarget>();
+        const auto before = std::exchange(last, target);
+        const auto label = "menu " + std::to_string(count);
+        item->setMenu(menuOf({actionItem(label, std::move(target))}));
+        tray->menu.reset();
+        EXPECT_TRUE(before.expired());
+        const auto shown = panel->menu(name);
+        EXPECT_EQ(shown.revision, count);
+        EXPECT_TRUE(shown.root.has(label));
+    }
+    EXPECT_EQ(panel->layoutUpdates, (std::vector<std::uint32_t>{1, 2, 3, 4, 5}));
+    EXPECT_EQ(panel->signals, Texts{});
+}
+
+TEST_F(StatusNotifierItemTest, sendsEveryItemAsItReads) {
+    start();
+    auto quit = actionItem("Quit");
+    quit.keyEquivalent = "q";
+    auto checked = actionItem("Color Icon");
+    checked.state = MenuItem::State::on;
+    auto unchecked = actionItem("Open at Login");
+    unchecked.state = MenuItem::State::off;
+    auto update = submenuItem("Up_date\t", {submenuItem("Open", {actionItem("App Page")})});
+    update.image = BundleIcon{"/A.app"};
+    auto disabled = MenuItem{};
+    disabled.title = {{"No Updates Available"}};
+    disabled.isEnabled = false;
+    item->setMenu(menuOf({MenuItem::separator(), quit, checked, unchecked, update, disabled}));
+
+    EXPECT_EQ(onMenu("GetLayout", "iias", 0, -1, 0),
+              "1 (0 [children-display=submenu] [(1 [type=separator] []) (2 [label=Quit "
+              "shortcut=[[Control q]]] []) (3 [label=Color Icon toggle-type=checkmark toggle-state=1] []) "
+              "(4 [label=Open at Login toggle-type=checkmark toggle-state=0] []) (5 [label=Up__date  "
+              "children-display=submenu icon-data=" +
+                  std::to_string(MenuLayout::genericIcon().size()) +
+                  " bytes] [(7 [label=Open children-display=submenu] [(8 [label=App Page] [])])]) "
+                  "(6 [label=No Updates Available enabled=false] [])])");
+    // No deeper, and no more of each, than was asked for.
+    EXPECT_EQ(onMenu("GetLayout", "iias", 5, 0, 1, "label"), "1 (5 [label=Up__date ] [])");
+    EXPECT_EQ(onMenu("GetLayout", "iias", 5, 1, 1, "label"), "1 (5 [label=Up__date ] [(7 [label=Open] [])])");
+}
+
+TEST_F(StatusNotifierItemTest, picturesThatComeLaterAreOneSignal) {
+    start();
+    const auto with = [](const char* bundle) {
+        auto made = actionItem(bundle);
+        made.image = BundleIcon{bundle};
+        return made;
+    };
+    item->setMenu(menuOf({with("/Old.app")}));
+    item->setMenu(menuOf({with("/A.app"), submenuItem("sub", {with("/B.app"), with("/C.app")})}));
+    EXPECT_EQ(icons.listed, (std::vector<BundleIcon>{{"/A.app"}, {"/B.app"}, {"/C.app"}}));
+    icons.come({{"/A.app", {1, 2, 3}}, {"/C.app", {4}}});
+    icons.come({{"/Old.app", {5}}});
+    settle();
+    // Nothing is taken away: hosts differ in which half of the signal they read first.
+    EXPECT_EQ(panel->signals,
+              Texts{"ItemsPropertiesUpdated [(2 [icon-data=[1 2 3]]) (5 [icon-data=[4]])] []"});
+    EXPECT_EQ(panel->layoutUpdates.size(), 2U) << "it is still the same menu";
+    EXPECT_EQ(panel->menu(name).root.named("/C.app").properties.at("icon-data"), "[4]");
+    item.reset();
+    icons.come({{"/B.app", {}}});
+}
+
+TEST_F(StatusNotifierItemTest, runsTheActionOfAChosenItemOnceAfterTheTokenForIt) {
+    start();
+    const auto noting = [this](const char* title) {
+        auto target = std::make_shared<CountingTarget>();
+        target->andThen = [this, title] { happened.push_back(title); };
+        return actionItem(title, std::move(target));
+    };
+    auto disabled = noting("disabled");
+    disabled.isEnabled = false;
+    item->setMenu(menuOf({noting("other"), submenuItem("sub", {noting("it"), noting("last")}), disabled}));
+    const auto root = panel->menu(name).root;
+    EXPECT_TRUE(panel->click(name, root.named("it").id, "hovered"));
+    EXPECT_TRUE(panel->click(name, root.named("it").id, "opened"));
+    EXPECT_TRUE(panel->click(name, root.named("disabled").id));
+    EXPECT_TRUE(panel->click(name, root.named("sub").id));
+    panel->call(name, "/StatusNotifierItem", "org.kde.StatusNotifierItem", "ProvideXdgActivationToken", "s",
+                "token");
+    EXPECT_TRUE(panel->click(name, root.named("it").id));
+    EXPECT_TRUE(panel->click(name, root.named("last").id));
+    EXPECT_TRUE(runUntil(queue, [&] { return !happened.empty() && happened.back() == "last"; }));
+    EXPECT_EQ(happened, (Texts{"token", "it", "last"}));
+}
+
+/// Choosing "Color Icon" brings a new menu while the action of the old one still runs.
+TEST_F(StatusNotifierItemTest, letsAnActionReplaceTheMenuThatHoldsIt) {
+    start();
+    auto target = std::make_shared<CountingTarget>();
+    const std::weak_ptr<CountingTarget> watched = target;
+    bool wasAlive = false, isDone = false;
+    target->andThen = [&] {
+        item->setMenu(menuOf({actionItem("new")}));
+        wasAlive = !watched.expired();
+        isDone = true;
+    };
+    item->setMenu(menuOf({actionItem("old", std::move(target))}));
+    EXPECT_TRUE(panel->click(name, panel->menu(name).root.named("old").id));
+    ASSERT_TRUE(runUntil(queue, [&] { return isDone; }));
+    EXPECT_TRUE(wasAlive);
+    EXPECT_TRUE(watched.expired());
+    EXPECT_TRUE(panel->menu(name).root.has("new"));
+}
+
+TEST_F(StatusNotifierItemTest, answersTheCallsForItemsThatAreThereAndForStaleOnes) {
+    start();
+    const auto target = std::make_shared<CountingTarget>();
+    item->setMenu(menuOf({actionItem("gone")}));
+    item->setMenu(menuOf({actionItem("a", target), MenuItem::separator()}));
+    constexpr int stale = 1, id = 2;
+    const auto label = "[(2 [label=a])]";
+    const std::string invalid = SD_BUS_ERROR_INVALID_ARGS;
+    EXPECT_EQ(onMenu("Event", "isvu", stale, "clicked", "s", "", 0U), invalid);
+    EXPECT_EQ(onMenu("EventGroup", "a(isvu)", 3, id, "clicked", "s", "", 0U, stale, "clicked", "i", 7, 0U, id,
+                     "opened", "s", "", 0U),
+              "[1]");
+    EXPECT_TRUE(runUntil(queue, [&] { return target->count > 0; }));
+    EXPECT_EQ(onMenu("AboutToShow", "i", id), "false") << "nothing is filled in on showing";
+    EXPECT_EQ(onMenu("AboutToShow", "i", stale), invalid);
+    EXPECT_EQ(onMenu("AboutToShowGroup", "ai", 3, 0, stale, id), "[] [1]");
+    EXPECT_EQ(onMenu("GetGroupProperties", "aias", 2, stale, id, 1, "label"), label);
+    EXPECT_EQ(onMenu("GetGroupProperties", "aias", 0, 0),
+              "[(0 [children-display=submenu]) (2 [label=a]) (3 [type=separator])]");
+    EXPECT_EQ(onMenu("GetProperty", "is", id, "label"), "a");
+    EXPECT_EQ(onMenu("GetProperty", "is", id, "enabled"), invalid) << "it has its default value";
+    EXPECT_EQ(onMenu("GetProperty", "is", stale, "label"), invalid);
+    EXPECT_EQ(onMenu("GetLayout", "iias", stale, -1, 0), invalid);
+    EXPECT_EQ(target->count, 1);
+}
+
+/// A watcher on the bus that does or does not know of a host.
+class StatusNotifierWatcherTest : public StatusNotifierItemTest {
+protected:
+    bool reports(const std::vector<bool>& expected) {
+        const bool came = runUntil(queue, [&] { return reported.size() >= expected.size(); });
+        return came && reported == expected;
+    }
+
+    std::vector<bool> reported;
+    StatusNotifierWatcher::HostsChanged report = [this](bool areThere) { reported.push_back(areThere); };
+};
+
+TEST_F(StatusNotifierWatcherTest, reportsEachChangeOfTheHostsOnce) {
+    const StatusNotifierWatcher watcher(bus, report);
+    EXPECT_TRUE(reports({false}));
+    panel->come();
+    EXPECT_TRUE(reports({false, true}));
+    panel->leave();
+    EXPECT_TRUE(reports({false, true, false}));
+    panel->setHost(false);
+    panel->come();
+    panel->setHost(true);
+    EXPECT_TRUE(reports({false, true, false, true}));
+    panel->setHost(false);
+    EXPECT_TRUE(reports({false, true, false, true, false}));
+}
+
+TEST_F(StatusNotifierWatcherTest, oneThatDoesNotKnowTheQuestionHostsItsItemsItself) {
+    panel->come();
+    panel->forgetObjects();
+    const StatusNotifierWatcher watcher(bus, report);
+    EXPECT_TRUE(reports({true}));
 }
 
 }  // namespace

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/linux/statusitem/TrayItem.h"
+#include "support/FakeQueue.h"
+
+namespace quorvel {
+
+/// Notes when it was asked to show itself, on a queue of the test; a tray is there once the test says so.
+struct FakeTrayItem final : TrayItem {
+    explicit FakeTrayItem(FakeQueue* testQueue = nullptr) : queue(testQueue) {}
+
+    void setImage(const Image& newImage) override { image = newImage; }
+    void setToolTip(const std::string& text) override { toolTip = text; }
+    void setMenu(std::shared_ptr<const Menu> newMenu) override { menu = std::move(newMenu); }
+
+    void show(std::function<void()> onMissing) override {
+        shows.push_back(queue->now);
+        isShown = hasTray;
+        missing = std::move(onMissing);
+        if (!hasTray) queue->post(missing);
+    }
+    void hide() override {
+        isShown = false;
+        ++hides;
+    }
+
+    void lose() {
+        if (isShown) queue->post(missing);
+        isShown = false;
+    }
+
+    FakeQueue* queue;
+    std::vector<FakeQueue::Duration> shows;
+    bool hasTray = false;
+    bool isShown = false;
+    int hides = 0;
+    std::function<void()> missing;
+    Image image;
+    std::string toolTip;
+    std::shared_ptr<const Menu> menu;
+};
+
+}  // namespace quorvel

@@ -37,13 +37,8 @@ EventQueue::EventQueue() {
 
 EventQueue::~EventQueue() {
     // Dropping a task destroys what it captured, which may post once more: from here on that does nothing.
-    std::deque<Task> droppedTasks;
-    {
-        const std::lock_guard lock(mutex);
-        isClosed = true;
-        droppedTasks.swap(waiting);
-    }
-    const auto droppedDelayedTasks = std::exchange(delayed, {});
+    const std::lock_guard lock(mutex);
+    isClosed = true;
 }
 
 void EventQueue::addWakeSource() {

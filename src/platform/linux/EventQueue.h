@@ -71,8 +71,9 @@ private:
     std::atomic<bool> quitting = false;
 
     std::mutex mutex;
-    std::deque<Task> waiting;
+    /// Outlives the tasks.
     bool isClosed = false;
+    std::deque<Task> waiting;
     /// An eventfd, readable as long as `waiting` holds something.
     FileDescriptor wakeSignal;
     EventSource wakeSource;

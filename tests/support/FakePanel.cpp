@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <gtest/gtest.h>
 #include <string_view>
+#include <utility>
 
 namespace quorvel {
 
@@ -131,6 +132,7 @@ void FakePanel::setHost(bool isThere) {
 }
 
 int FakePanel::isHostRegistered(sd_bus_message* reply) {
+    if (std::exchange(leavesWhenAsked, false)) leave();
     return sd_bus_message_append(reply, "b", hasHost ? 1 : 0);
 }
 

@@ -48,6 +48,8 @@ public:
     void setHost(bool isThere);
     /// From now on it is a watcher that answers nothing.
     void forgetObjects() { watcherSlot.reset(); }
+    /// The watcher gives up its name when it is next asked for a host, and answers then.
+    bool leavesWhenAsked = false;
 
     /// Every registration, in order: the name given and the connection it came from.
     struct Registration {

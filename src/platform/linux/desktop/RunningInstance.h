@@ -18,7 +18,7 @@ public:
     enum class Claim {
         first,    ///< this process is the session's instance
         another,  ///< there is one already
-        unknown,  ///< without a bus nobody can tell
+        unknown,  ///< without a bus nobody can know
     };
 
     /// Waits for the bus to answer.

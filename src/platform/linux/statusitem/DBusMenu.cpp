@@ -16,7 +16,6 @@ constexpr const char* interfaceName = "com.canonical.dbusmenu";
 /// A single underscore would vanish and underline the character behind it.
 std::string withDoubledUnderscores(std::string_view title) {
     std::string label;
-    label.reserve(title.size());
     for (const char byte : title) {
         if (byte == '_') label += '_';
         label += byte;

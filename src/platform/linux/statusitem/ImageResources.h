@@ -26,7 +26,7 @@ class ImageResources : public ImageCatalog {
 public:
     explicit ImageResources(std::span<const EmbeddedPicture> pictures = embeddedPictures());
 
-    /// The pixels are those of the coloured look, and their alpha is the template's shape. Bitmaps that
+    /// The pixels are those of the coloured style, and their alpha is the template's shape. Bitmaps that
     /// cannot be decoded are left out.
     std::optional<Image> imageNamed(const std::string& name) const override;
     /// Always none: this platform has no pictures of its own that every desktop could show.

@@ -19,7 +19,8 @@ class StatusNotifierItemTest : public testing::Test {
 protected:
     void SetUp() override {
         if (!daemon.reasonToSkip().empty()) GTEST_SKIP() << daemon.reasonToSkip();
-        setenv("XDG_DATA_HOME", themes.path.c_str(), 1);
+        unsetenv("XDG_DATA_HOME");
+        setenv("HOME", themes.path.c_str(), 1);
         setenv("XDG_DATA_DIRS", ("relative:" + moreThemes.path.string()).c_str(), 1);
         ASSERT_TRUE(bus.connect());
         const char* own = nullptr;
@@ -107,7 +108,8 @@ TEST_F(StatusNotifierItemTest, answersEveryPropertyOfTheInterface) {
 /// A panel recolours by the name; one that it cannot find is drawn as nothing by some, whatever pixels are
 /// there. Pixels are ARGB in network order, and grey for a template.
 TEST_F(StatusNotifierItemTest, namesTheIconOnlyWhereItIsFoundAndSendsItsPixels) {
-    themes.write("icons/hicolor/symbolic/apps/here-symbolic.svg", "<svg/>");
+    themes.write(".local/share/icons/hicolor/symbolic/apps/here-symbolic.svg", "<svg/>");
+    themes.write("chosen/icons/hicolor/scalable/apps/chosen.svg", "<svg/>");
     moreThemes.write("icons/hicolor/scalable/apps/here.svg", "<svg/>");
     start();
     const std::string colours = "[(2 1 [4 1 2 3 253 250 251 252])]";
@@ -117,7 +119,7 @@ TEST_F(StatusNotifierItemTest, namesTheIconOnlyWhereItIsFoundAndSendsItsPixels) 
         bool isTemplate;
         std::string name, path, pixels;
     } rows[] = {
-        {"here", true, "here-symbolic", themes.path / "icons", greys},
+        {"here", true, "here-symbolic", themes.path / ".local/share/icons", greys},
         {"here", false, "here", moreThemes.path / "icons", colours},
         {"nowhere", true, "", "", greys},
         {"nowhere", false, "", "", colours},
@@ -131,6 +133,9 @@ TEST_F(StatusNotifierItemTest, namesTheIconOnlyWhereItIsFoundAndSendsItsPixels) 
         EXPECT_EQ(panel->property(name, "IconThemePath"), row.path) << row.themeName << row.isTemplate;
         EXPECT_EQ(panel->property(name, "IconPixmap"), row.pixels) << row.themeName << row.isTemplate;
     }
+    setenv("XDG_DATA_HOME", (themes.path / "chosen").c_str(), 1);
+    item->setImage({.themeName = "chosen", .bitmaps = {}, .size = 24});
+    EXPECT_EQ(panel->property(name, "IconName"), "chosen");
 }
 
 TEST_F(StatusNotifierItemTest, announcesAnImageOrAToolTipOnlyWhenItChanges) {
@@ -145,10 +150,7 @@ TEST_F(StatusNotifierItemTest, announcesAnImageOrAToolTipOnlyWhenItChanges) {
     EXPECT_EQ(panel->signals, (Texts{"NewIcon ", "NewIcon ", "NewToolTip ", "NewToolTip "}));
 }
 
-TEST_F(StatusNotifierItemTest, isTheSameInATrayWhichIsSearchedOnlyWhereThereMayBeOne) {
-    makeItem(bus);
-    settle();
-    EXPECT_EQ(tray->hides, 0);
+TEST_F(StatusNotifierItemTest, isTheSameInATrayWhichIsSearchedWhileNoPanelIsThere) {
     makeItem(bus, true);
     EXPECT_TRUE(runUntil(queue, [&] { return tray->hides == 1; })) << "the search has begun";
     useAll();
@@ -192,10 +194,15 @@ TEST_F(StatusNotifierItemTest, saysPlainlyThatThereIsNoBusAndLetsTheProgramGoOn)
         const auto connected = none.connect();
         ASSERT_FALSE(connected);
         EXPECT_EQ(connected.error(), expected);
-        makeItem(none, true);
-        useAll();
-        EXPECT_TRUE(runUntil(queue, [&] { return tray->hides == 1; })) << "the search for a tray has begun";
-        item.reset();
+        for (const bool mayHaveTray : {false, true}) {
+            makeItem(none, mayHaveTray);
+            useAll();
+            bool isLater = false;
+            queue.post([&] { isLater = true; });
+            EXPECT_TRUE(runUntil(queue, [&] { return isLater; }));
+            EXPECT_EQ(tray->hides, mayHaveTray ? 1 : 0) << "whether the search for a tray has begun";
+            item.reset();
+        }
     }
 }
 
@@ -352,14 +359,26 @@ TEST_F(StatusNotifierWatcherTest, reportsEachChangeOfTheHostsOnce) {
     EXPECT_TRUE(reports({false}));
     panel->come();
     EXPECT_TRUE(reports({false, true}));
-    panel->leave();
-    EXPECT_TRUE(reports({false, true, false}));
     panel->setHost(false);
-    panel->come();
+    EXPECT_TRUE(reports({false, true, false}));
     panel->setHost(true);
     EXPECT_TRUE(reports({false, true, false, true}));
-    panel->setHost(false);
+    panel->leave();
     EXPECT_TRUE(reports({false, true, false, true, false}));
+    SessionBus none(queue);
+    const StatusNotifierWatcher nobody(none, report);
+    EXPECT_TRUE(reports({false, true, false, true, false, false}));
+}
+
+TEST_F(StatusNotifierWatcherTest, anAnswerDoesNotCountWhenItsWatcherHasGone) {
+    const StatusNotifierWatcher watcher(bus, report);
+    EXPECT_TRUE(reports({false}));
+    panel->leavesWhenAsked = true;
+    panel->come();
+    ASSERT_TRUE(runUntil(queue, [&] { return !panel->leavesWhenAsked; }));
+    makeItem(bus);
+    settle();
+    EXPECT_EQ(reported, std::vector{false});
 }
 
 TEST_F(StatusNotifierWatcherTest, oneThatDoesNotKnowTheQuestionHostsItsItemsItself) {

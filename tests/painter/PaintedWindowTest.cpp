@@ -8,6 +8,7 @@
 #include <QScrollBar>
 #include <QTableWidget>
 #include <QTest>
+#include <chrono>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <memory>
@@ -17,6 +18,7 @@
 #include "painter/AlertBox.h"
 #include "painter/MenuStyle.h"
 #include "painter/PaintedWindow.h"
+#include "painter/Painter.h"
 #include "painter/Style.h"
 
 namespace quorvel::painter {
@@ -83,6 +85,17 @@ protected:
 
     std::vector<std::string> pressed;
     int closings = 0;
+};
+
+/// How often the widget is laid before all others.
+class Raises final : public QObject {
+public:
+    explicit Raises(QWidget* widget) { widget->installEventFilter(this); }
+    bool eventFilter(QObject*, QEvent* event) override {
+        count += event->type() == QEvent::ZOrderChange ? 1 : 0;
+        return false;
+    }
+    int count = 0;
 };
 
 template <typename Kind>
@@ -156,15 +169,11 @@ TEST_F(PaintedWindowTest, aPressedButtonGivesItsTitle) {
     EXPECT_NE(link->grab().toImage(), clicked) << "who uses keys sees the focus";
 }
 
-TEST_F(PaintedWindowTest, labelsAreInTheFontAndTheColourOfTheirRoleAndNeverMarkup) {
-    const auto window = open(fixed);
-    for (const auto& [index, role, points, isBold] :
-         {std::tuple{0, ColorRole::label, 18, true}, {1, ColorRole::tertiaryLabel, 11, false}}) {
-        auto* const label = child<QLabel>(*window, index);
-        EXPECT_EQ(label->textFormat(), Qt::PlainText);
-        EXPECT_EQ(label->font().pixelSize(), points);
-        EXPECT_EQ(label->font().bold(), isBold);
-        label->setFont(fontFor({FontRole::boldSystem, 18}));
+TEST_F(PaintedWindowTest, labelsStandInTheMiddleInTheFontAndTheColourOfTheirRoleAndAreNeverMarkup) {
+    for (const auto role : {ColorRole::label, ColorRole::secondaryLabel, ColorRole::tertiaryLabel}) {
+        const auto window = open(
+            {"T", 200, 120, false, {Label{{20, 10, 160, 100}, "MMM", {FontRole::boldSystem, 30}, role}}});
+        auto* const label = child<QLabel>(*window);
         const QImage picture = label->grab().toImage();
         QRect inked;
         for (int y = 0; y < picture.height(); ++y) {
@@ -173,9 +182,13 @@ TEST_F(PaintedWindowTest, labelsAreInTheFontAndTheColourOfTheirRoleAndNeverMarku
                     inked |= QRect(x, y, 1, 1);
             }
         }
-        EXPECT_GT(inked.width(), 20) << index;
-        EXPECT_LE((inked.center() - picture.rect().center()).manhattanLength(), 6) << index;
+        EXPECT_GT(inked.width(), 40);
+        EXPECT_LE((inked.center() - picture.rect().center()).manhattanLength(), 6) << static_cast<int>(role);
+        EXPECT_EQ(label->textFormat(), Qt::PlainText);
+        EXPECT_EQ(label->font().pixelSize(), 30);
+        EXPECT_TRUE(label->font().bold());
     }
+    EXPECT_FALSE(child<QLabel>(*open(fixed), 1)->font().bold());
 }
 
 TEST_F(PaintedWindowTest, theTableShowsItsRowsEachOnOneLine) {
@@ -234,8 +247,33 @@ TEST_F(PaintedWindowTest, comesBackWhereItWasLeftUnlessThatScreenIsGone) {
     lost.present(Placement{20'000, 40, 650, 450});
     EXPECT_NE(QGuiApplication::screenAt(lost.geometry().center()), nullptr);
     EXPECT_EQ(lost.size(), QSize(650, 450));
+    left.showMinimized();
+    const Raises raises(&left);
     left.present(std::nullopt);
-    EXPECT_TRUE(QTest::qWaitForWindowActive(&left)) << "it comes to the front";
+    EXPECT_FALSE(left.isMinimized());
+    EXPECT_EQ(raises.count, 1) << "it comes to the front";
+    EXPECT_TRUE(QTest::qWaitForWindowActive(&left));
+}
+
+TEST_F(PaintedWindowTest, anAlertThatIsShownComesToTheFrontWhenItIsRunAgain) {
+    Painter painter(std::chrono::hours(1), [](const Event&) {}, [] {});
+    const auto alerts = [] {
+        std::vector<QWidget*> boxes;
+        for (auto* const widget : QApplication::topLevelWidgets()) {
+            if (widget->inherits("QDialog")) boxes.push_back(widget);
+        }
+        return boxes;
+    };
+    painter.perform(Request(RunAlert{1, "first", "", ""}));
+    ASSERT_EQ(alerts().size(), 1U);
+    QWidget* const first = alerts().front();
+    painter.perform(Request(RunAlert{2, "second", "", ""}));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return QApplication::activeWindow() != first; }));
+    const Raises raises(first);
+    painter.perform(Request(RunAlert{1, "first", "", ""}));
+    EXPECT_EQ(alerts().size(), 2U);
+    EXPECT_EQ(raises.count, 1);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return QApplication::activeWindow() == first; }));
 }
 
 TEST_F(PaintedWindowTest, anAlertShowsAllOfALongTextAsItIsAndStillFitsTheScreen) {

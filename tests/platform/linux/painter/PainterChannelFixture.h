@@ -91,11 +91,14 @@ protected:
     void waitForPresses(std::size_t count) {
         waitFor([&] { return delegate->pressed.size() >= count; });
     }
-    /// Until all that was posted before has run.
+    /// Until all has been handled that was posted or came before; a message takes a few turns of the loop.
     void waitForTurn() {
-        bool isOver = false;
-        queue.post([&] { isOver = true; });
-        waitFor([&] { return isOver; });
+        int turns = 0;
+        const std::function<void()> next = [&] {
+            if (++turns < 40) queue.post(next);
+        };
+        queue.post(next);
+        waitFor([&] { return turns == 40; });
     }
     void waitForNoChild() {
         waitFor([] { return child() < 0; });

@@ -90,8 +90,8 @@ bool runUntil(EventQueue& queue, const std::function<bool()>& condition) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline) return false;
-        constexpr std::uint64_t second = 1'000'000;
-        require(sd_event_run(queue.event(), second));
+        constexpr std::uint64_t microseconds = 5000;  // for what no event announces
+        require(sd_event_run(queue.event(), microseconds));
     }
     return true;
 }

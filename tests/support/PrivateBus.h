@@ -1,10 +1,11 @@
 #pragma once
 
 #include <memory>
-#include <stdlib.h>
+#include <optional>
 #include <string>
 
 #include "support/Process.h"
+#include "support/ScopedVariable.h"
 #include "support/TemporaryFolder.h"
 
 namespace quorvel {
@@ -20,9 +21,8 @@ public:
                             "<allow receive_sender=\"*\"/><allow own=\"*\"/></policy></busconfig>");
         start({"/usr/bin/env", "dbus-daemon", "--config-file=" + configuration.string(), "--print-address",
                "--nofork"});
-        setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
+        variable.emplace("DBUS_SESSION_BUS_ADDRESS", address);
     }
-    ~PrivateBus() { unsetenv("DBUS_SESSION_BUS_ADDRESS"); }
 
     const std::string& reasonToSkip() const { return reason; }
 
@@ -44,6 +44,7 @@ private:
 
     TemporaryFolder folder;
     std::unique_ptr<Process> daemon;
+    std::optional<ScopedVariable> variable;
     std::string reason;
 };
 

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <array>
+#include <csignal>
 #include <fcntl.h>
 #include <poll.h>
-#include <signal.h>
+#include <pty.h>
 #include <spawn.h>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -18,25 +20,29 @@ namespace quorvel {
 /// A program that the test starts; ended with SIGTERM, if it still runs, when the test is over.
 class Process {
 public:
-    explicit Process(std::vector<std::string> arguments) {
-        std::array<int, 2> outPipe{}, errPipe{};
-        if (pipe2(outPipe.data(), O_CLOEXEC) != 0 || pipe2(errPipe.data(), O_CLOEXEC) != 0) {
-            throw std::runtime_error("no pipe");
-        }
+    /// With a number of columns, standard output is a terminal of that width, and standard error with it.
+    explicit Process(std::vector<std::string> arguments, unsigned short columns = 0) {
+        std::array<int, 2> outEnds{}, errEnds{};
+        winsize size{.ws_row = 24, .ws_col = columns, .ws_xpixel = 0, .ws_ypixel = 0};
+        const int opened = columns == 0 ? pipe2(outEnds.data(), O_CLOEXEC)
+                                        : openpty(&outEnds[0], &outEnds[1], nullptr, nullptr, &size);
+        if (opened != 0 || pipe2(errEnds.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+        for (const int end : outEnds)
+            fcntl(end, F_SETFD, FD_CLOEXEC);
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, outPipe[1], STDOUT_FILENO);
-        posix_spawn_file_actions_adddup2(&actions, errPipe[1], STDERR_FILENO);
+        posix_spawn_file_actions_adddup2(&actions, outEnds[1], STDOUT_FILENO);
+        posix_spawn_file_actions_adddup2(&actions, columns == 0 ? errEnds[1] : outEnds[1], STDERR_FILENO);
         std::vector<char*> list;
         for (auto& argument : arguments)
             list.push_back(argument.data());
         list.push_back(nullptr);
         const int failure = posix_spawn(&pid, list[0], &actions, nullptr, list.data(), environ);
         posix_spawn_file_actions_destroy(&actions);
-        close(outPipe[1]);
-        close(errPipe[1]);
-        out = outPipe[0];
-        err = errPipe[0];
+        close(outEnds[1]);
+        close(errEnds[1]);
+        out = outEnds[0];
+        err = errEnds[0];
         if (failure != 0) throw std::runtime_error("cannot start " + arguments[0]);
     }
 
@@ -96,5 +102,11 @@ private:
     pid_t pid = 0;
     int out = -1, err = -1;
 };
+
+/// Runs a program, searched in PATH, to its end.
+inline Process::Result run(std::vector<std::string> words) {
+    words.insert(words.begin(), "/usr/bin/env");
+    return Process(std::move(words)).finish();
+}
 
 }  // namespace quorvel

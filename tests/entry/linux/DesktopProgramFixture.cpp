@@ -1,8 +1,5 @@
 #include "entry/linux/DesktopProgramFixture.h"
 
-#include <chrono>
-#include <csignal>
-#include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
@@ -10,86 +7,63 @@ namespace quorvel {
 
 DesktopProgramFixture::DesktopProgramFixture() {
     for (const char* variable : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_DATA_DIRS"})
-        setenv(variable, folder.path.c_str(), 1);
+        environment.emplace_back(variable, folder.path.string());
 }
 
-void DesktopProgramFixture::watchSession() {
-    panel = std::make_unique<FakePanel>(queue);
-}
-
-void DesktopProgramFixture::startCatalog(std::vector<std::string> options) {
-    std::vector<std::string> arguments{PROGRAM_FOLDER "/quorvel-catalog", "--data",
-                                       SOURCE_ROOT "/demo/catalog.json", "--record",
-                                       (folder.path / "record").string()};
+void DesktopProgramFixture::startCatalog(const Words& options) {
+    Words arguments{PROGRAM_FOLDER "/quorvel-catalog", "--data", SOURCE_ROOT "/demo/catalog.json", "--record",
+                    (folder.path / "record").string()};
     arguments.insert(arguments.end(), options.begin(), options.end());
     catalog = std::make_unique<Process>(std::move(arguments));
     url = catalog->readLine();
 }
 
-void DesktopProgramFixture::endCatalog() {
-    if (catalog) catalog->signal(SIGKILL);
-    catalog.reset();
-}
-
-void DesktopProgramFixture::restartCatalog(std::vector<std::string> options) {
-    endCatalog();
-    const auto colon = url.rfind(':') + 1;
-    options.insert(options.end(), {"--port", url.substr(colon, url.find('/', colon) - colon)});
-    startCatalog(std::move(options));
-}
-
-std::vector<std::string> DesktopProgramFixture::command() const {
-    return {PROGRAM_FOLDER "/quorvel",
+DesktopProgramFixture::Words DesktopProgramFixture::command() const {
+    // The folder is named from where the program starts, which a start at login does elsewhere.
+    return {"/usr/bin/env",
+            "--chdir=" + folder.path.string(),
+            PROGRAM_FOLDER "/quorvel",
+            "--data-dir",
+            "storage",
             "--system-root",
             SOURCE_ROOT "/demo/system",
             "--catalog",
-            url,
-            "--data-dir",
-            (folder.path / "storage").string()};
+            url};
 }
 
-std::vector<std::string> DesktopProgramFixture::commandWith(const std::vector<std::string>& options) const {
+int DesktopProgramFixture::statusOfSecondStart(const Words& options) const {
     auto words = command();
     words.insert(words.end(), options.begin(), options.end());
-    return words;
+    return Process(std::move(words)).finish().status;
 }
 
-void DesktopProgramFixture::start() {
-    const auto before = panel->registrations.size();
-    program = std::make_unique<Process>(command());
-    ASSERT_TRUE(waitForRegistration(before + 1));
+void DesktopProgramFixture::start(const Words& before) {
+    auto words = command();
+    words.insert(words.begin(), before.begin(), before.end());
+    const auto seen = panel->layoutUpdates.size();
+    program = std::make_unique<Process>(std::move(words));
+    ASSERT_TRUE(comesTrue([&] { return panel->layoutUpdates.size() > seen; }));
 }
 
-bool DesktopProgramFixture::waitForRegistration(std::size_t count) {
-    const bool came = runUntil(queue, [&] { return panel->registrations.size() >= count; });
-    if (came) item = panel->registrations.back().sender;
-    return came;
-}
-
-bool DesktopProgramFixture::comesTrue(const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        bool isTimeToLook = false;
-        queue.postAfter(std::chrono::milliseconds(5), [&] { isTimeToLook = true; });
-        runUntil(queue, [&] { return isTimeToLook; });
-    }
-    return true;
+ShownMenu DesktopProgramFixture::menuWhere(const std::function<bool(const ShownItem& root)>& condition) {
+    ShownMenu menu;
+    std::size_t seen = 0;
+    do {
+        seen = panel->layoutUpdates.size();
+        menu = panel->menu(item);
+        if (condition(menu.root)) return menu;
+    } while (comesTrue([&] { return panel->layoutUpdates.size() > seen; }));
+    ADD_FAILURE() << "the menu does not come";
+    return menu;
 }
 
 ShownMenu DesktopProgramFixture::menuWith(const std::string& label) {
-    for (int turn = 0; turn < 20; ++turn) {
-        const auto seen = panel->layoutUpdates.size();
-        auto menu = panel->menu(item);
-        if (menu.root.has(label)) return menu;
-        if (!runUntil(queue, [&] { return panel->layoutUpdates.size() > seen; })) break;
-    }
-    ADD_FAILURE() << "no menu came with " << label;
-    return {};
+    SCOPED_TRACE(label);
+    return menuWhere([&](const ShownItem& root) { return root.has(label); });
 }
 
-std::vector<std::string> DesktopProgramFixture::recordedMessages() const {
-    std::vector<std::string> messages;
+DesktopProgramFixture::Words DesktopProgramFixture::recordedMessages() const {
+    Words messages;
     std::istringstream lines(folder.read("record"));
     for (std::string line; std::getline(lines, line);) {
         // The catalog is still writing it.

@@ -2,12 +2,14 @@
 
 #include <functional>
 #include <gtest/gtest.h>
+#include <list>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "support/FakePanel.h"
 #include "support/Process.h"
+#include "support/ScopedVariable.h"
 #include "support/TemporaryFolder.h"
 
 namespace quorvel {
@@ -16,43 +18,42 @@ namespace quorvel {
 /// that the environment names; its files are in the test's folder.
 class DesktopProgramFixture : public testing::Test {
 protected:
+    using Words = std::vector<std::string>;
+
     DesktopProgramFixture();
 
     /// Makes `panel`, for which the session bus must be there.
-    void watchSession();
-    void startCatalog(std::vector<std::string> options = {});
-    /// At once, with the connections that it holds.
-    void endCatalog();
-    /// At the address that the program knows.
-    void restartCatalog(std::vector<std::string> options = {});
+    void watchSession() { panel = std::make_unique<FakePanel>(queue); }
+    void startCatalog(const Words& options = {});
 
-    virtual std::vector<std::string> command() const;
-    std::vector<std::string> commandWith(const std::vector<std::string>& options) const;
+    virtual Words command() const;
+    /// Of a program that is started while the first one runs.
+    int statusOfSecondStart(const Words& options = {}) const;
 
-    /// Starts the program; its item is on the panel that the test plays afterwards.
-    void start();
-    bool waitForRegistration(std::size_t count);
+    /// Starts the program, behind the words of another if it needs one; it has a menu afterwards.
+    void start(const Words& before = {});
 
-    /// Like runUntil, also for what no event of the loop tells.
-    bool comesTrue(const std::function<bool()>& condition);
+    bool comesTrue(const std::function<bool()>& condition) { return runUntil(queue, condition); }
 
-    /// The newest menu once it has an item of that label.
+    /// The newest menu once `condition` holds for it, or once it has an item of that label.
+    ShownMenu menuWhere(const std::function<bool(const ShownItem& root)>& condition);
     ShownMenu menuWith(const std::string& label);
-    bool choose(const ShownItem& chosen) { return panel->click(item, chosen.id); }
-    bool choose(const std::string& label) { return choose(menuWith(label).root.named(label)); }
+    void choose(const ShownItem& chosen) { EXPECT_TRUE(panel->click(item, chosen.id)); }
+    void choose(const std::string& label) { choose(menuWith(label).root.named(label)); }
 
     /// What the catalog was asked, in order: tracking events by their message, others by their path.
-    std::vector<std::string> recordedMessages() const;
+    Words recordedMessages() const;
     std::string log() const { return folder.read("storage/error.log"); }
 
+    static constexpr const char* item = "com.ob.quorvel";
+    static constexpr const char* found = "New Versions Available (15)";
+
     TemporaryFolder folder;
+    std::list<ScopedVariable> environment;
     EventQueue queue;
     std::unique_ptr<FakePanel> panel;
-    std::unique_ptr<Process> catalog;
+    std::unique_ptr<Process> catalog, program;
     std::string url;
-    std::unique_ptr<Process> program;
-    /// The bus name under which the program's item is called.
-    std::string item;
 };
 
 }  // namespace quorvel

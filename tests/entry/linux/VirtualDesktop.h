@@ -1,17 +1,16 @@
 #pragma once
 
 #include <algorithm>
-#include <cstddef>
 #include <cstdio>
-#include <fstream>
+#include <list>
 #include <memory>
 #include <optional>
-#include <stdlib.h>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "support/Process.h"
+#include "support/ScopedVariable.h"
 #include "support/TemporaryFolder.h"
 
 namespace quorvel {
@@ -21,26 +20,22 @@ namespace quorvel {
 class VirtualDesktop {
 public:
     VirtualDesktop() {
-        for (const char* tool : {"Xvfb", "xfce4-panel", "trayer", "xdotool", "xclip", "import", "weston"}) {
+        for (const char* tool :
+             {"Xvfb", "xfce4-panel", "trayer", "xdotool", "xclip", "import", "weston", "pgrep"}) {
             if (run({"which", tool}).status != 0) {
                 reason = std::string(tool) + " is not installed";
                 return;
             }
         }
         // Ends by itself should the test be killed.
-        constexpr const char* tell =
+        constexpr const char* script =
             "printf '%s\\n' \"$DISPLAY\" \"$DBUS_SESSION_BUS_ADDRESS\" \"$HOME\"; exec sleep 115";
         desktop = std::make_unique<Process>(
-            std::vector<std::string>{SOURCE_ROOT "/tools/virtual-desktop", "sh", "-c", tell});
-        setenv("DISPLAY", desktop->readLine().c_str(), 1);
-        setenv("DBUS_SESSION_BUS_ADDRESS", desktop->readLine().c_str(), 1);
+            std::vector<std::string>{SOURCE_ROOT "/tools/virtual-desktop", "sh", "-c", script});
+        environment.emplace_back("DISPLAY", desktop->readLine());
+        environment.emplace_back("DBUS_SESSION_BUS_ADDRESS", desktop->readLine());
         home = desktop->readLine();
         if (home.empty()) throw std::runtime_error("no virtual desktop: " + desktop->finish().errors);
-    }
-    ~VirtualDesktop() {
-        for (const char* variable : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "XDG_RUNTIME_DIR"})
-            unsetenv(variable);
-        unsetenv("DBUS_SESSION_BUS_ADDRESS");
     }
 
     const std::string& reasonToSkip() const { return reason; }
@@ -59,10 +54,9 @@ public:
                       "0x202020"});
     }
 
-    /// A Wayland compositor that fills the screen. What is started afterwards is its client, until the test
-    /// ends.
-    static std::unique_ptr<Process> startCompositor(const TemporaryFolder& folder) {
-        setenv("XDG_RUNTIME_DIR", folder.path.c_str(), 1);
+    /// A Wayland compositor that fills the screen. What is started afterwards is its client.
+    std::unique_ptr<Process> startCompositor(const TemporaryFolder& folder) {
+        environment.emplace_back("XDG_RUNTIME_DIR", folder.path.string());
         folder.write("weston.ini",
                      "[shell]\npanel-position=none\nstartup-animation=none\n"
                      "background-color=0xff305070\n");
@@ -70,9 +64,46 @@ public:
                                  "--height=700", "--idle-time=0", "--socket=wayland-test",
                                  "--config=" + folder.path.string() + "/weston.ini",
                                  "--log=" + folder.path.string() + "/weston.log"});
-        setenv("WAYLAND_DISPLAY", "wayland-test", 1);
-        setenv("QT_QPA_PLATFORM", "wayland", 1);
+        environment.emplace_back("WAYLAND_DISPLAY", "wayland-test");
+        environment.emplace_back("QT_QPA_PLATFORM", "wayland");
         return compositor;
+    }
+
+    /// Takes the display from under its programs.
+    void endDisplay() const { kill(childOf(desktop->id(), "Xvfb"), SIGTERM); }
+
+    /// The child that runs the program of this name; 0 when there is none.
+    static pid_t childOf(pid_t parent, const std::string& program) {
+        const auto found = run({"pgrep", "-x", "-P", std::to_string(parent), program}).output;
+        return found.empty() ? 0 : std::stoi(found);
+    }
+
+    /// The visible window with exactly that title; empty when there is none.
+    static std::string windowNamed(const std::string& title) {
+        return windowWith("--name", "^" + title + "$");
+    }
+    /// Any visible window of the painter, an icon in a tray too.
+    static std::string paintedWindow() { return windowWith("--class", "^quorvel$"); }
+
+    /// The process that shows the window; 0 when the window is gone.
+    static pid_t ownerOf(const std::string& window) {
+        const auto owner = run({"xdotool", "getwindowpid", window}).output;
+        return owner.empty() ? 0 : std::stoi(owner);
+    }
+
+    /// In pixels from the upper left corner of the screen.
+    static void click(int x, int y) {
+        run({"xdotool", "mousemove", std::to_string(x), std::to_string(y), "click", "1"});
+    }
+
+    /// Into a window that may have the focus, or into the menu that has the keyboard for itself.
+    static void press(const std::string& window, std::vector<std::string> keys) {
+        keys.insert(keys.begin(), {"xdotool", "windowfocus", "--sync", window, "key"});
+        run(std::move(keys));
+    }
+    static void pressInMenu(std::vector<std::string> keys) {
+        keys.insert(keys.begin(), {"xdotool", "key"});
+        run(std::move(keys));
     }
 
     /// The uppermost point that has exactly this colour for five pixels in all directions: of no text, and of
@@ -108,88 +139,25 @@ public:
         return std::pair(x, y);
     }
 
+    /// What ImageMagick's format says of the place at the screen's upper left, where the first icon goes.
+    static std::string lookOfIcon(const std::string& format) {
+        return run({"import", "-silent", "-window", "root", "-crop", "26x26+0+0", "-depth", "8", "-format",
+                    format, "info:-"})
+            .output;
+    }
+
+private:
     static std::unique_ptr<Process> start(std::vector<std::string> words) {
         words.insert(words.begin(), "/usr/bin/env");
         return std::make_unique<Process>(std::move(words));
     }
 
-    /// Runs a tool to its end.
-    static Process::Result run(std::vector<std::string> words) { return start(std::move(words))->finish(); }
-
-    /// The visible window with exactly that title; empty when there is none.
-    static std::string windowNamed(const std::string& title) {
-        return firstFound("--name", "^" + title + "$");
-    }
-
-    static std::ptrdiff_t windowsNamed(const std::string& title) {
-        return std::ranges::count(
-            run({"xdotool", "search", "--onlyvisible", "--name", "^" + title + "$"}).output, '\n');
-    }
-
-    /// Takes the display from under its programs.
-    void endDisplay() const { kill(childOf(desktop->id(), "Xvfb"), SIGTERM); }
-
-    /// The child that runs the program of this name; 0 when there is none.
-    static pid_t childOf(pid_t parent, const std::string& program) {
-        const auto number = std::to_string(parent);
-        std::ifstream children("/proc/" + number + "/task/" + number + "/children");
-        for (pid_t child = 0; children >> child;) {
-            if (TemporaryFolder::contentOf("/proc/" + std::to_string(child) + "/comm") == program + '\n')
-                return child;
-        }
-        return 0;
-    }
-
-    /// Any visible window of the painter, an icon in a tray too.
-    static std::string paintedWindow() { return firstFound("--class", "^quorvel$"); }
-
-    /// Also into a menu, which never has the focus.
-    static void type(const std::string& window, const std::vector<std::string>& keys) {
-        for (const auto& key : keys)
-            run({"xdotool", "key", "--window", window, key});
-    }
-
-    /// The process that shows the window; 0 when the window is gone.
-    static pid_t ownerOf(const std::string& window) {
-        const auto owner = run({"xdotool", "getwindowpid", window}).output;
-        return owner.empty() ? 0 : std::stoi(owner);
-    }
-
-    /// In pixels from the upper left corner of the window, or of the screen when there is none.
-    static void click(int x, int y, const std::string& window = "") {
-        std::vector<std::string> words{"xdotool", "mousemove"};
-        if (!window.empty()) words.insert(words.end(), {"--window", window});
-        words.insert(words.end(), {std::to_string(x), std::to_string(y), "click", "1"});
-        run(words);
-    }
-
-    /// Whether the panel's left end, where the first status item goes, is more than background.
-    static bool showsIcon() {
-        const auto colours = run({"import", "-silent", "-window", "root", "-crop", "26x26+0+0", "-depth", "8",
-                                  "-format", "%k", "info:-"})
-                                 .output;
-        return !colours.empty() && colours != "1";
-    }
-
-    /// Whether the panel's left end shows anything white.
-    static bool showsWhite() {
-        return run({"import", "-silent", "-window", "root", "-crop", "26x26+0+0", "-format", "%[fx:maxima]",
-                    "info:-"})
-                   .output == "1";
-    }
-
-    /// Whether the panel's plugin has a menu open beside the place of its icons.
-    static bool showsPanelMenu() {
-        const auto windows = run({"xdotool", "search", "--onlyvisible", "--class", "wrapper-2.0"}).output;
-        return std::ranges::count(windows, '\n') > 1;
-    }
-
-private:
-    static std::string firstFound(const std::string& property, const std::string& pattern) {
+    static std::string windowWith(const std::string& property, const std::string& pattern) {
         const auto found = run({"xdotool", "search", "--onlyvisible", property, pattern}).output;
         return found.substr(0, found.find('\n'));
     }
 
+    std::list<ScopedVariable> environment;
     std::string reason;
     std::string home;
     std::unique_ptr<Process> desktop;

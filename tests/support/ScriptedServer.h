@@ -3,15 +3,15 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
-#include <functional>
 #include <list>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
-#include <sys/socket.h>
 #include <thread>
 #include <vector>
+
+typedef struct ssl_ctx_st SSL_CTX;
 
 namespace quorvel {
 
@@ -49,29 +49,27 @@ public:
         stall,  ///< nothing is read or said until the client goes; a TLS client gets no handshake
     };
 
-    /// The bytes of one accepted connection, plain or wrapped.
-    class Stream {
-    public:
-        virtual ~Stream() = default;
-        /// The next bytes; empty at the end, however it came.
-        virtual std::string read() = 0;
-        virtual void write(std::string_view bytes) = 0;
-        virtual void finish() = 0;
+    struct Options {
+        Greeting greeting = Greeting::serve;
+        /// One of tests/support/certificates, to serve TLS with.
+        std::string certificate = {};
+        /// No TLS above 1.1.
+        bool isOutdated = false;
     };
-    /// Makes the stream of an accepted socket; null when its handshake failed. The socket stays the server's.
-    using Wrap = std::function<std::unique_ptr<Stream>(int socket)>;
 
-    explicit ScriptedServer(std::vector<Reply> script, Greeting greeting = Greeting::serve, Wrap wrap = {},
-                            int family = AF_INET);
+    explicit ScriptedServer(std::vector<Reply> script) : ScriptedServer(std::move(script), Options()) {}
+    ScriptedServer(std::vector<Reply> script, const Options& options);
     ~ScriptedServer();
     ScriptedServer(const ScriptedServer&) = delete;
     ScriptedServer& operator=(const ScriptedServer&) = delete;
 
     /// A whole answer with its length, on a connection that stays open.
     static Reply answer(std::string_view body, std::string_view moreHeaders = {});
+    static std::string certificateFile(const std::string& name);
 
-    std::string url(std::string_view path, std::string_view scheme = "http") const;
-    int port() const { return portNumber; }
+    /// "127.0.0.1:PORT".
+    const std::string& host() const { return address; }
+    std::string url(std::string_view path) const;
 
     /// The requests so far, each with its exact bytes.
     std::vector<std::string> requests() const;
@@ -83,17 +81,18 @@ public:
     bool waitForEnded(std::size_t count);
 
 private:
+    class Connection;
+
     void acceptAll();
     void serve(int socket);
-    void converse(Stream& stream, int socket);
+    void converse(Connection& connection);
     /// Plays the reply that is next; false when the connection is over.
-    bool play(Stream& stream, int socket);
+    bool play(Connection& connection);
 
+    const Greeting greeting;
+    std::shared_ptr<SSL_CTX> security;
     int listener = -1;
-    int portNumber = 0;
-    std::string host;
-    Greeting greeting;
-    Wrap wrap;
+    std::string address;
     mutable std::mutex mutex;
     std::condition_variable changed;
     std::vector<Reply> script;

@@ -1,12 +1,8 @@
 #include "platform/posix/http/SessionFixture.h"
 
-#include <arpa/inet.h>
 #include <array>
-#include <future>
-#include <netinet/in.h>
+#include <memory>
 #include <stdexcept>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace quorvel {
 
@@ -36,34 +32,6 @@ HttpRequest post(std::string url, std::string body) {
     return request;
 }
 
-HttpOutcome exchange(HttpSession& session, HttpRequest request) {
-    // Shared with the completion, which may come after this function has given up on it.
-    const auto promise = std::make_shared<std::promise<HttpOutcome>>();
-    auto outcome = promise->get_future();
-    session.dataTask(std::move(request),
-                     [promise](HttpOutcome result) { promise->set_value(std::move(result)); });
-    if (outcome.wait_for(std::chrono::seconds(30)) != std::future_status::ready) {
-        throw std::runtime_error("the request did not end");
-    }
-    return outcome.get();
-}
-
-RefusingPort::RefusingPort() : socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    auto* const general = reinterpret_cast<sockaddr*>(&address);
-    if (bind(socket, general, length) != 0 || getsockname(socket, general, &length) != 0) {
-        throw std::runtime_error("no port on loopback");
-    }
-    number = ntohs(address.sin_port);
-}
-
-RefusingPort::~RefusingPort() {
-    close(socket);
-}
-
 std::string text(const HttpOutcome& outcome) {
     std::string line = outcome.statusCode ? std::to_string(*outcome.statusCode) + " " : "";
     if (outcome.data) line += *outcome.data;
@@ -72,6 +40,19 @@ std::string text(const HttpOutcome& outcome) {
                 outcome.error->description;
     }
     return line;
+}
+
+std::string exchange(CurlSession& session, HttpRequest request) {
+    // Shared with the completion, which may come after this function has given up on it.
+    const auto line = std::make_shared<std::string>();
+    session.dataTask(std::move(request), [line](const HttpOutcome& outcome) { *line = text(outcome); });
+    if (!session.finish(std::chrono::seconds(30))) throw std::runtime_error("the request did not end");
+    return *line;
+}
+
+std::string withHost(std::string text, const std::string& host) {
+    const auto place = text.find("HOST");
+    return place == std::string::npos ? text : text.replace(place, 4, host);
 }
 
 }  // namespace quorvel

@@ -7,7 +7,7 @@
 namespace quorvel {
 namespace {
 
-const Reply silent{.pieces = {}, .then = Then::stall, .pause = {}};
+const Reply silent{.pieces = {}, .then = Then::stall};
 
 TEST(Session, completesEachRequestOnceOnItsOwnThread) {
     constexpr int count = 40;

@@ -72,14 +72,6 @@ CommandOption pathsOption(std::string name, std::vector<std::filesystem::path>& 
             }};
 }
 
-template <typename Text>
-CommandOption textOption(std::string name, std::optional<Text>& text) {
-    return {.name = std::move(name), .takesValue = true, .handle = [&text](const std::string& value) {
-                text = value;
-                return Problem();
-            }};
-}
-
 CommandOption osVersionOption(CommandLine& line) {
     return {.name = "os-version", .takesValue = true, .handle = [&line](const std::string& value) -> Problem {
                 line.osVersion = parseOSVersion(value);
@@ -128,9 +120,7 @@ std::expected<CommandLine, std::string> parseCommandLine(std::span<const char* c
                                              flagOption("show-request", line.showRequest),
                                              flagOption("version", line.version, 'V'),
                                              flagOption("help", line.help, 'h')};
-    const auto words = readOptions(options, arguments);
-    if (!words) return std::unexpected(words.error());
-    if (!words->empty()) return std::unexpected("There is no use for the word " + words->front() + ".");
+    if (auto problem = readOptions(options, arguments)) return std::unexpected(std::move(*problem));
     if (line.help || line.version) return line;
     auto address = catalogAddress(catalog);
     if (!address) return std::unexpected(std::move(address.error()));

@@ -5,6 +5,7 @@
 #include <getopt.h>
 #include <numeric>
 #include <utility>
+#include <vector>
 
 namespace quorvel {
 
@@ -91,8 +92,8 @@ CommandOption flagOption(std::string name, bool& flag, char letter) {
             }};
 }
 
-std::expected<std::vector<std::string>, std::string> readOptions(std::span<const CommandOption> options,
-                                                                 std::span<const char* const> arguments) {
+std::optional<std::string> readOptions(std::span<const CommandOption> options,
+                                       std::span<const char* const> arguments) {
     std::vector<std::string> words{""};  // where getopt_long expects the program's name
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> list;
@@ -113,24 +114,24 @@ std::expected<std::vector<std::string>, std::string> readOptions(std::span<const
     for (int found = 0;
          (found = getopt_long(count, list.data(), shortNames.c_str(), names.data(), nullptr)) != -1;) {
         if (found == '?') {
-            return std::unexpected(refusal(options, list[static_cast<std::size_t>(optind) - 1], optopt));
+            return refusal(options, list[static_cast<std::size_t>(optind) - 1], optopt);
         }
         const bool isCut = found == ':';
         const auto* const option = find(options, isCut ? optopt : found);
         const std::string value = option->takesValue && !isCut ? optarg : "";
-        if (option->takesValue && value.empty())
-            return std::unexpected("--" + option->name + " needs a value.");
-        if (auto problem = option->handle(value)) return std::unexpected(std::move(*problem));
+        if (option->takesValue && value.empty()) return "--" + option->name + " needs a value.";
+        if (auto problem = option->handle(value)) return problem;
     }
     // By now the words that are no options stand at the end.
-    return std::vector<std::string>(list.begin() + optind, list.end() - 1);
+    if (optind == count) return std::nullopt;
+    return "There is no use for the word " + std::string(list[static_cast<std::size_t>(optind)]) + ".";
 }
 
-std::optional<int> numberBetween(int least, int greatest, std::string_view text) {
+std::optional<int> numberBetween(int min, int max, std::string_view text) {
     int number = 0;
     const char* const end = text.data() + text.size();
     const auto [rest, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc{} || rest != end || number < least || number > greatest) return std::nullopt;
+    if (error != std::errc{} || rest != end || number < min || number > max) return std::nullopt;
     return number;
 }
 

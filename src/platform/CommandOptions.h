@@ -1,12 +1,11 @@
 #pragma once
 
-#include <expected>
 #include <functional>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
+#include <utility>
 
 namespace quorvel {
 
@@ -24,13 +23,21 @@ struct CommandOption {
 /// An option without a value, which sets `flag`.
 CommandOption flagOption(std::string name, bool& flag, char letter = 0);
 
-/// Handles the options among `arguments`, which are without the program's name. "--" ends them. Gives the
-/// other words, or a sentence that says what is wrong, with the nearest option where one is near. Not
-/// thread-safe, as getopt_long is not.
-std::expected<std::vector<std::string>, std::string> readOptions(std::span<const CommandOption> options,
-                                                                 std::span<const char* const> arguments);
+/// An option whose value is assigned to `text`.
+template <typename Text>
+CommandOption textOption(std::string name, Text& text) {
+    return {.name = std::move(name), .takesValue = true, .handle = [&text](const std::string& value) {
+                text = value;
+                return std::optional<std::string>();
+            }};
+}
 
-/// A decimal number from `least` to `greatest`, and nothing else.
-std::optional<int> numberBetween(int least, int greatest, std::string_view text);
+/// Handles `arguments`, which are without the program's name: options, and nothing else. A sentence says what
+/// is wrong with them, with the nearest option where one is near. Not thread-safe, as getopt_long is not.
+std::optional<std::string> readOptions(std::span<const CommandOption> options,
+                                       std::span<const char* const> arguments);
+
+/// A decimal number from `min` to `max`, and nothing else.
+std::optional<int> numberBetween(int min, int max, std::string_view text);
 
 }  // namespace quorvel

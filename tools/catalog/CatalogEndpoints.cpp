@@ -107,8 +107,8 @@ CatalogAnswer CatalogEndpoints::autoMatch(const CatalogRequest& request) const {
     const auto bundleIdentifiers = requiredTexts(body, "bundle_ids");
     if (titles.size() != bundleIdentifiers.size())
         throw Refusal{400, "\"titles\" and \"bundle_ids\" must be of one length"};
-    if (titles.size() > largestChunk)
-        throw Refusal{400, "At most " + std::to_string(largestChunk) + " applications in one request"};
+    if (titles.size() > maxChunk)
+        throw Refusal{400, "At most " + std::to_string(maxChunk) + " applications in one request"};
 
     Json data = Json::array();
     for (const CatalogEntry* entry : catalog.match(titles, bundleIdentifiers))

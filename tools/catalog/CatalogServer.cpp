@@ -2,11 +2,10 @@
 
 #include <httplib.h>
 #include <iostream>
+#include <nlohmann/json.hpp>
 #include <string_view>
 #include <sys/socket.h>
 #include <utility>
-
-#include "OversizedBody.h"
 
 namespace quorvel {
 
@@ -17,7 +16,7 @@ using namespace std::chrono_literals;
 constexpr const char* loopback = "127.0.0.1";
 
 /// A full chunk of 200 applications is a few tens of kilobytes.
-constexpr std::size_t largestRequest = std::size_t{8} << 20;
+constexpr std::size_t maxRequest = std::size_t{8} << 20;
 
 /// The library puts the connection's addresses among the headers, under names that no client sends.
 bool isAddressOfConnection(std::string_view name) {
@@ -38,49 +37,51 @@ void refuseSharedPorts(socket_t socket) {
     setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
 }
 
-std::unique_ptr<httplib::Server> makeServer(const std::optional<CatalogServer::Certificate>& certificate) {
-    if (!certificate) return std::make_unique<httplib::Server>();
-    return std::make_unique<httplib::SSLServer>(certificate->certificateFile.c_str(),
-                                                certificate->keyFile.c_str());
+std::unique_ptr<httplib::Server> makeServer(const CatalogServer::Options& options) {
+    if (options.certificateFile.empty()) return std::make_unique<httplib::Server>();
+    return std::make_unique<httplib::SSLServer>(options.certificateFile.c_str(), options.keyFile.c_str());
 }
 
-/// Announces more than it sends, and then ends the connection.
-void sendCut(std::string body, const std::string& contentType, httplib::Response& response) {
-    const std::size_t announced = body.size() + 100;
-    response.set_content_provider(
-        announced, contentType,
-        [body = std::move(body)](std::size_t offset, std::size_t, httplib::DataSink& sink) {
-            return offset == 0 && sink.write(body.data(), body.size());
-        });
-}
-
-void sendOversized(std::string body, const std::string& contentType, httplib::Response& response) {
-    const auto source = std::make_shared<OversizedBody>(std::move(body));
-    response.set_chunked_content_provider(contentType, [source](std::size_t, httplib::DataSink& sink) {
-        const std::string block = source->nextBlock();
-        if (!block.empty()) return sink.write(block.data(), block.size());
-        sink.done();
-        return true;
-    });
+/// A valid answer above 64 MiB, made while it is sent: no process holds it whole unless its receiver does.
+void sendOversized(const CatalogAnswer& answer, httplib::Response& response) {
+    constexpr std::size_t size = std::size_t{66} << 20;
+    constexpr std::string_view ending = "]}";
+    const auto opening = answer.body.substr(0, answer.body.size() - ending.size());
+    const auto filler = R"(,{"id":900000001,"title":")" + std::string(50'000, 'F') +
+                        R"(","version":"1.0","bundle_identifiers":["com.example.filler"],"requirements":{}})";
+    response.set_chunked_content_provider(answer.contentType,
+                                          [=](std::size_t offset, httplib::DataSink& sink) {
+                                              if (offset == 0)
+                                                  return sink.write(opening.data(), opening.size());
+                                              if (offset < size)
+                                                  return sink.write(filler.data(), filler.size());
+                                              const bool isSent = sink.write(ending.data(), ending.size());
+                                              sink.done();
+                                              return isSent;
+                                          });
 }
 
 }  // namespace
 
-CatalogServer::CatalogServer(CatalogEndpoints& answers, Scenario& bends, RequestRecord* log, Options chosen)
-    : endpoints(answers), scenario(bends), record(log), options(std::move(chosen)) {}
+CatalogServer::CatalogServer(const Catalog& catalog, Options chosen)
+    : endpoints(catalog), options(std::move(chosen)) {}
 
 CatalogServer::~CatalogServer() {
     stop();
 }
 
 std::expected<std::string, std::string> CatalogServer::start() {
-    server = makeServer(options.certificate);
+    if (!options.recordFile.empty()) {
+        recordStream.open(options.recordFile, std::ios::binary | std::ios::app);
+        if (!recordStream) return std::unexpected("Could not open " + options.recordFile + " for writing.");
+    }
+    server = makeServer(options);
     if (!server->is_valid())
-        return std::unexpected("Could not use the certificate " + options.certificate->certificateFile +
-                               " with the key " + options.certificate->keyFile + ".");
+        return std::unexpected("Could not use the certificate " + options.certificateFile + " with the key " +
+                               options.keyFile + ".");
     server->set_socket_options(refuseSharedPorts);
     server->set_tcp_nodelay(true);
-    server->set_payload_max_length(largestRequest);
+    server->set_payload_max_length(maxRequest);
     // The default ends a connection after five requests; a check of many chunks is to keep its own.
     server->set_keep_alive_max_count(10000);
 
@@ -98,11 +99,8 @@ std::expected<std::string, std::string> CatalogServer::start() {
     if (port < 0)
         return std::unexpected("Could not listen on " + std::string(loopback) + ", port " +
                                std::to_string(options.port) + ".");
-    listener = std::jthread([this] {
-        server->listen_after_bind();
-        ended = true;
-    });
-    return (options.certificate ? "https://" : "http://") + std::string(loopback) + ":" +
+    listener = std::jthread([this] { server->listen_after_bind(); });
+    return (options.certificateFile.empty() ? "http://" : "https://") + std::string(loopback) + ":" +
            std::to_string(port) + "/v1";
 }
 
@@ -118,38 +116,46 @@ void CatalogServer::stop() {
 
 void CatalogServer::serve(const httplib::Request& request, httplib::Response& response) {
     const CatalogRequest received = toCatalogRequest(request);
-    if (record != nullptr && !record->append(received))
+    if (recordStream.is_open() && !record(received))
         std::cerr << "quorvel-catalog: a request could not be written to the record.\n";
-    send(scenario.bend(endpoints.answer(received)), response);
+    CatalogAnswer answer = endpoints.answer(received);
+    if (options.scenario != nullptr && answer.kind == options.scenario->kind)
+        answer = options.scenario->bend(std::move(answer), bentAnswers++);
+    send(std::move(answer), response);
+}
+
+bool CatalogServer::record(const CatalogRequest& request) {
+    using Json = nlohmann::ordered_json;
+    Json headers = Json::array();
+    for (const auto& [name, value] : request.headers)
+        headers.push_back(Json::array({name, value}));
+    const Json line{{"method", request.method},
+                    {"path", request.path},
+                    {"headers", std::move(headers)},
+                    {"body", request.body}};
+    const std::string text = line.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
+    const std::lock_guard lock(mutex);
+    return (recordStream << text << std::flush).good();
 }
 
 void CatalogServer::send(CatalogAnswer answer, httplib::Response& response) {
     response.status = answer.status;
-    switch (answer.delivery) {
-        case Delivery::stalled:
-            return sendHalf(std::move(answer.body), answer.contentType, response);
-        case Delivery::cut:
-            return sendCut(std::move(answer.body), answer.contentType, response);
-        case Delivery::oversized:
-            return sendOversized(std::move(answer.body), answer.contentType, response);
-        case Delivery::late:
-            pause(options.pause);
-            break;
-        case Delivery::whole:
-            break;
-    }
+    if (answer.delivery == Delivery::oversized) return sendOversized(answer, response);
+    if (answer.delivery == Delivery::stalled || answer.delivery == Delivery::cut)
+        return sendHalf(answer, response);
+    if (answer.delivery == Delivery::late) pause(options.pause);
     if (answer.retryAfter != 0) response.set_header("Retry-After", std::to_string(answer.retryAfter));
     response.set_content(answer.body, answer.contentType);
 }
 
-void CatalogServer::sendHalf(std::string body, const std::string& contentType, httplib::Response& response) {
-    const std::size_t announced = body.size();
+/// The other half never comes: the connection ends, or stays and is silent.
+void CatalogServer::sendHalf(const CatalogAnswer& answer, httplib::Response& response) {
     response.set_content_provider(
-        announced, contentType,
-        [this, body = std::move(body)](std::size_t offset, std::size_t, httplib::DataSink& sink) {
-            if (offset == 0) return sink.write(body.data(), body.size() / 2);
+        answer.body.size(), answer.contentType,
+        [this, answer](std::size_t offset, std::size_t, httplib::DataSink& sink) {
+            if (offset == 0) return sink.write(answer.body.data(), answer.body.size() / 2);
             // Nothing tells when a client goes; the connection has to be asked.
-            while (sink.is_writable() && pause(50ms)) {
+            while (answer.delivery == Delivery::stalled && sink.is_writable() && pause(50ms)) {
             }
             return false;
         });

@@ -1,53 +1,23 @@
 #pragma once
 
-#include <atomic>
-#include <optional>
 #include <span>
 #include <string_view>
 
-#include "Exchange.h"
+#include "CatalogEndpoints.h"
 
 namespace quorvel {
 
 /// A way in which a catalog goes wrong, so that a client can be seen to cope. Bends the answers to
-/// well-formed requests; a request that breaks the rules is refused as ever. Any thread.
-class Scenario {
-public:
-    enum class Name {
-        none,
-        slow,
-        stalled,
-        failingChunks,
-        blocked,
-        rateLimited,
-        noApps,
-        html,
-        cut,
-        malformedEntries,
-        veryLarge,
-        unregistered
-    };
-
-    struct Description {
-        Name name;
-        std::string_view option;
-        std::string_view sentence;
-    };
+/// well-formed requests of one kind; a request that breaks the rules is refused as ever.
+struct Scenario {
+    std::string_view name;
+    std::string_view sentence;
+    /// What is sent instead of an answer of that kind, the first of which has number 0.
+    CatalogAnswer (*bend)(CatalogAnswer answer, unsigned number);
+    CatalogAnswer::Kind kind = CatalogAnswer::Kind::matches;
 
     /// All that can be chosen, in the order in which help lists them.
-    static std::span<const Description> all();
-    static std::optional<Name> named(std::string_view option);
-
-    explicit Scenario(Name chosen) : name(chosen) {}
-
-    /// What is sent instead of `answer`.
-    CatalogAnswer bend(CatalogAnswer answer);
-
-private:
-    CatalogAnswer bendMatches(CatalogAnswer answer);
-
-    const Name name;
-    std::atomic<unsigned> chunks = 0;
+    static std::span<const Scenario> all();
 };
 
 }  // namespace quorvel

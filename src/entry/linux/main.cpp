@@ -70,13 +70,6 @@ CommandOption actionOption(CommandLine& line) {
             }};
 }
 
-CommandOption textOption(std::string name, std::optional<std::string>& text) {
-    return {.name = std::move(name), .takesValue = true, .handle = [&text](const std::string& value) {
-                text = value;
-                return Problem();
-            }};
-}
-
 /// Also from another working directory.
 CommandOption folderOption(std::string name, std::optional<std::string>& folder) {
     return {.name = std::move(name), .takesValue = true, .handle = [&folder](const std::string& value) {
@@ -93,9 +86,7 @@ std::expected<CommandLine, std::string> parseCommandLine(std::span<const char* c
                                              folderOption("data-dir", line.dataFolder),
                                              flagOption("version", line.version, 'V'),
                                              flagOption("help", line.help, 'h')};
-    const auto words = readOptions(options, arguments);
-    if (!words) return std::unexpected(words.error());
-    if (!words->empty()) return std::unexpected("There is no use for the word " + words->front() + ".");
+    if (auto problem = readOptions(options, arguments)) return std::unexpected(std::move(*problem));
     return line;
 }
 

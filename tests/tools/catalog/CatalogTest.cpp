@@ -1,102 +1,84 @@
-#include <algorithm>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
-#include "Catalog.h"
-#include "support/TemporaryFolder.h"
+#include "CatalogEndpoints.h"
 
 namespace quorvel {
-
 namespace {
 
-using Texts = std::vector<std::string>;
+using Json = nlohmann::json;
 
-/// Two entries share an identifier, one lists two, one has none but a title.
-constexpr std::string_view sample = R"({"entries":[
-    {"id":1,"title":"Editor","version":"2.0","bundle_identifiers":["com.example.editor"]},
-    {"id":2,"title":"Suite","bundle_identifiers":["com.example.suite","com.example.suite.lite"]},
-    {"id":3,"title":"Editor Plus","bundle_identifiers":["com.example.editor"]},
-    {"id":4,"title":"Player"}]})";
+/// What a program's tests rely on: requests that break a rule are refused, and the others are answered.
+class CatalogTest : public testing::Test {
+protected:
+    /// "STATUS BODY" of a POST with the headers of a JSON request.
+    std::string answer(const std::string& path, const std::string& body, const std::string& header = "",
+                       const std::string& value = "") {
+        CatalogRequest request{"POST",
+                               "/v1" + path,
+                               {{"content-type", "application/json"}, {"X-ClientId", "linkcode48r7vt"}},
+                               body};
+        for (auto& [name, present] : request.headers)
+            if (name == header) present = value;
+        const auto answer = endpoints.answer(request);
+        return std::to_string(answer.status) + " " + answer.body;
+    }
+    std::string match(const Json& titles, const Json& identifiers, const std::string& secret = key) {
+        return answer("/apps/auto-match-collection",
+                      Json{{"secret", secret}, {"titles", titles}, {"bundle_ids", identifiers}}.dump());
+    }
 
-std::vector<std::int64_t> matchedIds(const Texts& titles, const Texts& identifiers) {
-    const auto catalog = Catalog::parse(sample);
-    if (!catalog) throw std::runtime_error(catalog.error());
-    std::vector<std::int64_t> ids;
-    for (const CatalogEntry* entry : catalog->match(titles, identifiers))
-        ids.push_back(entry->id);
-    return ids;
+    static constexpr const char* key = "Rk7vQm2XtLp9Wc4NbZs8Hy3JdGf6Ua5E";
+    Catalog catalog = Catalog::parse(R"({"entries":[
+        {"id":1,"title":"Editor","version":"2.0","bundle_identifiers":["a"],"requirements":{"minimum_os":"12"}},
+        {"id":2,"title":"Suite","bundle_identifiers":["b","c"]},
+        {"id":3,"title":"Player"},
+        {"id":4,"title":"Editor Plus","bundle_identifiers":["a"]}]})")
+                          .value();
+    CatalogEndpoints endpoints{catalog};
+};
+
+TEST_F(CatalogTest, matchesByIdentifierAndByTitleOnlyWhereThereIsNone) {
+    const std::string editors =
+        R"({"id":1,"title":"Editor","version":"2.0","bundle_identifiers":["a"],"requirements":{"minimum_os":"12"}},)"
+        R"({"id":4,"title":"Editor Plus","bundle_identifiers":["a"],"requirements":{}})";
+    const std::string suite = R"({"id":2,"title":"Suite","bundle_identifiers":["b","c"],"requirements":{}})";
+    const auto found = [](const std::string& data) {
+        return R"(200 {"success":true,"data":[)" + data + "]}";
+    };
+    EXPECT_EQ(match({"x", "x", "x"}, {"c", "a", "b"}), found(suite + "," + editors));
+    EXPECT_EQ(match({"Player"}, {""}),
+              found(R"({"id":3,"title":"Player","bundle_identifiers":[],"requirements":{}})"));
+    EXPECT_TRUE(match({"Player", "player", "x"}, {"other", "", "A"}).starts_with("404 "));
+}
+
+TEST_F(CatalogTest, refusesWhatBreaksARuleAndSaysWhich) {
+    const std::string tracking =
+        R"({"instance_id":40001,"source":"instance","status":"success","message":"m"})";
+    const std::pair<std::string, const char*> rows[] = {
+        {answer("/apps", "{}"), "404 No such endpoint"},
+        {answer("/qvl/instance", "{}", "X-ClientId", "linkcode48r7vT"), "403 Unknown client id"},
+        {answer("/qvl/instance", "{}", "content-type", "text/plain"),
+         "400 Content-Type must be application/json"},
+        {answer("/qvl/instance", R"({"os":"x","version":"1")"), "400 The body is not a JSON object"},
+        {answer("/qvl/instance", R"({"version":"1"})"), "400 \"os\" must be a text"},
+        {match({"A"}, {"a"}, "rk7v"), "403 Wrong secret"},
+        {match({"A"}, {"a", "b"}), "400 \"titles\" and \"bundle_ids\" must be of one length"},
+        {match(Json(201, "A"), Json(201, "a")), "400 At most 200 applications in one request"},
+        {match(1, {"a"}), "400 \"titles\" must be a list of texts"},
+        {match({"A"}, {"other"}), "404 No apps were found"},
+        {answer("/qvl/tracking", tracking), "200 Unknown instance id"},
+        {answer("/event/app/64734/install", "", "X-ClientId", "q8t2kzm5ravx7hwe"),
+         "400 An install event has no Content-Type"},
+    };
+    for (const auto& [given, expected] : rows) {
+        const auto message = Json::parse(given.substr(4)).at("error").at("message").get<std::string>();
+        EXPECT_EQ(given.substr(0, 4) + message, expected);
+    }
+    EXPECT_EQ(answer("/qvl/instance", R"({"version":"1","os":"x"})"),
+              R"(200 {"success":true,"data":{"id":40001}})");
+    EXPECT_EQ(answer("/qvl/tracking", tracking), R"(200 {"success":true,"data":[]})");
 }
 
 }  // namespace
-
-TEST(Catalog, matchesByIdentifierAndByTitleOnlyWhereThereIsNoIdentifier) {
-    struct Row {
-        const char* claim;
-        Texts titles;
-        Texts identifiers;
-        std::vector<std::int64_t> expected;
-    };
-    const std::vector<Row> rows{
-        {"every entry that lists the identifier", {"x"}, {"com.example.editor"}, {1, 3}},
-        {"either of two identifiers", {"x"}, {"com.example.suite.lite"}, {2}},
-        {"an entry once", {"x", "y"}, {"com.example.suite.lite", "com.example.suite"}, {2}},
-        {"order of first match", {"x", "y"}, {"com.example.suite", "com.example.editor"}, {2, 1, 3}},
-        {"title without identifier", {"Player"}, {""}, {4}},
-        {"once by title and by identifier", {"Editor", "x"}, {"", "com.example.editor"}, {1, 3}},
-        {"no title where there is an identifier", {"Player"}, {"com.example.other"}, {}},
-        {"letter case counts", {"player", "x"}, {"", "com.example.Editor"}, {}},
-        {"nothing asked", {}, {}, {}},
-    };
-    for (const Row& row : rows)
-        EXPECT_EQ(matchedIds(row.titles, row.identifiers), row.expected) << row.claim;
-}
-
-TEST(Catalog, aFaultInTheDataFileIsNamedWithItsEntry) {
-    struct Row {
-        std::string text;
-        std::string expected;
-    };
-    const std::string good = R"({"id":1,"title":"A"})";
-    const std::vector<Row> rows{
-        {R"([])", "The document must be an object whose \"entries\" is a list."},
-        {R"({"entries":[)" + good + R"(,7]})", "Entry 2: an entry must be an object."},
-        {R"({"entries":[{"id":"1","title":"A"}]})", "Entry 1: \"id\" must be an integer."},
-        {R"({"entries":[{"id":1.5,"title":"A"}]})", "Entry 1: \"id\" must be an integer."},
-        {R"({"entries":[{"id":1}]})", "Entry 1: \"title\" is missing."},
-        {R"({"entries":[)" + good + "," + good + "]}", "Entry 2: \"id\" is another entry's id."},
-        {R"({"entries":[{"id":1,"title":"A","version":2}]})", "Entry 1: \"version\" must be a text."},
-        {R"({"entries":[{"id":1,"title":"A","bundle_identifiers":["a",1]}]})",
-         "Entry 1: \"bundle_identifiers\" must be a list of texts."},
-        {R"({"entries":[{"id":1,"title":"A","requirements":"12.0"}]})",
-         "Entry 1: \"requirements\" must be an object."},
-        {R"({"entries":[{"id":1,"title":"A","minimum_os":"12.0"}]})",
-         "Entry 1: \"minimum_os\" is not a member that a catalog entry has."},
-    };
-    for (const Row& row : rows) {
-        const auto catalog = Catalog::parse(row.text);
-        ASSERT_FALSE(catalog) << row.text;
-        EXPECT_EQ(catalog.error(), row.expected) << row.text;
-    }
-}
-
-TEST(Catalog, everyPrefixOfADataFileIsRefused) {
-    for (std::size_t length = 0; length < sample.size(); ++length)
-        EXPECT_FALSE(Catalog::parse(sample.substr(0, length))) << length;
-}
-
-TEST(Catalog, aFileThatCannotBeReadIsNamedWithTheCause) {
-    const TemporaryFolder folder;
-    const std::string path = folder.path.string();
-    EXPECT_EQ(Catalog::load(folder.path).error(), "Could not read " + path + ": it is a folder.");
-    EXPECT_EQ(Catalog::load(folder.path / "none").error(),
-              "Could not read " + path + "/none: No such file or directory.");
-    folder.write("bad", R"({"entries":1})");
-    EXPECT_TRUE(Catalog::load(folder.path / "bad").error().starts_with("Could not use " + path + "/bad. "));
-}
-
-TEST(Catalog, theDemonstrationsDataFileIsValid) {
-    const auto catalog = Catalog::load(SOURCE_ROOT "/demo/catalog.json");
-    ASSERT_TRUE(catalog) << catalog.error();
-    EXPECT_GT(catalog->size(), 0U);
-}
-
 }  // namespace quorvel

@@ -3,7 +3,6 @@
 #include <chrono>
 #include <optional>
 
-#include "cli/Output.h"
 #include "platform/ProgramInfo.h"
 #include "platform/posix/http/CatalogAddress.h"
 
@@ -29,29 +28,20 @@ std::optional<std::string> tooManyRequests(const RequestError& error) {
            (http->retryAfter ? "in " + duration(*http->retryAfter) : std::string("later")) + ".";
 }
 
-ExitStatus statusOf(const SessionError& error) {
-    switch (error.code) {
-        case SessionError::Code::badServerResponse:
-        case SessionError::Code::dataLengthExceedsMaximum:
-            return ExitStatus::refused;
-        case SessionError::Code::badURL:
-            return ExitStatus::unexpected;
-        default:
-            return ExitStatus::notReached;
-    }
-}
-ExitStatus statusOf(const EncodingError&) {
-    return ExitStatus::unexpected;
-}
-ExitStatus statusOf(const OrbistoAPIError&) {
-    return ExitStatus::refused;
+ExitStatus statusOf(const RequestError& error) {
+    using Code = SessionError::Code;
+    if (std::holds_alternative<EncodingError>(error)) return ExitStatus::unexpected;
+    const auto* session = std::get_if<SessionError>(&error);
+    if (session == nullptr || session->code == Code::badServerResponse ||
+        session->code == Code::dataLengthExceedsMaximum)
+        return ExitStatus::refused;
+    return session->code == Code::badURL ? ExitStatus::unexpected : ExitStatus::notReached;
 }
 
 }  // namespace
 
 CatalogFailure catalogFailure(const RequestError& error) {
-    return {tooManyRequests(error).value_or(description(error)),
-            std::visit([](const auto& kind) { return statusOf(kind); }, error)};
+    return {tooManyRequests(error).value_or(description(error)), statusOf(error)};
 }
 
 CatalogFailure catalogFailure(const UpdateCheckError& error) {
@@ -73,9 +63,10 @@ std::string adviceOn(const CatalogFailure& failure, const std::string& catalog) 
            "QUORVEL_CATALOG_URL.";
 }
 
-void sayFailure(const CatalogFailure& failure, const std::string& catalog) {
-    output::say(failure.sentence);
-    if (const auto advice = adviceOn(failure, catalog); !advice.empty()) output::say(advice);
+ExitStatus sayFailure(const CatalogFailure& failure, const std::string& catalog) {
+    console::say(failure.sentence);
+    if (const auto advice = adviceOn(failure, catalog); !advice.empty()) console::say(advice);
+    return failure.status;
 }
 
 }  // namespace quorvel

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "check/UpdateCheckError.h"
-#include "cli/CheckReport.h"
+#include "cli/Console.h"
 
 namespace quorvel {
 
@@ -19,7 +19,7 @@ CatalogFailure catalogFailure(const UpdateCheckError& error);
 /// What to do where the catalog's address is one that nobody answers; else empty.
 std::string adviceOn(const CatalogFailure& failure, const std::string& catalog);
 
-/// Both, on standard error.
-void sayFailure(const CatalogFailure& failure, const std::string& catalog);
+/// Both, on standard error. Gives the status back.
+ExitStatus sayFailure(const CatalogFailure& failure, const std::string& catalog);
 
 }  // namespace quorvel

@@ -1,25 +1,17 @@
-#include "cli/CheckCommand.h"
-
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <unistd.h>
 
 #include "check/Chunks.h"
 #include "cli/CatalogFailure.h"
-#include "cli/CheckReport.h"
-#include "cli/Inventory.h"
-#include "cli/JsonReport.h"
-#include "cli/OneApplication.h"
-#include "cli/Output.h"
-#include "cli/Progress.h"
-#include "cli/RequestPreview.h"
-#include "cli/TableReport.h"
-#include "cli/Terminal.h"
+#include "cli/CheckSetup.h"
+#include "cli/Commands.h"
+#include "cli/Report.h"
 #include "platform/linux/EventQueue.h"
 #include "platform/posix/http/CurlSession.h"
 
@@ -27,51 +19,43 @@ namespace quorvel {
 
 namespace {
 
-/// What a check of the inventory begins with, and all that there is to say when nothing can be checked.
-CheckReport reportOn(const Inventory& inventory, const CommandLine& line) {
+/// What a check begins with, and all that there is to say when nothing can be checked.
+CheckReport beginReport(const CommandLine& line) {
     CheckReport report;
     report.checkedAt = std::chrono::system_clock::now();
     report.catalog = line.catalog;
-    report.system = runningSystem(line);
-    report.folders = inventory.folders;
-    report.apps = inventory.apps.size();
-    report.issues = inventory.issues;
-    report.folderIssues = inventory.folderIssues;
-    if (!inventory.hasFolder) {
+    report.system = line.system;
+    report.inventory = takeInventory(line);
+    if (!report.inventory.hasFolder) {
         report.outcome = CheckReport::Outcome::failed;
         report.status = ExitStatus::nothingScanned;
-        report.error = lackOfFolders(inventory);
-    } else if (!inventory.folderIssues.empty()) {
+        report.error = lackOfFolders(report.inventory);
+    } else if (!report.inventory.folderIssues.empty()) {
         report.outcome = CheckReport::Outcome::partial;
         report.status = ExitStatus::partial;
-        report.error = "Could not read the folder " + inventory.folderIssues.front().path + ".";
+        report.error = "Could not read the folder " + report.inventory.folderIssues.front().path + ".";
     }
     return report;
 }
 
-/// Runs one check and gathers what it tells.
+/// Runs one check and gathers its events.
 class Check {
 public:
-    Check(const CommandLine& line, EventQueue& queue, HttpSession& session, Progress& progress)
+    Check(const CommandLine& line, EventQueue& queue, HttpSession& session, Progress& progress,
+          CheckReport& report)
         : queue(queue),
           progress(progress),
+          report(report),
           logger(storageOf(line)),
           service(makeCheckService(line, storageOf(line), queue, session, interChunkDelay)) {}
 
-    CheckReport run(const Inventory& inventory, CheckReport begun) {
-        report = std::move(begun);
-        isAnswered.assign(chunkCount(inventory.apps.size()), true);
-        for (std::size_t index = 0; index < isAnswered.size(); ++index) {
-            for (const auto& app : chunk(inventory.apps, index))
-                chunkOfPath.emplace(app.path, index);
-        }
+    void run() {
         progress.waitFor("Waiting for the catalog");
         service->check(
-            inventory.apps, std::make_shared<std::vector<ScanIssue>>(inventory.issues), "manual",
-            [this](auto result) { finish(std::move(result)); }, observer());
+            report.inventory.apps, std::make_shared<std::vector<ScanIssue>>(report.inventory.issues),
+            "manual", [this](auto result) { finish(std::move(result)); }, observer());
         queue.run();
         progress.clear();
-        return std::move(report);
     }
 
 private:
@@ -81,13 +65,17 @@ private:
                         progress.waitFor("Asking the catalog: " + std::to_string(index + 1) + " of " +
                                          std::to_string(count));
                     },
-                .onAnswer = [this](auto index, auto lostEntries) { takeLostEntries(index, lostEntries); },
+                .onAnswer =
+                    [this](auto index, auto lostEntries) {
+                        if (lostEntries > 0) noteUnanswered(index);
+                        lost += lostEntries;
+                    },
                 .onChunkFailed =
                     [this](auto index, const RequestError& error) {
-                        isAnswered[index] = false;
+                        noteUnanswered(index);
                         notePartial("Some requests to the catalog failed: " + catalogFailure(error).sentence);
                     },
-                .onEvaluated = [this](const MatchEvaluation& evaluation) { takeSkipped(evaluation); }};
+                .onEvaluated = [this](const MatchEvaluation& evaluation) { addSkipped(evaluation); }};
     }
 
     void notePartial(std::string error) {
@@ -95,18 +83,16 @@ private:
         if (!report.error) report.error = std::move(error);
     }
 
-    void takeLostEntries(std::size_t index, std::size_t lostEntries) {
-        if (lostEntries == 0) return;
-        isAnswered[index] = false;
-        lost += lostEntries;
+    void noteUnanswered(std::size_t index) {
+        for (const auto& app : chunk(report.inventory.apps, index))
+            unanswered.insert(app.path);
     }
 
     /// The catalog's not knowing an application is its answer; where an answer is missing, that is not known.
-    void takeSkipped(const MatchEvaluation& evaluation) {
-        for (const auto& app : evaluation.skipped) {
-            const bool answered = app.code != SkipCode::notRecognised || isAnswered[chunkOfPath.at(app.path)];
-            report.skipped.push_back({app, answered});
-        }
+    void addSkipped(const MatchEvaluation& evaluation) {
+        for (const auto& app : evaluation.skipped)
+            report.skipped.push_back(
+                {app, app.code != SkipCode::notRecognised || !unanswered.contains(app.path)});
     }
 
     void finish(std::expected<UpdateCheckService::Updates, UpdateCheckError> result) {
@@ -118,9 +104,9 @@ private:
             report.updates = std::move(*result);
             report.status = statusOfSuccess();
         } else {
+            const auto failure = catalogFailure(result.error());
             report.outcome = CheckReport::Outcome::failed;
-            auto failure = catalogFailure(result.error());
-            report.error = std::move(failure.sentence);
+            report.error = failure.sentence;
             report.status = failure.status;
             report.skipped.clear();
             logger.log(description(result.error()));
@@ -136,12 +122,11 @@ private:
 
     EventQueue& queue;
     Progress& progress;
+    CheckReport& report;
     const ErrorLogger logger;
     const std::shared_ptr<UpdateCheckService> service;
-    CheckReport report;
-    /// By chunk: whether the catalog gave an answer that could be read whole.
-    std::vector<bool> isAnswered;
-    std::map<std::string, std::size_t, std::less<>> chunkOfPath;
+    /// The paths of applications for which the catalog gave no answer that could be read whole.
+    std::set<std::string, std::less<>> unanswered;
     std::size_t lost = 0;
 };
 
@@ -151,16 +136,16 @@ void sayWhereNothingIsKept(const CommandLine& line) {
     const auto& folder = storage.appSupportURL;
     if (access(folder.c_str(), W_OK | X_OK) == 0 && std::filesystem::is_directory(folder)) return;
     const bool isRegistered = InstanceStore(storage).load().has_value();
-    output::say(
+    console::say(
         "Nothing can be kept in " + folder.string() + ": " +
         (isRegistered ? "" : "the catalog is asked to register this installation at every check, and ") +
         "no version can be ignored.");
 }
 
-bool printReport(const CheckReport& report, const CommandLine& line) {
+ExitStatus printReport(const CheckReport& report, const CommandLine& line) {
     if (report.error) sayFailure({*report.error, report.status}, line.catalog);
     const Terminal terminal = describeTerminal(STDOUT_FILENO);
-    return output::print(line.json ? jsonReport(report, terminal) : tableReport(report, line.all, terminal));
+    return console::print(line.json ? jsonReport(report, terminal) : tableReport(report, line.all, terminal));
 }
 
 /// Tracking requests may still be under way when everything has been printed.
@@ -174,32 +159,23 @@ void waitForLastRequests(CurlSession& session, Progress& progress) {
     progress.clear();
 }
 
-ExitStatus check(const CommandLine& line) {
-    const Inventory inventory = takeInventory(line);
-    CheckReport report = reportOn(inventory, line);
+}  // namespace
+
+ExitStatus checkApplications(const CommandLine& line) {
+    CheckReport report = beginReport(line);
     EventQueue queue;
     Progress progress(queue, describeTerminal(STDERR_FILENO), stderr);
     CurlSession session;
-    if (inventory.apps.empty()) {
-        if (inventory.hasFolder) ErrorLogger(storageOf(line)).log("Scanner found 0 apps — skipping API call");
-    } else {
+    if (!report.inventory.apps.empty()) {
         sayWhereNothingIsKept(line);
-        report = Check(line, queue, session, progress).run(inventory, std::move(report));
+        Check(line, queue, session, progress, report).run();
+    } else if (report.inventory.hasFolder) {
+        ErrorLogger(storageOf(line)).log("Scanner found 0 apps — skipping API call");
     }
-    const bool isPrinted = printReport(report, line);
+    const auto printed = printReport(report, line);
     waitForLastRequests(session, progress);
-    if (!isPrinted) return ExitStatus::unexpected;
+    if (printed == ExitStatus::unexpected) return printed;
     return line.exitZero && report.status == ExitStatus::newer ? ExitStatus::nothingNewer : report.status;
-}
-
-}  // namespace
-
-ExitStatus runCheckCommand(const CommandLine& line) {
-    if (line.showRequest) return showRequests(line);
-    if (line.explain) return explainApplication(line, *line.explain);
-    if (line.ignore) return ignoreOfferedVersion(line, *line.ignore);
-    if (line.unignore) return unignore(line, *line.unignore);
-    return check(line);
 }
 
 }  // namespace quorvel

@@ -11,18 +11,10 @@ namespace quorvel {
 namespace {
 
 Environment environmentOf(const CommandLine& line) {
-    return {.program = thisProgram(), .os = runningSystem(line).version};
+    return {.program = thisProgram(), .os = line.system.version};
 }
 
 }  // namespace
-
-RunningSystem runningSystem(const CommandLine& line) {
-    if (line.osVersion) return {*line.osVersion, RunningSystem::Source::given};
-    if (const auto version = readOSVersion(line.systemRoot.value_or("/"))) {
-        return {*version, RunningSystem::Source::system};
-    }
-    return {newestKnownRelease, RunningSystem::Source::assumed};
-}
 
 PersistenceManager storageOf(const CommandLine& line) {
     return line.dataFolder ? PersistenceManager::at(*line.dataFolder)

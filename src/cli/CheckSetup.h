@@ -3,29 +3,13 @@
 #include <chrono>
 #include <memory>
 
-#include "api/Environment.h"
 #include "check/UpdateCheckService.h"
 #include "cli/CommandLine.h"
 #include "persistence/PersistenceManager.h"
 #include "platform/HttpSession.h"
-#include "platform/OperatingSystem.h"
 #include "platform/Queue.h"
 
 namespace quorvel {
-
-/// The macOS version that decides which newer versions can run.
-struct RunningSystem {
-    enum class Source {
-        given,   ///< on the command line
-        system,  ///< by the volume's own system folder
-        assumed  ///< by nobody
-    };
-
-    OSVersion version;
-    Source source = Source::assumed;
-};
-
-RunningSystem runningSystem(const CommandLine& line);
 
 PersistenceManager storageOf(const CommandLine& line);
 

@@ -72,18 +72,19 @@ CommandOption pathsOption(std::string name, std::vector<std::filesystem::path>& 
             }};
 }
 
-CommandOption osVersionOption(CommandLine& line) {
-    return {.name = "os-version", .takesValue = true, .handle = [&line](const std::string& value) -> Problem {
-                line.osVersion = parseOSVersion(value);
-                if (line.osVersion) return std::nullopt;
+CommandOption osVersionOption(RunningSystem& system) {
+    return {.name = "os-version", .takesValue = true, .handle = [&](const std::string& value) -> Problem {
+                const auto version = parseOSVersion(value);
+                if (version) system = {*version, RunningSystem::Source::given};
+                if (version) return std::nullopt;
                 return "--os-version: " + value + " is not of the form X.Y.Z.";
             }};
 }
 
 CommandOption timeoutOption(CommandLine& line) {
     return {.name = "timeout", .takesValue = true, .handle = [&line](const std::string& value) -> Problem {
-                constexpr int longest = 3600;
-                const auto number = numberBetween(1, longest, value);
+                constexpr int max = 3600;
+                const auto number = numberBetween(1, max, value);
                 if (!number) return "--timeout takes a number of seconds from 1 to 3600, not " + value + ".";
                 line.timeout = std::chrono::seconds(*number);
                 return std::nullopt;
@@ -107,7 +108,7 @@ std::expected<CommandLine, std::string> parseCommandLine(std::span<const char* c
     std::optional<std::string> catalog;
     const std::vector<CommandOption> options{pathsOption("root", line.roots),
                                              textOption("system-root", line.systemRoot),
-                                             osVersionOption(line),
+                                             osVersionOption(line.system),
                                              textOption("catalog", catalog),
                                              timeoutOption(line),
                                              textOption("data-dir", line.dataFolder),
@@ -125,6 +126,9 @@ std::expected<CommandLine, std::string> parseCommandLine(std::span<const char* c
     auto address = catalogAddress(catalog);
     if (!address) return std::unexpected(std::move(address.error()));
     line.catalog = std::move(*address);
+    const auto ownVersion = readOSVersion(line.systemRoot.value_or("/"));
+    if (ownVersion && line.system.source != RunningSystem::Source::given)
+        line.system = {*ownVersion, RunningSystem::Source::system};
     if (line.dataFolder) line.dataFolder = std::filesystem::absolute(*line.dataFolder);
     if (auto problem = contradiction(line)) return std::unexpected(std::move(*problem));
     return line;

@@ -12,13 +12,25 @@
 
 namespace quorvel {
 
+/// The macOS version that decides which newer versions can run.
+struct RunningSystem {
+    enum class Source {
+        given,   ///< on the command line
+        system,  ///< by the volume's own system folder
+        assumed  ///< by nobody
+    };
+
+    OSVersion version = newestKnownRelease;
+    Source source = Source::assumed;
+};
+
 /// What the user asked for on the command line of quorvel-check.
 struct CommandLine {
     std::vector<std::filesystem::path> roots;
     std::optional<std::filesystem::path> systemRoot;
     std::string catalog;
     std::optional<std::filesystem::path> dataFolder;
-    std::optional<OSVersion> osVersion;
+    RunningSystem system;
     std::chrono::seconds timeout{60};
     bool all = false;
     bool json = false;

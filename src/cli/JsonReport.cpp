@@ -1,10 +1,9 @@
-#include "cli/JsonReport.h"
-
 #include <algorithm>
 #include <array>
 #include <ctime>
 #include <nlohmann/json.hpp>
 
+#include "cli/Report.h"
 #include "platform/ProgramInfo.h"
 
 namespace quorvel {
@@ -24,20 +23,9 @@ const char* name(RunningSystem::Source source) {
 }
 
 const char* code(const SkippedEntry& entry) {
-    if (!entry.isAnswered) return "not_answered";
-    switch (entry.app.code) {
-        case SkipCode::notRecognised:
-            return "not_recognised";
-        case SkipCode::installedVersionInvalid:
-            return "installed_version_invalid";
-        case SkipCode::catalogVersionInvalid:
-            return "catalog_version_invalid";
-        case SkipCode::requiresNewerOS:
-            return "requires_newer_os";
-        case SkipCode::upToDate:
-            break;
-    }
-    return "up_to_date";
+    constexpr std::array codes{"not_recognised", "installed_version_invalid", "catalog_version_invalid",
+                               "up_to_date", "requires_newer_os"};
+    return entry.isAnswered ? codes[static_cast<std::size_t>(entry.app.code)] : "not_answered";
 }
 
 /// ISO 8601, UTC, to the second.
@@ -82,9 +70,9 @@ Json skippedList(const std::vector<SkippedEntry>& skipped) {
 
 Json issueList(const CheckReport& report) {
     std::vector<std::pair<const ScanIssue*, const char*>> issues;
-    for (const auto& issue : report.issues)
+    for (const auto& issue : report.inventory.issues)
         issues.emplace_back(&issue, issue.reason == "no version" ? "no_version" : "unreadable");
-    for (const auto& issue : report.folderIssues)
+    for (const auto& issue : report.inventory.folderIssues)
         issues.emplace_back(&issue, "unreadable_folder");
     std::ranges::stable_sort(issues, {}, [](const auto& issue) { return issue.first->path; });
     Json list = Json::array();
@@ -106,7 +94,7 @@ std::string jsonReport(const CheckReport& report, const Terminal& terminal) {
                         {"catalog", report.catalog},
                         {"os_version", toText(report.system.version)},
                         {"os_version_source", name(report.system.source)},
-                        {"apps", report.apps},
+                        {"apps", report.inventory.apps.size()},
                         {"updates", updateList(report.updates)},
                         {"skipped", skippedList(report.skipped)},
                         {"issues", issueList(report)}};

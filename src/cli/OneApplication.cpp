@@ -1,5 +1,3 @@
-#include "cli/OneApplication.h"
-
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -10,9 +8,8 @@
 #include "check/Chunks.h"
 #include "cli/CatalogFailure.h"
 #include "cli/CheckSetup.h"
-#include "cli/Inventory.h"
-#include "cli/Output.h"
-#include "cli/Progress.h"
+#include "cli/Commands.h"
+#include "cli/Report.h"
 #include "platform/Files.h"
 #include "platform/ProgramInfo.h"
 #include "platform/linux/EventQueue.h"
@@ -45,19 +42,16 @@ Answer askCatalog(const CommandLine& line, std::span<const InstalledApp> apps) {
     return answer;
 }
 
-ExitStatus fail(const std::string& sentence, ExitStatus status = ExitStatus::unexpected) {
-    output::say(sentence);
-    return status;
+ExitStatus fail(const std::string& sentence) {
+    return console::fail(ExitStatus::unexpected, sentence);
 }
 
 ExitStatus fail(const RequestError& error, const CommandLine& line) {
-    const auto failure = catalogFailure(error);
-    sayFailure(failure, line.catalog);
-    return failure.status;
+    return sayFailure(catalogFailure(error), line.catalog);
 }
 
 ExitStatus failToFind(const std::string& what, const Inventory& inventory) {
-    if (!inventory.hasFolder) return fail(lackOfFolders(inventory), ExitStatus::nothingScanned);
+    if (!inventory.hasFolder) return console::fail(ExitStatus::nothingScanned, lackOfFolders(inventory));
     const auto& unread = inventory.folderIssues;
     return fail("No application " + what + " was found in " + enumeration(inventory.folders) +
                 (unread.empty() ? "." : "; the folder " + unread.front().path + " could not be read."));
@@ -66,7 +60,7 @@ ExitStatus failToFind(const std::string& what, const Inventory& inventory) {
 MatchEvaluation evaluateAnswer(std::span<const InstalledApp> apps, const AutoMatchAnswer& answer,
                                const CommandLine& line) {
     return evaluate(apps, answer.results, VersionComparator(), IgnoredVersionsStore(storageOf(line)),
-                    runningSystem(line).version);
+                    line.system.version);
 }
 
 /// What is not recognised may be among the entries that were lost.
@@ -157,11 +151,10 @@ void addComparison(Story& story, const InstalledApp& app, const AutoMatchResult&
 }
 
 void addSystem(Story& story, const AutoMatchResult& entry, const CommandLine& line) {
-    const auto system = runningSystem(line);
-    const std::string running = "this is macOS " + toText(system.version) +
-                                (system.source == RunningSystem::Source::assumed ? ", assumed" : "");
-    story.add("Minimum system", entry.minimumOSVersion ? "\"" + *entry.minimumOSVersion + "\"; " + running
-                                                       : "none named; " + running);
+    story.add("Minimum system",
+              (entry.minimumOSVersion ? '"' + *entry.minimumOSVersion + '"' : "none named") +
+                  "; this is macOS " + toText(line.system.version) +
+                  (line.system.source == RunningSystem::Source::assumed ? ", assumed" : ""));
 }
 
 void addOutcome(Story& story, const MatchEvaluation& evaluation, const AutoMatchAnswer& answer) {
@@ -226,7 +219,7 @@ ExitStatus explainApplication(const CommandLine& line, const std::string& nameOr
             stories += tell(app, *answer, line) + "\n";
     }
     stories.pop_back();
-    return output::print(stories) ? ExitStatus::nothingNewer : ExitStatus::unexpected;
+    return console::print(stories);
 }
 
 ExitStatus ignoreOfferedVersion(const CommandLine& line, const std::string& bundleIdentifier) {
@@ -248,7 +241,7 @@ ExitStatus ignoreOfferedVersion(const CommandLine& line, const std::string& bund
         return fail("Could not keep that in " + storage.appSupportURL.string() + ".");
     }
     const std::string done = "Version " + version + " of " + app.name + " is ignored from now on.";
-    return output::print(onOneLine(done) + "\n") ? ExitStatus::nothingNewer : ExitStatus::unexpected;
+    return console::print(onOneLine(done) + "\n");
 }
 
 ExitStatus unignore(const CommandLine& line, const std::string& bundleIdentifier) {
@@ -264,7 +257,7 @@ ExitStatus unignore(const CommandLine& line, const std::string& bundleIdentifier
     if (store.load().contains(bundleIdentifier)) {
         return fail("Could not keep that in " + storage.appSupportURL.string() + ".");
     }
-    return output::print(onOneLine(done) + "\n") ? ExitStatus::nothingNewer : ExitStatus::unexpected;
+    return console::print(onOneLine(done) + "\n");
 }
 
 }  // namespace quorvel

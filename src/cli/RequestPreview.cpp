@@ -1,5 +1,3 @@
-#include "cli/RequestPreview.h"
-
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -8,9 +6,8 @@
 
 #include "api/OrbistoAPIService.h"
 #include "cli/CheckSetup.h"
+#include "cli/Commands.h"
 #include "cli/Inventory.h"
-#include "cli/Output.h"
-#include "cli/Terminal.h"
 #include "platform/linux/EventQueue.h"
 #include "platform/text/DisplayText.h"
 
@@ -98,10 +95,7 @@ std::string shown(const std::string& text) {
 
 ExitStatus showRequests(const CommandLine& line) {
     const Inventory inventory = takeInventory(line);
-    if (!inventory.hasFolder) {
-        output::say(lackOfFolders(inventory));
-        return ExitStatus::nothingScanned;
-    }
+    if (!inventory.hasFolder) return console::fail(ExitStatus::nothingScanned, lackOfFolders(inventory));
     std::string text;
     if (inventory.apps.empty()) {
         text =
@@ -120,7 +114,7 @@ ExitStatus showRequests(const CommandLine& line) {
                 "; \"updates=\" is followed by their number ==\n\n" +
                 requestsOfOneCheck(line, inventory, passing.storage);
     }
-    return output::print(shown(text)) ? ExitStatus::nothingNewer : ExitStatus::unexpected;
+    return console::print(shown(text));
 }
 
 }  // namespace quorvel

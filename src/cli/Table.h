@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/Terminal.h"
+#include "cli/Console.h"
 
 namespace quorvel {
 

@@ -1,10 +1,8 @@
-#include "cli/TableReport.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <filesystem>
 
-#include "cli/Inventory.h"
+#include "cli/Report.h"
 #include "cli/Table.h"
 #include "platform/linux/UserLocale.h"
 #include "platform/text/DisplayText.h"
@@ -58,7 +56,7 @@ std::string otherSections(const CheckReport& report, const Terminal& terminal) {
     for (const auto& entry : report.skipped)
         skipped.rows.push_back({entry.app.name, entry.app.version, reason(entry)});
     Table issues{{{"APPLICATION", Kind::name}, {"REASON", Kind::phrase}, {"PATH", Kind::text}}, {}};
-    for (const auto* list : {&report.issues, &report.folderIssues}) {
+    for (const auto* list : {&report.inventory.issues, &report.inventory.folderIssues}) {
         for (const auto& issue : *list)
             issues.rows.push_back({issue.appName, issue.reason, displayPath(issue.path)});
     }
@@ -76,13 +74,15 @@ std::string system(const RunningSystem& system) {
 
 /// What the numbers before it leave out.
 std::string omissions(const CheckReport& report, bool all) {
+    const auto& issues = report.inventory.issues;
+    const auto& folderIssues = report.inventory.folderIssues;
     std::string text;
-    if (!report.issues.empty()) {
-        text += "; " + counted(report.issues.size(), "bundle") + " could not be listed";
-        if (!all) text += " (--all names " + std::string(report.issues.size() == 1 ? "it)" : "them)");
+    if (!issues.empty()) {
+        text += "; " + counted(issues.size(), "bundle") + " could not be listed";
+        if (!all) text += " (--all names " + std::string(issues.size() == 1 ? "it)" : "them)");
     }
-    if (!report.folderIssues.empty()) {
-        text += "; " + counted(report.folderIssues.size(), "folder") + " could not be read";
+    if (!folderIssues.empty()) {
+        text += "; " + counted(folderIssues.size(), "folder") + " could not be read";
     }
     const auto unanswered =
         static_cast<std::size_t>(std::ranges::count(report.skipped, false, &SkippedEntry::isAnswered));
@@ -96,8 +96,9 @@ std::string summary(const CheckReport& report, bool all) {
     const std::size_t shown = report.updates.size() - ignored;
     std::string text = shown == 0 ? "Nothing newer" : counted(shown, "newer version");
     if (ignored > 0) text += " (and " + std::to_string(ignored) + " ignored)";
-    text += " for " + counted(report.apps, "application") + " on " + system(report.system);
-    if (report.apps == 0) text = "No applications found in " + onOneLine(enumeration(report.folders));
+    text += " for " + counted(report.inventory.apps.size(), "application") + " on " + system(report.system);
+    if (report.inventory.apps.empty())
+        text = "No applications found in " + onOneLine(enumeration(report.inventory.folders));
     return text + omissions(report, all) + ".\n";
 }
 

@@ -2,29 +2,24 @@
 #include <span>
 #include <string>
 
-#include "cli/CheckCommand.h"
-#include "cli/CommandLine.h"
-#include "cli/Output.h"
+#include "cli/Commands.h"
 #include "platform/ProgramInfo.h"
 
 namespace {
 
-using quorvel::ExitStatus;
-
-ExitStatus print(const std::string& text) {
-    return quorvel::output::print(text) ? ExitStatus::nothingNewer : ExitStatus::unexpected;
-}
+using namespace quorvel;
 
 ExitStatus run(std::span<const char* const> arguments) {
-    if (!quorvel::output::isStandardOutputOpen()) return ExitStatus::unexpected;
-    const auto line = quorvel::parseCommandLine(arguments);
-    if (!line) {
-        quorvel::output::say(line.error() + " Try 'quorvel-check --help'.");
-        return ExitStatus::wrongUsage;
-    }
-    if (line->help) return print(quorvel::usageText);
-    if (line->version) return print("quorvel-check " + *quorvel::thisProgram().shortVersion + "\n");
-    return quorvel::runCheckCommand(*line);
+    if (!console::isStandardOutputOpen()) return ExitStatus::unexpected;
+    const auto line = parseCommandLine(arguments);
+    if (!line) return console::fail(ExitStatus::wrongUsage, line.error() + " Try 'quorvel-check --help'.");
+    if (line->help) return console::print(usageText);
+    if (line->version) return console::print("quorvel-check " + *thisProgram().shortVersion + "\n");
+    if (line->showRequest) return showRequests(*line);
+    if (line->explain) return explainApplication(*line, *line->explain);
+    if (line->ignore) return ignoreOfferedVersion(*line, *line->ignore);
+    if (line->unignore) return unignore(*line, *line->unignore);
+    return checkApplications(*line);
 }
 
 }  // namespace
@@ -33,7 +28,7 @@ int main(int argc, char* argv[]) {
     try {
         return static_cast<int>(run({argv + 1, argv + argc}));
     } catch (const std::exception& error) {
-        quorvel::output::say(std::string("Something unexpected happened: ") + error.what());
-        return static_cast<int>(ExitStatus::unexpected);
+        return static_cast<int>(console::fail(ExitStatus::unexpected,
+                                              std::string("Something unexpected happened: ") + error.what()));
     }
 }

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 #include <sstream>
 
-#include "cli/TableReport.h"
+#include "cli/Report.h"
 #include "platform/text/Text.h"
 
 namespace quorvel {
@@ -19,13 +19,15 @@ AppUpdate update(std::string name, std::string installed, std::string available,
 CheckReport sampleReport() {
     CheckReport report;
     report.system = {{14, 5, 0}, RunningSystem::Source::given};
-    report.apps = 4;
+    report.inventory.apps.resize(4);
     report.updates = {update("藍染帳", "1.0", "1.10"), update("Plain \x1b[31m Name", "1.0", "1.10", true)};
     report.skipped = {
         {{"b", "com.example.b", "2.0", SkipCode::upToDate, "already at latest", "/x/b.app"}},
         {{"A", "com.example.a", "1.0", SkipCode::notRecognised, "not recognised", "/x/A.app"}, false}};
-    report.issues.push_back({.appName = "Thing", .path = "/x/Thing.app", .reason = "could not read bundle"});
-    report.folderIssues.push_back({.appName = "y", .path = "/x/y", .reason = "could not read folder"});
+    report.inventory.issues.push_back(
+        {.appName = "Thing", .path = "/x/Thing.app", .reason = "could not read bundle"});
+    report.inventory.folderIssues.push_back(
+        {.appName = "y", .path = "/x/y", .reason = "could not read folder"});
     return report;
 }
 
@@ -56,10 +58,10 @@ TEST(TableReport, showsPeopleWhatIsNewerAndOnRequestAllElse) {
 
 TEST(TableReport, saysWhatItsLastLineRestsOn) {
     CheckReport report;
-    report.folders = {"/a", "/b\x1b]0;title\a", "/c"};
+    report.inventory.folders = {"/a", "/b\x1b]0;title\a", "/c"};
     report.system = {{26, 1, 0}, RunningSystem::Source::assumed};
     EXPECT_EQ(tableReport(report, true, {}), "No applications found in /a, /b ]0;title  and /c.\n");
-    report.apps = 1;
+    report.inventory.apps.resize(1);
     EXPECT_EQ(tableReport(report, true, {}),
               "Nothing newer for 1 application on macOS 26.1.0 (assumed; --os-version says which it is).\n");
 }
@@ -76,7 +78,7 @@ std::string withoutSpaces(const std::string& text) {
 /// Texts of every kind, among them what a hostile bundle would choose.
 CheckReport wideReport() {
     CheckReport report;
-    report.apps = 24;
+    report.inventory.apps.resize(24);
     const std::string family = "👩‍👩‍👧‍👦";
     std::string names;
     for (int index = 0; index < 40; ++index)
@@ -87,7 +89,8 @@ CheckReport wideReport() {
             report.updates.push_back(update(name, version, version + ".1"));
             const std::string reason = "local version invalid: \"" + version + "\"";
             report.skipped.push_back({{name, "", version, SkipCode::installedVersionInvalid, reason, "/"}});
-            report.issues.push_back({name, "/Applications/" + std::string(90, 'p') + ".app", "no version"});
+            report.inventory.issues.push_back(
+                {name, "/Applications/" + std::string(90, 'p') + ".app", "no version"});
         }
     }
     return report;
@@ -113,7 +116,7 @@ TEST(TableReport, fitsEveryWidthAndLosesNothingButTheEndsOfNames) {
         }
         for (const auto& entry : report.skipped)
             EXPECT_TRUE(solid.contains(withoutSpaces(entry.app.reason))) << width << entry.app.reason;
-        EXPECT_TRUE(solid.contains(report.issues.front().path)) << width;
+        EXPECT_TRUE(solid.contains(report.inventory.issues.front().path)) << width;
     }
     EXPECT_TRUE(tableReport(report, true, {}).contains(std::string(200, 'n')))
         << "off a terminal nothing is cut";

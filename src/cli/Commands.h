@@ -1,13 +1,16 @@
 #pragma once
 
-#include <string>
-
-#include "cli/CheckReport.h"
 #include "cli/CommandLine.h"
+#include "cli/Console.h"
 
-/// What the command does for one application in place of a check. None of it registers this installation or
-/// sends a tracking event; the catalog is asked for that application alone.
+/// What quorvel-check does. Each prints how it went.
 namespace quorvel {
+
+/// One check of all applications.
+ExitStatus checkApplications(const CommandLine& line);
+
+/// The rest stands in place of a check. None of it registers this installation or sends a tracking event; the
+/// catalog is asked for one application alone, if at all.
 
 /// Prints how each application of that name (in any letter case) or bundle identifier came to its outcome.
 ExitStatus explainApplication(const CommandLine& line, const std::string& nameOrIdentifier);
@@ -17,5 +20,9 @@ ExitStatus ignoreOfferedVersion(const CommandLine& line, const std::string& bund
 
 /// Takes that back. Asks nobody.
 ExitStatus unignore(const CommandLine& line, const std::string& bundleIdentifier);
+
+/// Prints every request that a first check of the inventory sends, unless this installation is registered,
+/// and every one of a later check, with the credentials masked. Nothing is sent and nothing is stored.
+ExitStatus showRequests(const CommandLine& line);
 
 }  // namespace quorvel

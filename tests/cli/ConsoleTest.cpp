@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "cli/Progress.h"
+#include "cli/Console.h"
 #include "support/FakeQueue.h"
 
 namespace quorvel {

@@ -8,22 +8,11 @@
 
 #include "check/AppUpdate.h"
 #include "check/MatchEvaluation.h"
-#include "cli/CheckSetup.h"
-#include "scanner/ScanIssue.h"
+#include "cli/CommandLine.h"
+#include "cli/Console.h"
+#include "cli/Inventory.h"
 
 namespace quorvel {
-
-/// The exit status of quorvel-check.
-enum class ExitStatus {
-    nothingNewer = 0,
-    unexpected = 1,
-    wrongUsage = 2,
-    partial = 3,
-    notReached = 4,
-    refused = 5,
-    nothingScanned = 6,
-    newer = 100
-};
 
 /// An application that yields no update.
 struct SkippedEntry {
@@ -49,15 +38,20 @@ struct CheckReport {
     /// Base URL.
     std::string catalog;
     RunningSystem system;
-    /// Where applications were looked for.
-    std::vector<std::string> folders;
-    std::size_t apps = 0;
+    Inventory inventory;
     /// In the menu's order.
     std::vector<AppUpdate> updates;
-    /// In the order of paths, like the lists below.
+    /// In the order of paths.
     std::vector<SkippedEntry> skipped;
-    std::vector<ScanIssue> issues;
-    std::vector<ScanIssue> folderIssues;
 };
+
+/// For people: the newer versions and a line that sums up; with `all`, also every other application with the
+/// reason why it is not among them, and each bundle that could not be listed.
+std::string tableReport(const CheckReport& report, bool all, const Terminal& terminal);
+
+/// One JSON document of the schema "quorvel-check/1", with a line feed at its end: the same for the same
+/// report in every locale. On a terminal, everything beyond ASCII is escaped, so that nothing in it is
+/// obeyed.
+std::string jsonReport(const CheckReport& report, const Terminal& terminal);
 
 }  // namespace quorvel

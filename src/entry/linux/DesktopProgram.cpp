@@ -1,7 +1,6 @@
 #include "entry/linux/DesktopProgram.h"
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -36,14 +35,22 @@ namespace {
 
 /// By this name on its bus, a session knows the one instance that it has.
 constexpr const char* busName = "com.ob.quorvel";
-/// How long launching waits for the first word on the network path: a check that began before it would fail
+/// How long launching waits for the first report on the network path: a check that began before it would fail
 /// on a machine that is online.
-constexpr std::chrono::seconds pathPatience{1};
+constexpr std::chrono::seconds pathTimeout{1};
 /// How long a report of the program's own end may keep it from ending.
-constexpr std::chrono::seconds reportPatience{5};
+constexpr std::chrono::seconds reportTimeout{5};
 
-/// What the desktop gave this start, which only what this start asks for may use. Before there are threads.
-std::string takeActivationToken() {
+/// What a start can ask for, beside "quit".
+constexpr std::pair<std::string_view, void (AppDelegate::*)()> actions[] = {
+    {"check-for-updates", &AppDelegate::runManualCheck},
+    {"show-error-log", &AppDelegate::showErrorLog},
+    {"ignored-versions", &AppDelegate::showIgnoredVersions},
+    {"about", &AppDelegate::showAbout}};
+
+/// What the desktop gave this start. It is used once, so that nothing which this process starts finds it.
+/// Before there are threads.
+std::string consumeActivationToken() {
     std::string token;
     for (const char* const variable : {"XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID"}) {
         const char* const value = getenv(variable);
@@ -68,11 +75,17 @@ private:
     EventQueue& queue;
 };
 
-/// What stays usable when an exception has left everything else in an unknown state.
-class LastResort {
-public:
-    explicit LastResort() : painter(queue) {}
+/// A loop, and what works on it: all that can report an exception, and what everything else is built upon.
+struct Base {
+    EventQueue queue;
+    /// Hours may pass before the next request: what a large answer left free in the heap goes back.
+    CurlSession session{{.onIdle = [] { malloc_trim(0); }}};
+    PainterChannel painter{queue};
+};
 
+/// What stays usable when an exception has left everything else in an unknown state.
+class LastResort : Base {
+public:
     AppDelegate::Platform::LastResort parts() {
         return {.queue = queue,
                 .session = session,
@@ -87,25 +100,18 @@ private:
         onUncaughtException([this, handler = std::move(handler)](const UncaughtException& exception) {
             handler(exception);
             queue.run();
-            session.finish(reportPatience);
+            session.finish(reportTimeout);
         });
     }
-
-    EventQueue queue;
-    CurlSession session;
-    PainterChannel painter;
 };
 
 /// Everything that the running program consists of; what is declared later uses what is declared earlier.
-class DesktopProgram {
+class DesktopProgram : Base {
 public:
     explicit DesktopProgram(const DesktopConfiguration& configuration)
-        : instance(bus, busName),
-          painter(queue),
-          statusBar(bus, painter, &icons),
+        : statusBar(bus, painter, &icons),
           workspace(bus, [](const auto& arguments) { startDetached(arguments); }),
           loginItem(AutostartEntry::standardFolder(), commandAtLogin(configuration)),
-          application(queue),
           skipsMonitoring(isOnThisMachine(configuration.catalogURL)) {
         // Before anything starts a thread, which would otherwise take the signals.
         for (const int number : {SIGTERM, SIGINT, SIGHUP})
@@ -123,7 +129,7 @@ public:
         if (instance.claim() == RunningInstance::Claim::another) return instance.ask(request) ? 0 : 1;
         if (request.action == "quit") return 0;
         if (!request.action.empty()) waiting.push_back(request);
-        instance.onRequest([this](const RunningInstance::Request& later) { take(later); });
+        instance.onRequest([this](const RunningInstance::Request& later) { handle(later); });
         launchWhenPathIsKnown();
         serve();
         return 0;
@@ -178,46 +184,36 @@ private:
         if (skipsMonitoring) {
             queue.post([this] { launch(); });
         } else {
-            queue.postAfter(pathPatience, [this] { launch(); });
+            queue.postAfter(pathTimeout, [this] { launch(); });
         }
     }
 
-    /// Runs for whichever comes first, the path's first report or the end of the patience with it.
+    /// Runs for whichever comes first, the path's first report or its timeout.
     void launch() {
         if (std::exchange(isLaunched, true)) return;
         delegate->applicationDidFinishLaunching();
         for (const auto& request : std::exchange(waiting, {}))
-            take(request);
+            handle(request);
     }
 
-    void take(const RunningInstance::Request& request) {
+    void handle(const RunningInstance::Request& request) {
         if (!isLaunched) return waiting.push_back(request);
         painter.setActivationToken(request.activationToken);
-        perform(request.action);
-    }
-
-    void perform(const std::string& action) {
-        if (action.empty()) painter.popUpMenu();
-        if (action == "check-for-updates") delegate->runManualCheck();
-        if (action == "show-error-log") delegate->showErrorLog();
-        if (action == "ignored-versions") delegate->showIgnoredVersions();
-        if (action == "about") delegate->showAbout();
-        if (action == "quit") queue.quit();
+        if (request.action.empty()) painter.popUpMenu();
+        if (request.action == "quit") queue.quit();
+        for (const auto& [name, perform] : actions)
+            if (name == request.action) (delegate.get()->*perform)();
     }
 
     LastResort lastResort;
-    EventQueue queue;
     SessionBus bus{queue};
-    RunningInstance instance;
-    /// Hours may pass before the next request: what a large answer left free in the heap goes back.
-    CurlSession session{{.onIdle = [] { malloc_trim(0); }}};
+    RunningInstance instance{bus, busName};
     BundleIcons icons{queue};
-    PainterChannel painter;
     DesktopStatusBar statusBar;
     ImageResources images;
     DesktopWorkspace workspace;
     AutostartEntry loginItem;
-    QueueApplication application;
+    QueueApplication application{queue};
     /// A catalog on this machine needs no network.
     const bool skipsMonitoring;
     bool isLaunched = false;
@@ -229,13 +225,12 @@ private:
 }  // namespace
 
 bool isDesktopAction(const std::string& action) {
-    constexpr std::array<std::string_view, 5> actions{"check-for-updates", "show-error-log",
-                                                      "ignored-versions", "about", "quit"};
-    return std::ranges::find(actions, action) != actions.end();
+    return action == "quit" ||
+           std::ranges::any_of(actions, [&](const auto& one) { return one.first == action; });
 }
 
 int runDesktopProgram(const DesktopConfiguration& configuration, const std::string& action) {
-    const RunningInstance::Request request{action, takeActivationToken()};
+    const RunningInstance::Request request{action, consumeActivationToken()};
     return DesktopProgram(configuration).run(request);
 }
 

@@ -53,40 +53,26 @@ Examples
 The manual is quorvel(1).
 )";
 
-using Problem = std::optional<std::string>;
-
 struct CommandLine {
     std::string action;
+    /// The folders are absolute: a start at login has another working directory.
     std::optional<std::string> systemRoot, catalog, dataFolder;
     bool version = false;
     bool help = false;
 };
 
-CommandOption actionOption(CommandLine& line) {
-    return {.name = "action", .takesValue = true, .handle = [&line](const std::string& value) -> Problem {
-                line.action = value;
-                if (isDesktopAction(value)) return std::nullopt;
-                return "There is no action " + value + "; --help lists them.";
-            }};
-}
-
-/// Also from another working directory.
-CommandOption folderOption(std::string name, std::optional<std::string>& folder) {
-    return {.name = std::move(name), .takesValue = true, .handle = [&folder](const std::string& value) {
-                folder = std::filesystem::absolute(value).lexically_normal().string();
-                return Problem();
-            }};
-}
-
 std::expected<CommandLine, std::string> parseCommandLine(std::span<const char* const> arguments) {
     CommandLine line;
-    const std::vector<CommandOption> options{actionOption(line),
-                                             folderOption("system-root", line.systemRoot),
-                                             textOption("catalog", line.catalog),
-                                             folderOption("data-dir", line.dataFolder),
-                                             flagOption("version", line.version, 'V'),
-                                             flagOption("help", line.help, 'h')};
+    const std::vector<CommandOption> options{
+        textOption("action", line.action),        textOption("system-root", line.systemRoot),
+        textOption("catalog", line.catalog),      textOption("data-dir", line.dataFolder),
+        flagOption("version", line.version, 'V'), flagOption("help", line.help, 'h')};
     if (auto problem = readOptions(options, arguments)) return std::unexpected(std::move(*problem));
+    if (!line.action.empty() && !isDesktopAction(line.action))
+        return std::unexpected("There is no action " + line.action + "; --help lists them.");
+    for (auto* const folder : {&line.systemRoot, &line.dataFolder}) {
+        if (*folder) *folder = std::filesystem::absolute(**folder).lexically_normal().string();
+    }
     return line;
 }
 

@@ -27,5 +27,20 @@ TEST(CatalogFailure, advisesWhereNobodyCanAnswer) {
         EXPECT_EQ(adviceOn({"It failed.", status}, catalog), advice);
 }
 
+TEST(CatalogFailure, saysWhenToTryAgain) {
+    using std::chrono::seconds;
+    const std::pair<std::optional<seconds>, const char*> rows[] = {{std::nullopt, "later"},
+                                                                   {seconds(1), "in 1 second"},
+                                                                   {seconds(120), "in 120 seconds"},
+                                                                   {seconds(121), "in 3 minutes"}};
+    for (const auto& [retryAfter, expected] : rows) {
+        const OrbistoAPIError::HttpError refusal{.statusCode = 429, .body = "", .retryAfter = retryAfter};
+        const auto [sentence, status] = catalogFailure(RequestError(OrbistoAPIError{refusal}));
+        EXPECT_EQ(sentence,
+                  std::string("The catalog asks for fewer requests (HTTP 429): try again ") + expected + ".");
+        EXPECT_EQ(status, ExitStatus::refused);
+    }
+}
+
 }  // namespace
 }  // namespace quorvel

@@ -26,12 +26,15 @@ const std::string catalog = PROGRAM_FOLDER "/quorvel-catalog";
 
 class CheckProgramTest : public testing::Test {
 protected:
-    void installApp(const std::string& name, const std::string& identifier,
-                    const std::string& version) const {
-        folder.write("Applications/" + name + ".app/Contents/Info.plist",
-                     "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>" + identifier +
-                         "</string><key>CFBundleShortVersionString</key><string>" + version +
-                         "</string></dict></plist>");
+    void installApp(const std::string& name, const std::string& identifier, const std::string& version,
+                    const std::string& bundleVersion = "") const {
+        folder.write(
+            "Applications/" + name + ".app/Contents/Info.plist",
+            "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>" + identifier +
+                "</string><key>CFBundleShortVersionString</key><string>" + version + "</string>" +
+                (bundleVersion.empty() ? ""
+                                       : "<key>CFBundleVersion</key><string>" + bundleVersion + "</string>") +
+                "</dict></plist>");
     }
 
     void installApps(std::size_t count) const {
@@ -263,6 +266,7 @@ TEST_F(CheckProgramTest, ignoresTheVersionOnOfferUntilToldOtherwise) {
 
 TEST_F(CheckProgramTest, explainsHowOneApplicationCameToItsOutcome) {
     installApps(3);
+    installApp("App 0", "com.example.0", "1.0", "7");
     folder.write("Applications/App 1.app/Contents/Info.plist", "no property list");
     installApp("Bare", "com.example.bare", "");
     installApp("Odd", "com.example.0", "-");
@@ -274,7 +278,7 @@ TEST_F(CheckProgramTest, explainsHowOneApplicationCameToItsOutcome) {
                   "\n"
                   "  Identifier        com.example.0\n"
                   "  Short version     CFBundleShortVersionString: \"1.0\", which counts\n"
-                  "  Bundle version    CFBundleVersion: no text\n"
+                  "  Bundle version    CFBundleVersion: \"7\"\n"
                   "  Catalog's entry   App 0, https://www.orbisto.example/app/mac/1\n"
                   "  Catalog's version \"2.0\"\n"
                   "  Installed parts   1 | 0\n"

@@ -130,7 +130,8 @@ public:
         if (request.action == "quit") return 0;
         if (!request.action.empty()) waiting.push_back(request);
         instance.onRequest([this](const RunningInstance::Request& later) { handle(later); });
-        launchWhenPathIsKnown();
+        // Else the first report on the path launches it, or its timeout.
+        if (skipsMonitoring) queue.post([this] { launch(); });
         serve();
         return 0;
     }
@@ -155,8 +156,8 @@ private:
     }
 
     void makeDelegate(const DesktopConfiguration& configuration) {
-        auto monitor = std::make_unique<AnnouncedPathMonitor>(std::make_unique<NetlinkPathMonitor>(),
-                                                              [this] { queue.post([this] { launch(); }); });
+        auto monitor = std::make_unique<AnnouncedPathMonitor>(std::make_unique<NetlinkPathMonitor>(), queue,
+                                                              pathTimeout, [this] { launch(); });
         delegate = std::make_shared<AppDelegate>(
             AppDelegate::Platform{.mainQueue = queue,
                                   .session = session,
@@ -180,17 +181,8 @@ private:
                                   .lastResort = lastResort.parts()});
     }
 
-    void launchWhenPathIsKnown() {
-        if (skipsMonitoring) {
-            queue.post([this] { launch(); });
-        } else {
-            queue.postAfter(pathTimeout, [this] { launch(); });
-        }
-    }
-
-    /// Runs for whichever comes first, the path's first report or its timeout.
     void launch() {
-        if (std::exchange(isLaunched, true)) return;
+        isLaunched = true;
         delegate->applicationDidFinishLaunching();
         for (const auto& request : std::exchange(waiting, {}))
             handle(request);

@@ -25,7 +25,7 @@ CheckReport beginReport(const CommandLine& line) {
     report.checkedAt = std::chrono::system_clock::now();
     report.catalog = line.catalog;
     report.system = line.system;
-    report.inventory = takeInventory(line);
+    report.inventory = scanInventory(line);
     if (!report.inventory.hasFolder) {
         report.outcome = CheckReport::Outcome::failed;
         report.status = ExitStatus::nothingScanned;
@@ -130,7 +130,7 @@ private:
     std::size_t lost = 0;
 };
 
-/// Said once and before the check, which then tells the catalog of a new installation.
+/// Said once and before the check, which then registers a new installation.
 void sayWhereNothingIsKept(const CommandLine& line) {
     const auto storage = storageOf(line);
     const auto& folder = storage.appSupportURL;

@@ -31,7 +31,7 @@ void sortUnique(std::vector<Entry>& list) {
 
 }  // namespace
 
-Inventory takeInventory(const CommandLine& line) {
+Inventory scanInventory(const CommandLine& line) {
     const auto roots = foldersOf(line);
     Inventory inventory;
     for (const auto& root : roots)

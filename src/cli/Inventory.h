@@ -22,7 +22,7 @@ struct Inventory {
     std::vector<ScanIssue> folderIssues;
 };
 
-Inventory takeInventory(const CommandLine& line);
+Inventory scanInventory(const CommandLine& line);
 
 /// Of an inventory without a folder: what is missing, and what to do.
 std::string lackOfFolders(const Inventory& inventory);

@@ -78,10 +78,10 @@ const AutoMatchResult* entryFor(const InstalledApp& app, const AutoMatchAnswer& 
     return entry;
 }
 
-/// An application's story, a fact a line.
-class Story {
+/// How one application came to its outcome, a fact a line.
+class Explanation {
 public:
-    Story(const std::string& name, const std::string& path, const std::string& bundleID)
+    Explanation(const std::string& name, const std::string& path, const std::string& bundleID)
         : text(onOneLine(name) + "\n") {
         add("Bundle", path);
         add("Identifier", bundleID.empty() ? "none: the catalog's entries cannot be tied to it" : bundleID);
@@ -106,21 +106,21 @@ std::optional<PropertyListTexts> readInfo(const std::string& bundle) {
     return bytes ? readPropertyList(*bytes, infoKeys) : std::nullopt;
 }
 
-void addInstalledVersion(Story& story, const PropertyListTexts& info) {
+void addInstalledVersion(Explanation& explanation, const PropertyListTexts& info) {
     bool hasCounted = false;
     for (const auto key : {shortVersion, bundleVersion}) {
         const auto& value = info[key];
         const bool counts = value && !value->empty() && !hasCounted;
         hasCounted = hasCounted || counts;
-        story.add(key == shortVersion ? "Short version" : "Bundle version",
-                  std::string(infoKeys[key]) + ": " +
-                      (value ? "\"" + *value + "\"" + (counts ? ", which counts" : "") : "no text"));
+        explanation.add(key == shortVersion ? "Short version" : "Bundle version",
+                        std::string(infoKeys[key]) + ": " +
+                            (value ? "\"" + *value + "\"" + (counts ? ", which counts" : "") : "no text"));
     }
 }
 
-void addCatalogEntry(Story& story, const AutoMatchResult& entry) {
-    story.add("Catalog's entry", entry.title + ", " + appPageURL(entry.id));
-    story.add("Catalog's version", "\"" + entry.version + "\"");
+void addCatalogEntry(Explanation& explanation, const AutoMatchResult& entry) {
+    explanation.add("Catalog's entry", entry.title + ", " + appPageURL(entry.id));
+    explanation.add("Catalog's version", "\"" + entry.version + "\"");
 }
 
 std::string listed(const std::vector<std::string>& pieces) {
@@ -136,58 +136,59 @@ bool areCompared(const MatchEvaluation& evaluation) {
             evaluation.skipped.front().code != SkipCode::catalogVersionInvalid);
 }
 
-void addComparison(Story& story, const InstalledApp& app, const AutoMatchResult& entry,
+void addComparison(Explanation& explanation, const InstalledApp& app, const AutoMatchResult& entry,
                    const MatchEvaluation& evaluation) {
     const auto comparison = VersionComparator::compare(entry.version, app.version);
-    story.add("Installed parts", listed(comparison.baseline));
-    story.add("Catalog's parts", listed(comparison.candidate));
+    explanation.add("Installed parts", listed(comparison.baseline));
+    explanation.add("Catalog's parts", listed(comparison.candidate));
     if (!areCompared(evaluation))
-        return story.add("Decided by", "nothing: a version without a digit is not compared");
-    if (!comparison.decisive) return story.add("Decided by", "nothing: all parts are equal");
+        return explanation.add("Decided by", "nothing: a version without a digit is not compared");
+    if (!comparison.decisive) return explanation.add("Decided by", "nothing: all parts are equal");
     const std::size_t at = *comparison.decisive;
-    story.add("Decided by", "part " + std::to_string(at + 1) + ": the catalog's " + comparison.candidate[at] +
-                                " is " + (comparison.order > 0 ? "newer" : "older") + " than the installed " +
-                                comparison.baseline[at]);
+    explanation.add("Decided by", "part " + std::to_string(at + 1) + ": the catalog's " +
+                                      comparison.candidate[at] + " is " +
+                                      (comparison.order > 0 ? "newer" : "older") + " than the installed " +
+                                      comparison.baseline[at]);
 }
 
-void addSystem(Story& story, const AutoMatchResult& entry, const CommandLine& line) {
-    story.add("Minimum system",
-              (entry.minimumOSVersion ? '"' + *entry.minimumOSVersion + '"' : "none named") +
-                  "; this is macOS " + toText(line.system.version) +
-                  (line.system.source == RunningSystem::Source::assumed ? ", assumed" : ""));
+void addSystem(Explanation& explanation, const AutoMatchResult& entry, const CommandLine& line) {
+    explanation.add("Minimum system",
+                    (entry.minimumOSVersion ? '"' + *entry.minimumOSVersion + '"' : "none named") +
+                        "; this is macOS " + toText(line.system.version) +
+                        (line.system.source == RunningSystem::Source::assumed ? ", assumed" : ""));
 }
 
-void addOutcome(Story& story, const MatchEvaluation& evaluation, const AutoMatchAnswer& answer) {
+void addOutcome(Explanation& explanation, const MatchEvaluation& evaluation, const AutoMatchAnswer& answer) {
     if (!evaluation.updates.empty()) {
         const auto& update = evaluation.updates.front();
-        story.add("Ignored", update.isIgnored ? "yes, this version" : "no");
-        story.add("Outcome", "newer version " + update.latestVersion);
+        explanation.add("Ignored", update.isIgnored ? "yes, this version" : "no");
+        explanation.add("Outcome", "newer version " + update.latestVersion);
     } else {
-        story.add("Outcome", reasonOf(evaluation.skipped.front(), answer));
+        explanation.add("Outcome", reasonOf(evaluation.skipped.front(), answer));
     }
 }
 
-std::string tell(const InstalledApp& app, const AutoMatchAnswer& answer, const CommandLine& line) {
-    Story story(app.name, app.path, app.bundleID);
+std::string explain(const InstalledApp& app, const AutoMatchAnswer& answer, const CommandLine& line) {
+    Explanation explanation(app.name, app.path, app.bundleID);
     const auto evaluation = evaluateAnswer({&app, 1}, answer, line);
-    if (const auto info = readInfo(app.path)) addInstalledVersion(story, *info);
+    if (const auto info = readInfo(app.path)) addInstalledVersion(explanation, *info);
     if (const auto* entry = entryFor(app, answer)) {
-        addCatalogEntry(story, *entry);
-        addComparison(story, app, *entry, evaluation);
-        addSystem(story, *entry, line);
+        addCatalogEntry(explanation, *entry);
+        addComparison(explanation, app, *entry, evaluation);
+        addSystem(explanation, *entry, line);
     } else {
-        story.add("Catalog's entry", answer.lostEntries > 0 ? "none that was understood" : "none");
+        explanation.add("Catalog's entry", answer.lostEntries > 0 ? "none that was understood" : "none");
     }
-    addOutcome(story, evaluation, answer);
-    return story.text;
+    addOutcome(explanation, evaluation, answer);
+    return explanation.text;
 }
 
-std::string tell(const ScanIssue& issue) {
+std::string explain(const ScanIssue& issue) {
     const auto info = readInfo(issue.path);
-    Story story(issue.appName, issue.path, info ? (*info)[identifier].value_or("") : "unknown");
-    if (info) addInstalledVersion(story, *info);
-    story.add("Outcome", issue.reason);
-    return story.text;
+    Explanation explanation(issue.appName, issue.path, info ? (*info)[identifier].value_or("") : "unknown");
+    if (info) addInstalledVersion(explanation, *info);
+    explanation.add("Outcome", issue.reason);
+    return explanation.text;
 }
 
 std::string identifierOf(const ScanIssue& issue) {
@@ -198,7 +199,7 @@ std::string identifierOf(const ScanIssue& issue) {
 }  // namespace
 
 ExitStatus explainApplication(const CommandLine& line, const std::string& nameOrIdentifier) {
-    Inventory inventory = takeInventory(line);
+    Inventory inventory = scanInventory(line);
     const std::string wanted = text::lowerCased(nameOrIdentifier);
     std::erase_if(inventory.apps, [&](const InstalledApp& app) {
         return app.bundleID != nameOrIdentifier && text::lowerCased(app.name) != wanted;
@@ -208,22 +209,22 @@ ExitStatus explainApplication(const CommandLine& line, const std::string& nameOr
     });
     if (inventory.apps.empty() && inventory.issues.empty()) return failToFind(nameOrIdentifier, inventory);
 
-    std::string stories;
+    std::string text;
     for (const auto& issue : inventory.issues)
-        stories += tell(issue) + "\n";
+        text += explain(issue) + "\n";
     for (std::size_t index = 0; index < chunkCount(inventory.apps.size()); ++index) {
         const auto apps = chunk(inventory.apps, index);
         const auto answer = askCatalog(line, apps);
         if (!answer) return fail(answer.error(), line);
         for (const auto& app : apps)
-            stories += tell(app, *answer, line) + "\n";
+            text += explain(app, *answer, line) + "\n";
     }
-    stories.pop_back();
-    return console::print(stories);
+    text.pop_back();
+    return console::print(text);
 }
 
 ExitStatus ignoreOfferedVersion(const CommandLine& line, const std::string& bundleIdentifier) {
-    Inventory inventory = takeInventory(line);
+    Inventory inventory = scanInventory(line);
     auto& copies = inventory.apps;
     std::erase_if(copies, [&](const InstalledApp& app) { return app.bundleID != bundleIdentifier; });
     if (copies.empty()) return failToFind("with the identifier " + bundleIdentifier, inventory);

@@ -54,16 +54,16 @@ private:
     Queue& queue;
 };
 
-/// A storage folder for one check, which takes nothing with it.
-class PassingStorage {
+/// A storage folder that is removed afterwards.
+class TemporaryStorage {
 public:
-    PassingStorage() : storage(std::filesystem::temp_directory_path()) {}
-    ~PassingStorage() {
+    TemporaryStorage() : storage(std::filesystem::temp_directory_path()) {}
+    ~TemporaryStorage() {
         std::error_code ignored;
         std::filesystem::remove_all(storage.appSupportURL, ignored);
     }
-    PassingStorage(const PassingStorage&) = delete;
-    PassingStorage& operator=(const PassingStorage&) = delete;
+    TemporaryStorage(const TemporaryStorage&) = delete;
+    TemporaryStorage& operator=(const TemporaryStorage&) = delete;
 
     const PersistenceManager storage;
 };
@@ -94,25 +94,25 @@ std::string shown(const std::string& text) {
 }  // namespace
 
 ExitStatus showRequests(const CommandLine& line) {
-    const Inventory inventory = takeInventory(line);
+    const Inventory inventory = scanInventory(line);
     if (!inventory.hasFolder) return console::fail(ExitStatus::nothingScanned, lackOfFolders(inventory));
     std::string text;
     if (inventory.apps.empty()) {
         text =
             "Nothing would be sent: no applications were found in " + enumeration(inventory.folders) + ".\n";
     } else {
-        const PassingStorage passing;
+        const TemporaryStorage temporary;
         const auto registered = InstanceStore(storageOf(line)).load();
         if (registered) {
-            InstanceStore(passing.storage).save(*registered);
+            InstanceStore(temporary.storage).save(*registered);
         } else {
             text = "== The first check; the catalog gives the instance id, for which " +
                    std::to_string(unknownInstance) + " stands here ==\n\n" +
-                   requestsOfOneCheck(line, inventory, passing.storage);
+                   requestsOfOneCheck(line, inventory, temporary.storage);
         }
         text += "== " + std::string(registered ? "Every check" : "Every later check") +
                 "; \"updates=\" is followed by their number ==\n\n" +
-                requestsOfOneCheck(line, inventory, passing.storage);
+                requestsOfOneCheck(line, inventory, temporary.storage);
     }
     return console::print(shown(text));
 }

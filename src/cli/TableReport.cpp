@@ -44,8 +44,8 @@ std::string updateSection(const CheckReport& report, bool all, const Terminal& t
            (all ? section("Ignored versions", ignored, terminal) : "");
 }
 
-/// People look for a name; the order of the folders on the disk tells them nothing. The name is a row's first
-/// cell.
+/// People look for a name; the order of the folders on the disk says nothing to them. The name is a row's
+/// first cell.
 void sortRowsByName(Table& table) {
     const text::NameCollator collator(userLocale());
     std::ranges::stable_sort(table.rows, {}, [&](const auto& row) { return collator.sortKey(row.front()); });

@@ -42,5 +42,15 @@ TEST(CatalogFailure, saysWhenToTryAgain) {
     }
 }
 
+TEST(CatalogFailure, distinguishesACatalogThatWasNotReachedFromOneThatRefuses) {
+    using Code = SessionError::Code;
+    const std::pair<Code, ExitStatus> rows[] = {{Code::badURL, ExitStatus::unexpected},
+                                                {Code::timedOut, ExitStatus::notReached},
+                                                {Code::badServerResponse, ExitStatus::refused},
+                                                {Code::dataLengthExceedsMaximum, ExitStatus::refused}};
+    for (const auto& [code, status] : rows)
+        EXPECT_EQ(catalogFailure(RequestError(SessionError{code, ""})).status, status);
+}
+
 }  // namespace
 }  // namespace quorvel

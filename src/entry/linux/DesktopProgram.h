@@ -23,7 +23,7 @@ struct DesktopConfiguration {
 /// special.
 bool isDesktopAction(const std::string& action);
 
-/// Runs the status-item program until it is told to quit, and returns the process's exit status.
+/// Runs the status-item program until it is asked to quit, and returns the process's exit status.
 int runDesktopProgram(const DesktopConfiguration& configuration, const std::string& action);
 
 }  // namespace quorvel

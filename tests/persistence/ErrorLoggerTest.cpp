@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "persistence/ErrorLogger.h"
+#include "support/ScopedVariable.h"
 #include "support/TemporaryFolder.h"
 
 namespace quorvel {
@@ -28,10 +29,11 @@ protected:
 };
 
 TEST_F(ErrorLoggerTest, writesEntriesHeadersAndRawLinesAsTheyStand) {
-    setenv("TZ", "Asia/Kathmandu", 1);
-    tzset();
-    logger.log("first");
-    unsetenv("TZ");
+    {
+        const ScopedVariable timeZone("TZ", "Asia/Kathmandu");
+        tzset();
+        logger.log("first");
+    }
     tzset();
     logger.appendRaw("---");
     logger.log("two\nlines");

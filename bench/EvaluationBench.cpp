@@ -1,8 +1,8 @@
 #include <benchmark/benchmark.h>
 
+#include "SampleInventory.h"
 #include "check/CheckSummary.h"
 #include "check/MatchEvaluation.h"
-#include "support/SampleInventory.h"
 #include "support/TemporaryFolder.h"
 #include "versions/VersionComparator.h"
 

@@ -6,13 +6,13 @@
 #include <string>
 #include <sys/resource.h>
 
+#include "SampleInventory.h"
 #include "api/OrbistoAPIService.h"
 #include "check/UpdateCheckService.h"
 #include "platform/linux/EventQueue.h"
 #include "platform/posix/http/CurlSession.h"
 #include "scanner/AppScannerService.h"
 #include "support/Process.h"
-#include "support/SampleInventory.h"
 #include "support/TemporaryFolder.h"
 #include "versions/VersionComparator.h"
 

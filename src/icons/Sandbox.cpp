@@ -106,14 +106,15 @@ void tidyDescriptors() {
 int forbidCalls() {
     SeccompFilter filter(SCMP_ACT_KILL_PROCESS);
     const auto allowOn = [&filter](unsigned descriptor, std::initializer_list<int> calls) {
-        filter.add(SCMP_ACT_ALLOW, calls, {SCMP_A0(SCMP_CMP_EQ, descriptor)});
+        filter.add(SCMP_ACT_ALLOW, calls,
+                   {{.arg = 0, .op = SCMP_CMP_EQ, .datum_a = descriptor, .datum_b = 0}});
     };
     allowOn(STDIN_FILENO, {SCMP_SYS(recvmsg), SCMP_SYS(sendto)});
     allowOn(STDERR_FILENO, {SCMP_SYS(write), SCMP_SYS(writev)});
     allowOn(fileDescriptor, {SCMP_SYS(read), SCMP_SYS(close)});
     // No memory becomes executable.
     filter.add(SCMP_ACT_ALLOW, {SCMP_SYS(mmap), SCMP_SYS(mprotect)},
-               {SCMP_A2(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0)});
+               {{.arg = 2, .op = SCMP_CMP_MASKED_EQ, .datum_a = PROT_EXEC, .datum_b = 0}});
     filter.add(SCMP_ACT_ALLOW,
                {SCMP_SYS(munmap), SCMP_SYS(mremap), SCMP_SYS(madvise), SCMP_SYS(brk), SCMP_SYS(futex),
                 SCMP_SYS(getrandom), SCMP_SYS(clock_gettime), SCMP_SYS(sched_yield), SCMP_SYS(getpid),

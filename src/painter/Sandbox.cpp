@@ -15,7 +15,8 @@ void enterSandbox(bool displayIsRemote) {
     SeccompFilter filter(SCMP_ACT_ALLOW);
     // A ring makes sockets past the filter.
     filter.add(SCMP_ACT_ERRNO(ENOSYS), {SCMP_SYS(io_uring_setup)});
-    filter.add(SCMP_ACT_ERRNO(EAFNOSUPPORT), {SCMP_SYS(socket)}, {SCMP_A0(SCMP_CMP_NE, AF_UNIX)});
+    filter.add(SCMP_ACT_ERRNO(EAFNOSUPPORT), {SCMP_SYS(socket)},
+               {{.arg = 0, .op = SCMP_CMP_NE, .datum_a = AF_UNIX, .datum_b = 0}});
     filter.load();
 }
 

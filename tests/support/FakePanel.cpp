@@ -1,7 +1,6 @@
 #include "support/FakePanel.h"
 
 #include <chrono>
-#include <cstdarg>
 #include <gtest/gtest.h>
 #include <string_view>
 #include <utility>
@@ -157,30 +156,12 @@ int FakePanel::signalled(sd_bus_message* signal) {
     return 0;
 }
 
-BusMessage FakePanel::complete(const BusMessage& call) {
-    BusMessage reply;
-    const auto answered = [](sd_bus_message* message, void* result, sd_bus_error*) {
-        static_cast<BusMessage*>(result)->reset(sd_bus_message_ref(message));
-        return 0;
-    };
-    BusSlot pending;
-    require(sd_bus_call_async(bus.get(), OutPtr(pending), call.get(), answered, &reply, 0));
-    if (!runUntil(queue, [&] { return reply != nullptr; })) throw std::runtime_error("no reply");
-    return reply;
+int FakePanel::answered(sd_bus_message* message, void* reply, sd_bus_error*) {
+    static_cast<BusMessage*>(reply)->reset(sd_bus_message_ref(message));
+    return 0;
 }
 
-std::string FakePanel::call(const std::string& item, const char* path, const char* interface,
-                            const char* member, const char* types, ...) {
-    BusMessage call;
-    require(sd_bus_message_new_method_call(bus.get(), OutPtr(call), item.c_str(), path, interface, member));
-    if (types) {
-        va_list arguments;
-        va_start(arguments, types);
-        const int result = sd_bus_message_appendv(call.get(), types, arguments);
-        va_end(arguments);
-        require(result);
-    }
-    const auto reply = complete(call);
+std::string FakePanel::textOf(const BusMessage& reply) {
     const auto* const error = sd_bus_message_get_error(reply.get());
     return error ? error->name : readAll(reply.get());
 }
@@ -191,14 +172,10 @@ std::string FakePanel::property(const std::string& item, const char* name) {
 }
 
 ShownMenu FakePanel::menu(const std::string& item) {
-    BusMessage call;
-    require(sd_bus_message_new_method_call(bus.get(), OutPtr(call), item.c_str(), "/MenuBar", menuInterface,
-                                           "GetLayout"));
-    require(sd_bus_message_append(call.get(), "iias", 0, -1, 0));
-    const auto reply = complete(call);
+    const auto layout = reply(item, "/MenuBar", menuInterface, "GetLayout", "iias", 0, -1, 0);
     ShownMenu shown;
-    require(sd_bus_message_read(reply.get(), "u", &shown.revision));
-    shown.root = readItem(reply.get());
+    require(sd_bus_message_read(layout.get(), "u", &shown.revision));
+    shown.root = readItem(layout.get());
     return shown;
 }
 

@@ -63,8 +63,11 @@ public:
 
     /// Calls a method. The reply's values as text: [an array], (a structure), name=value, <an object's path>,
     /// more than 16 bytes as "N bytes"; or the name of an error.
+    template <typename... Values>
     std::string call(const std::string& item, const char* path, const char* interface, const char* member,
-                     const char* types = nullptr, ...);
+                     const char* types, Values... values) {
+        return textOf(reply(item, path, interface, member, types, values...));
+    }
     /// A property of the status item.
     std::string property(const std::string& item, const char* name);
 
@@ -78,11 +81,23 @@ public:
     sd_bus* connection() const { return bus.get(); }
 
 private:
+    template <typename... Values>
+    BusMessage reply(const std::string& item, const char* path, const char* interface, const char* member,
+                     const char* types, Values... values) {
+        BusMessage reply;
+        BusSlot pending;
+        require(sd_bus_call_method_async(bus.get(), OutPtr(pending), item.c_str(), path, interface, member,
+                                         answered, &reply, types, values...));
+        require(runUntil(queue, [&] { return reply != nullptr; }) ? 0 : -ETIMEDOUT);
+        return reply;
+    }
+    static int answered(sd_bus_message* message, void* reply, sd_bus_error*);
+    static std::string textOf(const BusMessage& reply);
+
     static const sd_bus_vtable vtable[];
     int registerItem(sd_bus_message* call);
     int isHostRegistered(sd_bus_message* reply);
     int signalled(sd_bus_message* signal);
-    BusMessage complete(const BusMessage& call);
 
     EventQueue& queue;
     BusConnection bus;

@@ -31,6 +31,7 @@ public:
     OutPtr(const OutPtr&) = delete;
     OutPtr& operator=(const OutPtr&) = delete;
 
+    // NOLINTNEXTLINE(google-explicit-constructor): stands for the address itself
     operator typename Owner::pointer *() { return &made; }
 
 private:

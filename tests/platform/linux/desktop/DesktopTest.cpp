@@ -208,16 +208,6 @@ TEST_F(AutostartEntryTest, namesTheProgramAsDesktopEntriesQuoteIt) {
     }
 }
 
-/// By the XDG base directory rules.
-TEST_F(AutostartEntryTest, liesWhereDesktopsLookForIt) {
-    setenv("HOME", "/home/somebody", 1);
-    for (const auto& [chosen, expected] :
-         {std::pair{"/chosen", "/chosen/autostart"}, {"relative", "/home/somebody/.config/autostart"}}) {
-        setenv("XDG_CONFIG_HOME", chosen, 1);
-        EXPECT_EQ(AutostartEntry::standardFolder(), expected);
-    }
-}
-
 TEST_F(AutostartEntryTest, isSwitchedOffByTheDesktopForGoodButHereUntilItIsRegisteredAgain) {
     for (const std::string line : {"Hidden=true", "X-GNOME-Autostart-enabled=false"}) {
         const std::string off = "[Desktop Entry]\nExec=other\n" + line + "\n";

@@ -4,6 +4,8 @@ set(CMAKE_CXX_STANDARD 23)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+include(CheckPIESupported)
+check_pie_supported()
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 set(CMAKE_CXX_FLAGS_RELEASE "-O2 -g1 -DNDEBUG")
 
@@ -32,7 +34,7 @@ if(QUORVEL_SANITIZE)
 else()
     # tests/packaging/check-hardening looks whether it holds.
     add_compile_options(-fstack-protector-strong -fstack-clash-protection -fcf-protection)
-    add_link_options(-pie -Wl,-z,relro,-z,now -Wl,--as-needed)
+    add_link_options(-Wl,-z,relro,-z,now -Wl,--as-needed)
     # The C library's checks need an optimising compiler.
     if(CMAKE_BUILD_TYPE STREQUAL "Release")
         add_compile_options(-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3)

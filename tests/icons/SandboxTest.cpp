@@ -27,8 +27,8 @@ void take(Lack lack) {
         seccomp_rule_add(filter, SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(landlock_create_ruleset), 0);
     if ((lack & seccomp) != 0) {
         seccomp_rule_add(filter, SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(seccomp), 0);
-        seccomp_rule_add(filter, SCMP_ACT_ERRNO(EINVAL), SCMP_SYS(prctl), 1,
-                         SCMP_A0(SCMP_CMP_EQ, PR_SET_SECCOMP));
+        const scmp_arg_cmp setsFilter{.arg = 0, .op = SCMP_CMP_EQ, .datum_a = PR_SET_SECCOMP, .datum_b = 0};
+        seccomp_rule_add_array(filter, SCMP_ACT_ERRNO(EINVAL), SCMP_SYS(prctl), 1, &setsFilter);
     }
     if (lack != nothing && seccomp_load(filter) != 0) _exit(2);
     seccomp_release(filter);

@@ -20,8 +20,8 @@ struct HttpRequest {
     /// Sent in this order, and nothing beside them but Host, Accept-Encoding and Content-Length.
     std::vector<HttpHeader> headers;
     std::string body;
-    /// How long the connection may be silent: from the start to the first byte sent, and then from the last byte that moved in
-    /// either direction.
+    /// How long the connection may be silent: from the start to the first byte sent, and then from the last
+    /// byte that moved in either direction.
     std::chrono::milliseconds idleTimeout{60'000};
 };
 

@@ -54,7 +54,8 @@ const std::map<std::string, Folders>& allowedArrows() {
         {"ui", belowUi},
         {"app", with(belowUi, {"ui"})},
         {"painter", with(platform, {"platform/painterprotocol", "platform/linux/process"})},
-        {"icons", with(platform, {"platform/linux/icons", "platform/linux/process", "platform/posix/process"})},
+        {"icons",
+         with(platform, {"platform/linux/icons", "platform/linux/process", "platform/posix/process"})},
         {"cli", with(with(belowUi, posix), {"platform/propertylist", "platform/linux"})},
         {"entry/linux", with(with(belowUi, belowDesktop), {"ui", "app", "platform/linux/desktop"})},
     };

@@ -145,7 +145,7 @@ void addComparison(Explanation& explanation, const InstalledApp& app, const Auto
         return explanation.add("Decided by", "nothing: a version without a digit is not compared");
     if (!comparison.decisive) return explanation.add("Decided by", "nothing: all parts are equal");
     const std::size_t at = *comparison.decisive;
-    explanation.add("Decided by", "part " + std::to_string(at + 1) + ": the catalog's " +
+    explanation.add("Decided by", "part number " + std::to_string(at + 1) + ": the catalog's " +
                                       comparison.candidate[at] + " is " +
                                       (comparison.order > 0 ? "newer" : "older") + " than the installed " +
                                       comparison.baseline[at]);

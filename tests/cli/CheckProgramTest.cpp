@@ -283,7 +283,7 @@ TEST_F(CheckProgramTest, explainsHowOneApplicationCameToItsOutcome) {
                   "  Catalog's version \"2.0\"\n"
                   "  Installed parts   1 | 0\n"
                   "  Catalog's parts   2 | 0\n"
-                  "  Decided by        part 1: the catalog's 2 is newer than the installed 1\n"
+                  "  Decided by        part number 1: the catalog's 2 is newer than the installed 1\n"
                   "  Minimum system    none named; this is macOS 14.5.0\n"
                   "  Ignored           no\n"
                   "  Outcome           newer version 2.0\n");

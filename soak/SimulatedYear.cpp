@@ -91,7 +91,7 @@ protected:
         const auto header = itemAt(*statusBar.menu, {"New Versions Available (…"});
         const auto& item = header.submenu->items.at(
             static_cast<std::size_t>(upTo(static_cast<int>(header.submenu->items.size()) - 1)));
-        if (item.submenu) chooseItem({"New Versions Available (…", item.title, "Ignore This Version"});
+        if (item.submenu) chooseItem({"New Versions Available (…", titleOf(item), "Ignore This Version"});
     }
 
     void resetIgnored() {

@@ -68,7 +68,7 @@ public:
     static std::string number(std::uint64_t value, std::size_t width) {
         std::string digits;
         while (width-- > 0)
-            digits += static_cast<char>(value >> 8 * width);
+            digits += width < sizeof value ? static_cast<char>(value >> 8 * width) : '\0';
         return digits;
     }
 

@@ -31,7 +31,7 @@ Json jsonOf(const FailableDecodable<AutoMatchResult>& entry) {
     requireText(version);
     requireText(minimumOSVersion.value_or(""));
     Json object{{"id", id}, {"title", title}, {"version", version}};
-    if (!lacksIdentifiers) object["bundle_identifiers"] = bundleIdentifiers;
+    object["bundle_identifiers"] = lacksIdentifiers ? Json(0) : Json(bundleIdentifiers);
     if (minimumOSVersion) object["requirements"] = {{"minimum_os", *minimumOSVersion}};
     return object;
 }

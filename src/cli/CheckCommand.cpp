@@ -12,7 +12,7 @@
 #include "cli/CheckSetup.h"
 #include "cli/Commands.h"
 #include "cli/Report.h"
-#include "platform/linux/EventQueue.h"
+#include "platform/posix/TaskQueue.h"
 #include "platform/posix/http/CurlSession.h"
 
 namespace quorvel {
@@ -41,7 +41,7 @@ CheckReport beginReport(const CommandLine& line) {
 /// Runs one check and gathers its events.
 class Check {
 public:
-    Check(const CommandLine& line, EventQueue& queue, HttpSession& session, Progress& progress,
+    Check(const CommandLine& line, TaskQueue& queue, HttpSession& session, Progress& progress,
           CheckReport& report)
         : queue(queue),
           progress(progress),
@@ -120,7 +120,7 @@ private:
         return newer ? ExitStatus::newer : ExitStatus::nothingNewer;
     }
 
-    EventQueue& queue;
+    TaskQueue& queue;
     Progress& progress;
     CheckReport& report;
     const ErrorLogger logger;
@@ -163,7 +163,7 @@ void waitForLastRequests(CurlSession& session, Progress& progress) {
 
 ExitStatus checkApplications(const CommandLine& line) {
     CheckReport report = beginReport(line);
-    EventQueue queue;
+    TaskQueue queue;
     Progress progress(queue, describeTerminal(STDERR_FILENO), stderr);
     CurlSession session;
     if (!report.inventory.apps.empty()) {

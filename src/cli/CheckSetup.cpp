@@ -2,8 +2,7 @@
 
 #include "api/OrbistoAPIService.h"
 #include "platform/ProgramInfo.h"
-#include "platform/linux/UserLocale.h"
-#include "platform/linux/XdgFolders.h"
+#include "platform/System.h"
 #include "versions/VersionComparator.h"
 
 namespace quorvel {
@@ -18,7 +17,7 @@ Environment environmentOf(const CommandLine& line) {
 
 PersistenceManager storageOf(const CommandLine& line) {
     return line.dataFolder ? PersistenceManager::at(*line.dataFolder)
-                           : PersistenceManager::shared(xdg::dataHome());
+                           : PersistenceManager::shared(applicationSupportFolder());
 }
 
 std::unique_ptr<OrbistoAPIServiceProtocol> makeClient(const CommandLine& line, Queue& queue,

@@ -12,7 +12,7 @@
 #include "cli/Report.h"
 #include "platform/Files.h"
 #include "platform/ProgramInfo.h"
-#include "platform/linux/EventQueue.h"
+#include "platform/posix/TaskQueue.h"
 #include "platform/posix/http/CurlSession.h"
 #include "platform/propertylist/PropertyList.h"
 #include "platform/text/DisplayText.h"
@@ -27,7 +27,7 @@ using Answer = std::expected<AutoMatchAnswer, RequestError>;
 
 /// One chunk's worth of applications at the most.
 Answer askCatalog(const CommandLine& line, std::span<const InstalledApp> apps) {
-    EventQueue queue;
+    TaskQueue queue;
     Progress progress(queue, describeTerminal(STDERR_FILENO), stderr);
     CurlSession session;
     const auto client = makeClient(line, queue, session);

@@ -8,7 +8,7 @@
 #include "cli/CheckSetup.h"
 #include "cli/Commands.h"
 #include "cli/Inventory.h"
-#include "platform/linux/EventQueue.h"
+#include "platform/posix/TaskQueue.h"
 #include "platform/text/DisplayText.h"
 
 namespace quorvel {
@@ -70,7 +70,7 @@ public:
 
 std::string requestsOfOneCheck(const CommandLine& line, const Inventory& inventory,
                                const PersistenceManager& storage) {
-    EventQueue queue;
+    TaskQueue queue;
     WritingSession session(queue);
     const auto service = makeCheckService(line, storage, queue, session, std::chrono::milliseconds::zero());
     service->check(inventory.apps, std::make_shared<std::vector<ScanIssue>>(inventory.issues), "manual",

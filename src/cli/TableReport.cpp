@@ -4,7 +4,7 @@
 
 #include "cli/Report.h"
 #include "cli/Table.h"
-#include "platform/linux/UserLocale.h"
+#include "platform/System.h"
 #include "platform/text/DisplayText.h"
 #include "platform/text/Text.h"
 

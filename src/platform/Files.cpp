@@ -62,6 +62,15 @@ void removeAbandoned(const std::filesystem::path& path) {
     }
 }
 
+/// Waits until what was written would survive a loss of power. Where fcntl knows F_FULLFSYNC, fsync leaves it
+/// in the drive's cache; folders and some file systems refuse it.
+bool reachDisk(int descriptor) {
+#ifdef F_FULLFSYNC
+    if (fcntl(descriptor, F_FULLFSYNC) == 0) return true;
+#endif
+    return fsync(descriptor) == 0;
+}
+
 }  // namespace
 
 bool read(int folder, const char* path, std::size_t sizeLimit, std::string& content) {
@@ -99,13 +108,13 @@ bool writeAtomically(const std::filesystem::path& path, std::string_view bytes) 
     std::string temporary = (parent / temporaryPrefix(path)).string().append(randomPart);
     FileDescriptor file(mkostemp(temporary.data(), O_CLOEXEC));
     if (!file) return false;
-    const bool written = writeAll(file.get(), bytes) && fsync(file.get()) == 0 && file.close();
+    const bool written = writeAll(file.get(), bytes) && reachDisk(file.get()) && file.close();
     if (!written || rename(temporary.c_str(), path.c_str()) != 0) {
         unlink(temporary.c_str());
         return false;
     }
     // The new name survives a loss of power only once the folder is on the disk too.
-    return fsync(folder.get()) == 0;
+    return reachDisk(folder.get());
 }
 
 AppendResult append(const std::filesystem::path& path, std::string_view bytes) {

@@ -13,9 +13,9 @@
 
 #include "app/AppDelegate.h"
 #include "platform/AnnouncedPathMonitor.h"
+#include "platform/System.h"
 #include "platform/linux/EventQueue.h"
 #include "platform/linux/UncaughtExceptions.h"
-#include "platform/linux/UserLocale.h"
 #include "platform/linux/bus/SessionBus.h"
 #include "platform/linux/desktop/AutostartEntry.h"
 #include "platform/linux/desktop/DesktopStatusBar.h"

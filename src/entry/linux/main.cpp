@@ -13,7 +13,7 @@
 #include "entry/linux/DesktopProgram.h"
 #include "platform/CommandOptions.h"
 #include "platform/ProgramInfo.h"
-#include "platform/linux/XdgFolders.h"
+#include "platform/System.h"
 #include "platform/posix/http/CatalogAddress.h"
 #include "platform/text/DisplayText.h"
 #include "scanner/AppScannerService.h"
@@ -109,7 +109,7 @@ int run(std::span<const char* const> arguments) {
     const auto catalog = catalogAddress(line->catalog);
     if (!catalog) return refuse(catalog.error());
     const auto storage = line->dataFolder ? PersistenceManager::at(*line->dataFolder)
-                                          : PersistenceManager::shared(xdg::dataHome());
+                                          : PersistenceManager::shared(applicationSupportFolder());
     return runDesktopProgram(
         {.scanRoots = line->systemRoot ? AppScannerService::rootsOfVolume(*line->systemRoot)
                                        : AppScannerService::standardRoots(),

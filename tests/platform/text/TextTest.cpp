@@ -5,7 +5,7 @@
 #include <stdlib.h>
 #include <unicode/uloc.h>
 
-#include "platform/linux/UserLocale.h"
+#include "platform/System.h"
 #include "platform/text/Text.h"
 
 namespace quorvel::text {

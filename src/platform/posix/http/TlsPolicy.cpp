@@ -1,9 +1,9 @@
 #include "platform/posix/http/TlsPolicy.h"
 
-#include <cstdlib>
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
-#include <system_error>
+
+#include "platform/posix/http/SystemTrust.h"
 
 namespace quorvel {
 
@@ -28,28 +28,6 @@ std::string issuerOf(const X509* certificate) {
     const X509_NAME* name = X509_get_issuer_name(certificate);
     std::string common = nameEntry(name, NID_commonName);
     return common.empty() ? nameEntry(name, NID_organizationName) : common;
-}
-
-/// Whether OpenSSL can look up authorities in `folder` one by one, by file names made of their hash.
-bool isIndexed(const char* folder) {
-    std::error_code ignored;
-    for (std::filesystem::directory_iterator entry(folder, ignored), end; entry != end;
-         entry.increment(ignored)) {
-        if (entry->path().extension() == ".0") return true;
-    }
-    return false;
-}
-
-/// Trusts the system's authorities, or those that SSL_CERT_FILE and SSL_CERT_DIR name. OpenSSL's default also
-/// reads the bundle of them all, for each connection anew, which takes far longer than the handshake.
-void trustSystem(SSL_CTX* tls) {
-    const bool isNamed = std::getenv(X509_get_default_cert_file_env()) != nullptr ||
-                         std::getenv(X509_get_default_cert_dir_env()) != nullptr;
-    if (!isNamed && isIndexed(X509_get_default_cert_dir())) {
-        SSL_CTX_set_default_verify_dir(tls);
-    } else {
-        SSL_CTX_set_default_verify_paths(tls);
-    }
 }
 
 /// OpenSSL's own verification, and a note of what it stumbled over.

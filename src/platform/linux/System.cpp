@@ -1,8 +1,14 @@
-#include "platform/linux/UserLocale.h"
+#include "platform/System.h"
 
 #include <cstdlib>
 
+#include "platform/linux/XdgFolders.h"
+
 namespace quorvel {
+
+std::filesystem::path applicationSupportFolder() {
+    return xdg::dataHome();
+}
 
 std::string userLocale() {
     for (const char* const name : {"LC_ALL", "LC_COLLATE", "LANG"}) {

@@ -38,4 +38,4 @@ build_packages=(g++ cmake ninja-build pkg-config ccache libexpat1-dev libicu-dev
 test_packages=(git libgtest-dev clang-format-19 python3 python3-jsonschema iproute2 dbus xvfb xfce4-panel trayer weston
     qt6-wayland xdotool xclip imagemagick appstream desktop-file-utils groff-base systemd)
 # What ./test --all needs besides.
-more_test_packages=(clang-19 clang-tidy-19 libclang-rt-19-dev)
+more_test_packages=(clang-19 clang-tidy-19 libclang-rt-19-dev libc++-19-dev libc++abi-19-dev googletest)

@@ -1,10 +1,10 @@
 #include <cerrno>
+#include <future>
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -145,7 +145,7 @@ protected:
 
 TEST_F(RunningInstanceTest, handlesWhatASecondStartAsksFor) {
     std::vector<bool> answers;
-    std::jthread second([&] {
+    const auto second = std::async(std::launch::async, [&] {
         EventQueue otherQueue;
         SessionBus otherBus(otherQueue);
         RunningInstance other(otherBus, busName);
@@ -157,7 +157,7 @@ TEST_F(RunningInstanceTest, handlesWhatASecondStartAsksFor) {
             answers.push_back(isSecond && other.ask(request));
     });
     ASSERT_TRUE(runUntil(queue, [&] { return requests.size() >= 4; }));
-    second.join();
+    second.wait();
     EXPECT_EQ(answers, std::vector<bool>(4, true));
     EXPECT_EQ(requests, (Texts{"|", "|token", "about|", "about|t"}));
 }

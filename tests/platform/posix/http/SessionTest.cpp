@@ -1,4 +1,5 @@
 #include <atomic>
+#include <future>
 #include <memory>
 #include <thread>
 
@@ -17,9 +18,9 @@ TEST(Session, completesEachRequestOnceOnItsOwnThread) {
     std::atomic<int> elsewhere = 0;
     CurlSession session;
     {
-        std::vector<std::jthread> callers;
+        std::vector<std::future<void>> callers;
         for (int caller = 0; caller < 4; ++caller) {
-            callers.emplace_back([&, caller] {
+            callers.push_back(std::async(std::launch::async, [&, caller] {
                 for (int index = caller; index < count; index += 4) {
                     const auto self = std::this_thread::get_id();
                     session.dataTask(post(server.url("/")), [&, index, self](HttpOutcome outcome) {
@@ -27,7 +28,7 @@ TEST(Session, completesEachRequestOnceOnItsOwnThread) {
                         if (std::this_thread::get_id() != self) ++elsewhere;
                     });
                 }
-            });
+            }));
         }
     }
     EXPECT_TRUE(session.finish(std::chrono::seconds(30)));

@@ -72,8 +72,7 @@ protected:
         const auto requests = open("");
         const auto request =
             requests.at(static_cast<std::size_t>(upTo(static_cast<int>(requests.size()) - 1)));
-        const auto& url = session.requests[request].url;
-        const auto& body = answers[url.substr(url.find("/v1") + 3)].body;
+        const auto body = answerTo(session.requests[request]).body;
         std::exchange(session.completions[request], nullptr)(outcomeOf(body));
         queue.runUntilIdle();
     }

@@ -1,5 +1,9 @@
 #include "app/AppDelegateFixture.h"
 
+#include <nlohmann/json.hpp>
+
+#include "check/Chunks.h"
+
 namespace quorvel {
 
 namespace {
@@ -7,8 +11,13 @@ namespace {
 constexpr const char* baseURL = "https://catalog.test/v1";
 constexpr const char* autoMatch = "/apps/auto-match-collection";
 
-std::string identifierOf(const std::string& name) {
-    return "com.example." + name;
+/// What tells a request from others: the number of applications, a tracking event's message, or the body.
+std::string summaryOf(const HttpRequest& request) {
+    if (request.body.empty()) return "";
+    const auto body = nlohmann::json::parse(request.body);
+    if (body.contains("titles")) return std::to_string(body["titles"].size());
+    if (!body.contains("message")) return request.body;
+    return body["status"].get<std::string>() + " " + body["message"].get<std::string>();
 }
 
 }  // namespace
@@ -17,7 +26,6 @@ AppDelegateFixture::AppDelegateFixture() {
     images.named["StatusBarIconTemplate"] = {
         .themeName = "", .bitmaps = {{1, 1, {0, 0, 0, 255}}}, .size = 24, .isTemplate = true};
     answers["/qvl/instance"] = {200, R"({"success":true,"data":{"id":48213}})"};
-    listInCatalog({});
     instanceStore.save(7);
     start();
 }
@@ -36,7 +44,7 @@ AppDelegate::Platform AppDelegateFixture::platform() {
         .loginItem = loginItem,
         .application = application,
         .persistence = persistence,
-        .environment = {{"com.ob.quorvel", "1.4.2"}, {14, 5, 0}},
+        .environment = {{"com.ob.quorvel", ownVersion}, {14, 5, 0}},
         .steadyClock = [this] { return std::chrono::steady_clock::time_point(queue.now); },
         .wallClock =
             [this] {
@@ -67,37 +75,65 @@ void AppDelegateFixture::launchOnline() {
     launch();
 }
 
-void AppDelegateFixture::addApp(const std::string& name, const std::string& version) const {
-    folder.write(
-        "Applications/" + name + ".app/Contents/Info.plist",
-        R"(<?xml version="1.0" encoding="UTF-8"?><plist version="1.0"><dict><key>CFBundleIdentifier</key><string>)" +
-            identifierOf(name) + "</string><key>CFBundleShortVersionString</key><string>" + version +
-            "</string></dict></plist>");
+void AppDelegateFixture::addApp(const std::string& name, const std::string& version,
+                                const std::string& folderName) const {
+    folder.write("Applications/" + folderName + name + ".app/Contents/Info.plist",
+                 "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>com.example." + name +
+                     "</string><key>CFBundleShortVersionString</key><string>" + version +
+                     "</string></dict></plist>");
 }
 
-void AppDelegateFixture::listInCatalog(const std::map<std::string, std::string>& versions) {
-    std::string data;
-    for (const auto& [name, version] : versions) {
-        if (!data.empty()) data += ",";
-        data += R"({"id":5,"title":")" + name + R"(","version":")" + version +
-                R"(","bundle_identifiers":[")" + identifierOf(name) + R"("]})";
-    }
-    answers[autoMatch] = {200, R"({"success":true,"data":[)" + data + "]}"};
+void AppDelegateFixture::listInCatalog(Versions versions) {
+    answers.erase(autoMatch);
+    listed = std::move(versions);
 }
 
 void AppDelegateFixture::failCatalog(int status, const std::string& body) {
     answers[autoMatch] = {status, body};
 }
 
+AppDelegateFixture::Answer AppDelegateFixture::answerTo(const HttpRequest& request) const {
+    const auto path = request.url.substr(std::string(baseURL).size());
+    if (answers.contains(path)) return answers.at(path);
+    if (path != autoMatch) return {};
+    const auto asked = nlohmann::json::parse(request.body);
+    auto data = nlohmann::json::array();
+    for (std::size_t index = 0; index < asked["titles"].size(); ++index) {
+        const std::string title = asked["titles"][index], identifier = asked["bundle_ids"][index];
+        if (!listed.contains(title) || identifier != "com.example." + title) continue;
+        data.push_back({{"id", 5},
+                        {"title", title},
+                        {"version", listed.at(title)},
+                        {"bundle_identifiers", {identifier}}});
+    }
+    return {200, nlohmann::json{{"success", true}, {"data", data}}.dump()};
+}
+
+void AppDelegateFixture::answer(std::size_t request, const Answer& given) {
+    std::exchange(session.completions[request], nullptr)({given.body, given.status, {}});
+    queue.runUntilIdle();
+}
+
+void AppDelegateFixture::answerNext() {
+    if (!session.completions[answered]) {
+        ++answered;
+        return;
+    }
+    const auto& request = session.requests[answered];
+    std::optional<Answer> given;
+    if (request.url.ends_with(autoMatch) && !chunkAnswers.empty()) {
+        given = chunkAnswers.front();
+        chunkAnswers.pop_front();
+    }
+    answer(answered++, given.value_or(answerTo(request)));
+}
+
 void AppDelegateFixture::settle() {
     queue.runUntilIdle();
     while (answered < session.completions.size()) {
-        const auto& [status, body] =
-            answers[session.requests[answered].url.substr(std::string(baseURL).size())];
-        auto completion = std::exchange(session.completions[answered], nullptr);
-        ++answered;
-        completion({body, status, {}});
-        queue.runUntilIdle();
+        while (answered < session.completions.size())
+            answerNext();
+        if (iconShowsFetching()) queue.advance(interChunkDelay);
     }
     expectAtRest();
 }
@@ -118,19 +154,19 @@ void AppDelegateFixture::expectAtRest() {
     statusBar.menu = shown;  // with what its items captured
 }
 
-std::vector<std::string> AppDelegateFixture::bodies(const std::string& wanted) const {
-    std::vector<std::string> found;
-    for (const auto& request : session.requests) {
-        if (request.url == baseURL + wanted) found.push_back(request.body);
+std::string AppDelegateFixture::newRequests() {
+    std::string text;
+    for (; told < session.requests.size(); ++told) {
+        const auto& request = session.requests[told];
+        const auto summary = summaryOf(request);
+        text +=
+            request.url.substr(std::string(baseURL).size()) + (summary.empty() ? "" : " ") + summary + "\n";
     }
-    return found;
+    return text;
 }
 
-std::string AppDelegateFixture::newRequests() {
-    std::string paths;
-    for (; told < session.requests.size(); ++told)
-        paths += session.requests[told].url.substr(std::string(baseURL).size()) + "\n";
-    return paths;
+std::string AppDelegateFixture::backtrace() const {
+    return nlohmann::json::parse(session.requests.back().body).at("backtrace");
 }
 
 std::string AppDelegateFixture::updatesText() const {

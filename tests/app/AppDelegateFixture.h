@@ -1,8 +1,10 @@
 #pragma once
 
+#include <deque>
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -30,21 +32,31 @@ protected:
     /// With a satisfied network path.
     void launchOnline();
 
-    void addApp(const std::string& name, const std::string& version) const;
-    /// What the catalog says of applications: their names and versions.
-    void listInCatalog(const std::map<std::string, std::string>& versions);
-    /// What the catalog answers to every list of applications from now on.
-    void failCatalog(int status, const std::string& body);
+    /// Of applications, by their names.
+    using Versions = std::map<std::string, std::string>;
+    struct Answer {
+        int status = 200;
+        std::string body = R"({"success":true})";
+    };
 
-    /// Answers every request and runs what that makes ready, then checks what must hold whenever no check
-    /// runs.
+    void addApp(const std::string& name, const std::string& version,
+                const std::string& folderName = "") const;
+    /// What the catalog knows from now on, or answers to every list of applications.
+    void listInCatalog(Versions versions);
+    void failCatalog(int status, const std::string& body);
+    Answer answerTo(const HttpRequest& request) const;
+    /// Answers that request, and runs what that makes ready.
+    void answer(std::size_t request, const Answer& given);
+
+    /// Answers every request, lets the pauses between those of a check pass, then checks what must hold
+    /// whenever no check runs.
     void settle();
     /// Lets the launch check run to its end.
     void settleLaunch();
-    /// The requests so far that `path` names, with their bodies.
-    std::vector<std::string> bodies(const std::string& path) const;
-    /// The paths of the requests since the last call, each with a line feed.
+    /// The paths of the requests since the last call, a line each, with what their bodies say.
     std::string newRequests();
+    /// What the newest request reports beside its message.
+    std::string backtrace() const;
 
     std::string menuText() const { return outline(*statusBar.menu); }
     std::string updatesTitle() const {
@@ -74,17 +86,19 @@ protected:
     std::function<void(const UncaughtException&)> uncaughtExceptionHandler;
     std::vector<int> exits;
     bool skipMonitoring = false;
+    std::optional<std::string> ownVersion = "1.4.2";
 
-    struct Answer {
-        int status = 200;
-        std::string body = R"({"success":true})";
-    };
+    /// By path, where X of applications get `chunkAnswers`
+    /// first.
     std::map<std::string, Answer> answers;
+    std::deque<std::optional<Answer>> chunkAnswers;
     std::shared_ptr<AppDelegate> delegate;
 
 private:
     AppDelegate::Platform platform();
+    void answerNext();
 
+    Versions listed;
     std::size_t answered = 0;
     std::size_t told = 0;
 };

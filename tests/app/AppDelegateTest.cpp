@@ -5,24 +5,25 @@ namespace quorvel {
 namespace {
 
 using namespace std::chrono_literals;
-using Texts = std::vector<std::string>;
 
-std::string launchHeader(const std::string& instance) {
-    return "Quorvel 1.4.2\nInstance: " + instance + "\nPlatform: " + machineName() +
+const std::string stamp = "[1970-01-01T00:00:00Z] ";
+
+std::string launchHeader(const std::string& instance, const std::string& version = "1.4.2") {
+    return "Quorvel " + version + "\nInstance: " + instance + "\nPlatform: " + machineName() +
            "\nOS: macOS 14.5.0\n---\n";
 }
 
-/// `body` with `text` in it, as JSON escapes it.
-void expectContains(const std::string& body, const std::string& text) {
-    EXPECT_NE(body.find(text), std::string::npos) << "no " << text << "\nin " << body;
+/// The requests of a check of one application that goes well.
+std::string requestsOf(const std::string& trigger, int updates = 0) {
+    return "/apps/auto-match-collection 1\n/qvl/tracking success instance_running trigger=" + trigger +
+           " apps=1 updates=" + std::to_string(updates) + "\n";
 }
 
 class AppDelegateTest : public AppDelegateFixture {};
 
 TEST_F(AppDelegateTest, launchShowsTheCheckOnTheIconAndTheResultInTheMenu) {
     addApp("Amberleaf", "1.0");
-    addApp("Brindle", "3.1");
-    listInCatalog({{"Amberleaf", "2.0"}, {"Brindle", "3.1"}});
+    listInCatalog({{"Amberleaf", "2.0"}});
     SettingsStore(persistence).save({.openAtLogin = true, .colorIcon = true});
     queue.advance(1h);
     launchOnline();
@@ -36,18 +37,20 @@ TEST_F(AppDelegateTest, launchShowsTheCheckOnTheIconAndTheResultInTheMenu) {
     EXPECT_EQ(queue.untilNext(), 6h) << "the timer runs after every outcome";
     EXPECT_EQ(updatesText(), "Amberleaf (1.0 → 2.0)\n");
     EXPECT_FALSE(statusBar.image.isTemplate);
-    EXPECT_EQ(newRequests(), "/apps/auto-match-collection\n/qvl/tracking\n");
-    expectContains(bodies("/qvl/tracking")[0], "instance_running trigger=launch apps=2 updates=1");
-    EXPECT_EQ(log(), launchHeader("7") +
-                         "[1970-01-01T01:00:00Z] Launch started\n"
-                         "---\n[1970-01-01T01:00:03Z] Check completed\n"
-                         "All apps: 2\nMatched: 2 (1 already latest)\nUnmatched: 0\nUpdates: 1\n"
-                         "---\n[1970-01-01T01:00:03Z] Launch check completed in 3.47s\n");
+    EXPECT_EQ(newRequests(), requestsOf("launch", 1));
+    EXPECT_EQ(log(),
+              launchHeader("7") +
+                  "[1970-01-01T01:00:00Z] Launch started\n---\n[1970-01-01T01:00:03Z] Check completed\n"
+                  "All apps: 1\nMatched: 1\nUnmatched: 0\nUpdates: 1\n"
+                  "---\n[1970-01-01T01:00:03Z] Launch check completed in 3.47s\n");
     EXPECT_FALSE(delegate->applicationShouldTerminateAfterLastWindowClosed());
 }
 
 TEST_F(AppDelegateTest, aMachineWithoutApplicationsAsksTheCatalogNothing) {
-    launchOnline();
+    // Nor does a network that is not monitored have to be reported.
+    skipMonitoring = true;
+    start();
+    launch();
     settleLaunch();
     EXPECT_TRUE(log().contains("Z] Scanner found 0 apps — skipping API call\n---\n")) << log();
     EXPECT_EQ(newRequests(), "");
@@ -62,32 +65,26 @@ TEST_F(AppDelegateTest, aLaunchWithoutNetworkRunsAgainWhenTheNetworkReturns) {
     launch();
     settleLaunch();
     EXPECT_EQ(queue.untilNext(), 6h) << "the timer runs after every outcome";
-    const std::string noConnection =
-        "[1970-01-01T00:00:00Z] Launch started\n"
-        "---\n[1970-01-01T00:00:00Z] No internet connection.\n"
-        "---\n[1970-01-01T00:00:00Z] Launch check completed in 0.00s\n";
-    EXPECT_EQ(log(), launchHeader("7") + noConnection);
+    const std::string noConnection = launchHeader("7") + stamp + "Launch started\n---\n" + stamp +
+                                     "No internet connection.\n---\n" + stamp +
+                                     "Launch check completed in 0.00s\n";
+    EXPECT_EQ(log(), noConnection);
     EXPECT_EQ(updatesText(), "Last check failed\nNo internet connection.\n");
     EXPECT_EQ(newRequests(), "") << "neither scanned nor reported";
 
     queue.advance(90s);
     const int menus = statusBar.menusSet;
     path->report(PathStatus::satisfied);
-    EXPECT_EQ(log(), launchHeader("7") + noConnection) << "the monitor's queue touches nothing";
+    EXPECT_EQ(log(), noConnection) << "the monitor's queue touches nothing";
     EXPECT_FALSE(iconShowsFetching());
     queue.runUntilIdle();
     EXPECT_TRUE(iconShowsFetching());
     EXPECT_EQ(statusBar.menusSet, menus) << "a launch check leaves the menu until its end";
     settleLaunch();
-    EXPECT_EQ(newRequests(), "/apps/auto-match-collection\n/qvl/tracking\n");
+    EXPECT_EQ(newRequests(), requestsOf("launch", 1));
     EXPECT_EQ(updatesText(), "Amberleaf (1.0 → 2.0)\n");
     EXPECT_TRUE(log().starts_with(launchHeader("7") + "[1970-01-01T00:01:30Z] Launch started\n"));
     EXPECT_TRUE(log().ends_with("Launch check completed in 90.00s\n")) << "counted from the launch";
-
-    path->report(PathStatus::unsatisfied);
-    path->report(PathStatus::satisfied);
-    settle();
-    EXPECT_EQ(newRequests(), "") << "one loss of the connection, one retry";
 }
 
 TEST_F(AppDelegateTest, everyTriggerWithoutNetworkAppendsToTheLogAndLeavesOneRetry) {
@@ -101,23 +98,21 @@ TEST_F(AppDelegateTest, everyTriggerWithoutNetworkAppendsToTheLogAndLeavesOneRet
     for (const auto check : {&AppDelegate::runManualCheck, &AppDelegate::runBackgroundCheck}) {
         (*delegate.*check)();
         settle();
-        EXPECT_EQ(log(), expectedLog += "---\n[1970-01-01T00:00:00Z] No internet connection.\n");
+        EXPECT_EQ(log(), expectedLog += "---\n" + stamp + "No internet connection.\n");
     }
     EXPECT_EQ(updatesTitle(), "New Versions Available (1)") << "the last result is still counted";
     EXPECT_EQ(updatesText(), "Last check failed\nNo internet connection.\n");
     EXPECT_EQ(newRequests(), "");
-    path->report(PathStatus::satisfied);
-    settleLaunch();
-    EXPECT_EQ(newRequests(), "/apps/auto-match-collection\n/qvl/tracking\n") << "one retry";
+    queue.advance(1h);
+    for (const char* const expected : {"one retry", "and no more"}) {
+        path->report(PathStatus::satisfied);
+        settleLaunch();
+        EXPECT_EQ(newRequests(), expected == std::string("one retry") ? requestsOf("launch", 1) : "");
+        path->report(PathStatus::unsatisfied);
+    }
     EXPECT_EQ(updatesText(), "Amberleaf (1.0 → 2.0)\n");
-}
-
-TEST_F(AppDelegateTest, neverWaitsForANetworkThatIsNotMonitored) {
-    addApp("Amberleaf", "1.0");
-    skipMonitoring = true;
-    start();
-    launch();
-    EXPECT_EQ(newRequests(), "/apps/auto-match-collection\n");
+    queue.advance(6h - 1s);
+    EXPECT_FALSE(iconShowsFetching()) << "the retry has restarted the timer";
 }
 
 TEST_F(AppDelegateTest, aManualCheckIsRefusedWhileOneRuns) {
@@ -131,97 +126,77 @@ TEST_F(AppDelegateTest, aManualCheckIsRefusedWhileOneRuns) {
     EXPECT_EQ(newRequests() + log(), before);
     EXPECT_EQ(statusBar.menusSet, menus);
     settleLaunch();
-
     newRequests();
+
+    queue.advance(2h);
     chooseItem({"Check for Updates"});
     EXPECT_TRUE(iconShowsFetching());
     chooseItem({"Check for Updates"});
-    EXPECT_EQ(alerts.shown, Texts{"Update check is already running.|"});
-    EXPECT_EQ(newRequests(), "/apps/auto-match-collection\n");
+    EXPECT_EQ(alerts.shown, std::vector<std::string>{"Update check is already running.|"});
     settle();
-    expectContains(bodies("/qvl/tracking").back(), "instance_running trigger=manual apps=1 updates=0");
+    EXPECT_EQ(newRequests(), requestsOf("manual"));
+    EXPECT_EQ(queue.untilNext(), 4h) << "a manual check leaves the timer running";
 }
 
 TEST_F(AppDelegateTest, aBackgroundCheckRunsBesideAManualOneAndTheLaterEndWins) {
     addApp("Amberleaf", "1.0");
     launchOnline();
     settleLaunch();
-    const auto duration = queue.untilNext();
-    queue.advance(duration - 1s);
-    chooseItem({"Check for Updates"});
     newRequests();
+    queue.advance(6h - 1s);
+    chooseItem({"Check for Updates"});
     queue.advance(1s);
-    EXPECT_EQ(newRequests(), "/apps/auto-match-collection\n");
+    EXPECT_EQ(newRequests(), "/apps/auto-match-collection 1\n/apps/auto-match-collection 1\n");
     const auto first = session.completions.size() - 2, second = first + 1;
-    session.completions[second]({"", 500, {}});
-    queue.runUntilIdle();
+    answer(second, {500, ""});
     EXPECT_FALSE(iconShowsFetching());
     EXPECT_TRUE(updatesText().starts_with("Last check failed\n"));
     listInCatalog({{"Amberleaf", "2.0"}});
-    session.completions[first]({answers["/apps/auto-match-collection"].body, 200, {}});
-    queue.runUntilIdle();
+    answer(first, answerTo(session.requests[first]));
     EXPECT_EQ(updatesText(), "Amberleaf (1.0 → 2.0)\n");
-    expectContains(bodies("/qvl/tracking").back(), "trigger=manual");
-}
+    EXPECT_TRUE(newRequests().ends_with("trigger=manual apps=1 updates=1\n"));
 
-TEST_F(AppDelegateTest, checksEverySixHoursFromTheLastLaunchCheckOn) {
-    addApp("Amberleaf", "1.0");
-    launchOnline();
-    settleLaunch();
-    queue.advance(2h);
-    chooseItem({"Check for Updates"});
-    settle();
-    EXPECT_EQ(queue.untilNext(), 4h) << "a manual check leaves the timer running";
-    newRequests();
-    queue.advance(4h);
+    queue.advance(6h);
     EXPECT_TRUE(iconShowsFetching());
     settle();
-    EXPECT_EQ(newRequests(), "/apps/auto-match-collection\n/qvl/tracking\n");
-    expectContains(bodies("/qvl/tracking").back(), "trigger=background");
+    EXPECT_EQ(newRequests(), requestsOf("background", 1));
     EXPECT_EQ(queue.untilNext(), 6h);
-
-    queue.advance(5h);
-    path->report(PathStatus::unsatisfied);
-    delegate->runManualCheck();
-    path->report(PathStatus::satisfied);
-    settle();
-    newRequests();
-    queue.advance(2h);
-    EXPECT_EQ(newRequests(), "") << "the retry has restarted the six hours";
-    queue.advance(4h);
-    EXPECT_EQ(newRequests(), "/apps/auto-match-collection\n");
 }
 
 TEST_F(AppDelegateTest, aFailureOfTheCatalogIsShownLoggedAndReported) {
     addApp("Amberleaf", "1.0");
     const std::string description =
         "Failed to check for updates (scanned 1 apps): Server returned HTTP 500 — overloaded.";
-    const std::string stamp = "[1970-01-01T00:00:00Z] ";
+    const std::string asked = "/apps/auto-match-collection 1\n/qvl/tracking error " + description + "\n";
     failCatalog(500, "overloaded");
     launchOnline();
     settleLaunch();
     EXPECT_EQ(queue.untilNext(), 6h) << "the timer runs after every outcome";
     EXPECT_EQ(updatesText(), "Last check failed\n" + description + "\n");
-    EXPECT_EQ(log(), launchHeader("7") + stamp + "Launch started\n" + stamp +
-                         "Chunk 1/1 failed: Server returned HTTP 500 — overloaded.\n" + stamp + description +
-                         "\n---\n" + stamp + "Launch check completed in 0.00s\n");
-    EXPECT_EQ(newRequests(), "/apps/auto-match-collection\n/qvl/tracking\n");
-    const auto launchReport = bodies("/qvl/tracking").back();
-    expectContains(launchReport, R"("status":"error","message":")" + description + "\"");
-    expectContains(launchReport, "OS: macOS 14.5.0\\n---\\n" + stamp + "Launch started\\n");
-    expectContains(launchReport, stamp + description + "\\n\"}");
-
+    const auto beforeReport = launchHeader("7") + stamp + "Launch started\n" + stamp +
+                              "Chunk 1/1 failed: Server returned HTTP 500 — overloaded.\n" + stamp +
+                              description + "\n";
+    EXPECT_EQ(log(), beforeReport + "---\n" + stamp + "Launch check completed in 0.00s\n");
+    EXPECT_EQ(newRequests(), asked);
+    const std::string environment = "version: 1.4.2\nos: macOS 14.5.0";
+    EXPECT_EQ(backtrace(), environment + "\n---\n" + beforeReport);
     for (const auto check : {&AppDelegate::runManualCheck, &AppDelegate::runBackgroundCheck}) {
         (*delegate.*check)();
         settle();
         EXPECT_EQ(log(), stamp + description + "\n");
-        EXPECT_EQ(newRequests(), "/apps/auto-match-collection\n/qvl/tracking\n");
-        expectContains(bodies("/qvl/tracking").back(), "\\n---\\n" + stamp + description + "\\n\"}");
+        EXPECT_EQ(newRequests(), asked);
+        EXPECT_EQ(backtrace(), environment + "\n---\n" + log());
     }
     path->report(PathStatus::unsatisfied);
     path->report(PathStatus::satisfied);
     settle();
     EXPECT_EQ(newRequests(), "") << "no retry but for a lost connection";
+
+    std::filesystem::remove(persistence.appSupportURL / "error.log");
+    std::filesystem::create_directories(persistence.appSupportURL / "error.log/in the way");
+    delegate->runManualCheck();
+    settle();
+    EXPECT_EQ(backtrace(), environment) << "the report of an unreadable log has no details";
     listInCatalog({});
     delegate->runManualCheck();
     EXPECT_TRUE(updatesText().starts_with("Last check failed\n")) << "until the next result";
@@ -232,44 +207,36 @@ TEST_F(AppDelegateTest, aFailureOfTheCatalogIsShownLoggedAndReported) {
 TEST_F(AppDelegateTest, anUnregisteredInstallationReportsNothing) {
     addApp("Amberleaf", "1.0");
     std::filesystem::remove(instanceStore.url);
+    ownVersion.reset();
+    start();
     failCatalog(500, "");
     answers["/qvl/instance"] = {500, ""};
     launchOnline();
+    EXPECT_TRUE(log().starts_with(launchHeader("not registered", "unknown"))) << log();
     settleLaunch();
     chooseItem({"Try Orbisto Hub app"});
     uncaughtExceptionHandler({"logic_error", "broken", {}});
-    EXPECT_EQ(newRequests(), "/qvl/instance\n/apps/auto-match-collection\n");
-    delegate->runLaunchCheck();
-    EXPECT_TRUE(log().starts_with(launchHeader("not registered")));
-}
-
-TEST_F(AppDelegateTest, aReportOfAnUnreadableLogHasNoDetails) {
-    addApp("Amberleaf", "1.0");
-    launchOnline();
-    settleLaunch();
-    failCatalog(500, "");
-    std::filesystem::remove(persistence.appSupportURL / "error.log");
-    std::filesystem::create_directories(persistence.appSupportURL / "error.log/in the way");
-    delegate->runManualCheck();
-    settle();
-    expectContains(bodies("/qvl/tracking").back(), R"("backtrace":"version: 1.4.2\nos: macOS 14.5.0"})");
+    EXPECT_EQ(newRequests(),
+              "/qvl/instance {\"version\":\"0\",\"os\":\"macOS 14.5.0\"}\n/apps/auto-match-collection 1\n");
 }
 
 TEST_F(AppDelegateTest, nothingThatItHandedOutActsOnceItIsGone) {
-    addApp("Amberleaf", "1.0");
-    listInCatalog({{"Amberleaf", "2.0"}});
+    for (int number = 0; number < 201; ++number)
+        addApp(std::to_string(number), "1.0");
     launchOnline();
     settleLaunch();
+    delegate->runBackgroundCheck();
+    answer(session.requests.size() - 1, answerTo(session.requests.back()));
+    delegate->runBackgroundCheck();
     path->report(PathStatus::unsatisfied);
-    delegate->runManualCheck();
-    path->report(PathStatus::satisfied);  // the retry waits on the main queue
-    delegate->runBackgroundCheck();       // and an answer of the catalog is due
+    delegate->runBackgroundCheck();
+    path->report(PathStatus::satisfied);
+    // A second chunk waits for its pause now, an answer of the catalog is due, and the retry is on the queue.
     const auto menu = statusBar.menu;
-    const auto answer = session.completions.size() - 1;
     newRequests();
     const std::string before = log();
     delegate.reset();
-    session.completions[answer]({answers["/apps/auto-match-collection"].body, 200, {}});
+    answer(session.requests.size() - 1, {});
     queue.advance(13h);
     path->report(PathStatus::unsatisfied);
     for (const MenuPath item :

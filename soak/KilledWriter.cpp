@@ -5,7 +5,7 @@
 #include <signal.h>
 #include <sstream>
 
-#include "persistence/Storage.h"
+#include "Storage.h"
 #include "support/ForkedChild.h"
 #include "support/MemoryFileSystem.h"
 #include "support/TemporaryFolder.h"

@@ -6,50 +6,46 @@
 namespace quorvel {
 namespace {
 
-/// No test asks for such a name: that would leave this machine.
-TEST(CatalogFailure, advisesWhereNobodyCanAnswer) {
+RequestError tooManyRequests(std::optional<std::chrono::seconds> retryAfter) {
+    return OrbistoAPIError{
+        OrbistoAPIError::HttpError{.statusCode = 429, .body = "", .retryAfter = retryAfter}};
+}
+
+/// No test asks for such a name as the built-in one: that would leave this machine.
+TEST(CatalogFailure, saysWhatHappenedWhetherItWasReachedAndWhatToDo) {
+    using Code = SessionError::Code;
+    using std::chrono::seconds;
+    const std::string fewer = "The catalog asks for fewer requests (HTTP 429): try again ";
     const std::string unanswered =
         " is a reserved name that nobody answers. Give another with --catalog URL, "
         "or in QUORVEL_CATALOG_URL.";
-    const std::string ownName(catalogURL), other = "https://catalog.example/v1";
-    struct Row {
+    const std::string ownName(catalogURL), other = "https://catalog.example/v1",
+                                           real = "https://a.test.com/v1";
+    const struct {
+        RequestError error;
+        std::string catalog, sentence;
         ExitStatus status;
-        std::string catalog, advice;
-    };
-    const Row rows[] = {
-        {ExitStatus::notReached, ownName,
+        std::string advice;
+    } rows[] = {
+        {tooManyRequests({}), other, fewer + "later.", ExitStatus::refused, ""},
+        {tooManyRequests(seconds(1)), other, fewer + "in 1 second.", ExitStatus::refused, ""},
+        {tooManyRequests(seconds(120)), other, fewer + "in 120 seconds.", ExitStatus::refused, ""},
+        {tooManyRequests(seconds(121)), other, fewer + "in 3 minutes.", ExitStatus::refused, ""},
+        {SessionError{Code::badURL, "x"}, other, "x", ExitStatus::unexpected, ""},
+        {SessionError{Code::badServerResponse, "x"}, other, "x", ExitStatus::refused, ""},
+        {SessionError{Code::dataLengthExceedsMaximum, "x"}, other, "x", ExitStatus::refused, ""},
+        {SessionError{Code::timedOut, "x"}, real, "x", ExitStatus::notReached, ""},
+        {SessionError{Code::timedOut, "x"}, other, "x", ExitStatus::notReached, other + unanswered},
+        {SessionError{Code::timedOut, "x"}, ownName, "x", ExitStatus::notReached,
          "This program was built without the address of a catalog: " + ownName + unanswered},
-        {ExitStatus::notReached, other, other + unanswered},
-        {ExitStatus::notReached, "https://catalog.example.com/v1", ""},
-        {ExitStatus::refused, other, ""},
+        {EncodingError{"x"}, other, "x", ExitStatus::unexpected, ""},
     };
-    for (const auto& [status, catalog, advice] : rows)
-        EXPECT_EQ(adviceOn({"It failed.", status}, catalog), advice);
-}
-
-TEST(CatalogFailure, saysWhenToTryAgain) {
-    using std::chrono::seconds;
-    const std::pair<std::optional<seconds>, const char*> rows[] = {{std::nullopt, "later"},
-                                                                   {seconds(1), "in 1 second"},
-                                                                   {seconds(120), "in 120 seconds"},
-                                                                   {seconds(121), "in 3 minutes"}};
-    for (const auto& [retryAfter, expected] : rows) {
-        const OrbistoAPIError::HttpError refusal{.statusCode = 429, .body = "", .retryAfter = retryAfter};
-        const auto [sentence, status] = catalogFailure(RequestError(OrbistoAPIError{refusal}));
-        EXPECT_EQ(sentence,
-                  std::string("The catalog asks for fewer requests (HTTP 429): try again ") + expected + ".");
-        EXPECT_EQ(status, ExitStatus::refused);
+    for (const auto& [error, catalog, sentence, status, advice] : rows) {
+        const auto failure = catalogFailure(error);
+        EXPECT_EQ(failure.sentence, sentence);
+        EXPECT_EQ(failure.status, status) << sentence;
+        EXPECT_EQ(adviceOn(failure, catalog), advice) << catalog;
     }
-}
-
-TEST(CatalogFailure, distinguishesACatalogThatWasNotReachedFromOneThatRefuses) {
-    using Code = SessionError::Code;
-    const std::pair<Code, ExitStatus> rows[] = {{Code::badURL, ExitStatus::unexpected},
-                                                {Code::timedOut, ExitStatus::notReached},
-                                                {Code::badServerResponse, ExitStatus::refused},
-                                                {Code::dataLengthExceedsMaximum, ExitStatus::refused}};
-    for (const auto& [code, status] : rows)
-        EXPECT_EQ(catalogFailure(RequestError(SessionError{code, ""})).status, status);
 }
 
 }  // namespace

@@ -1,10 +1,7 @@
 #pragma once
 
-#include <algorithm>
-#include <cstdio>
 #include <list>
 #include <memory>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -106,37 +103,13 @@ public:
         run(std::move(keys));
     }
 
-    /// The uppermost point that has exactly this colour for five pixels in all directions: of no text, and of
-    /// no line of an icon.
-    static std::optional<std::pair<int, int>> placeOf(const std::string& colour) {
-        const auto found = run({"convert",
-                                "x:root",
-                                "-fill",
-                                "black",
-                                "+opaque",
-                                colour,
-                                "-fill",
-                                "white",
-                                "-opaque",
-                                colour,
-                                "-colorspace",
-                                "Gray",
-                                "-morphology",
-                                "Erode",
-                                "Square:5",
-                                "-define",
-                                "identify:locate=maximum",
-                                "-define",
-                                "identify:limit=1",
-                                "info:-"})
-                               .output;
-        int brightness = 0, x = 0, y = 0;
-        const auto place = found.find("Gray: ");
-        if (place == std::string::npos ||
-            std::sscanf(found.c_str() + place, "Gray: %d (%*f) %d,%d", &brightness, &x, &y) != 3 ||
-            brightness == 0)
-            return std::nullopt;
-        return std::pair(x, y);
+    /// Whether anything has exactly this colour for five pixels in all directions: no text, no line of an
+    /// icon.
+    static bool shows(const std::string& colour) {
+        return run({"convert", "x:root", "-fill", "black", "+opaque", colour, "-fill", "white", "-opaque",
+                    colour, "-colorspace", "Gray", "-morphology", "Erode", "Square:5", "-format",
+                    "%[fx:maxima]", "info:-"})
+                   .output == "1";
     }
 
     /// What ImageMagick's format says of the place at the screen's upper left, where the first icon goes.

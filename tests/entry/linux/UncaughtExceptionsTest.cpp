@@ -15,14 +15,10 @@ __attribute__((noinline)) int throwsFarInside(const std::vector<int>& numbers) {
 namespace {
 
 /// Has what is known of an exception written to standard error.
-void install(const std::function<void()>& afterwards = [] {}) {
-    onUncaughtException([afterwards](const auto& exception) {
-        std::fprintf(stderr, "%s: %s\n", exception.name.c_str(),
-                     exception.reason.value_or("no reason").c_str());
-        for (const auto& line : exception.callStackSymbols)
-            std::fprintf(stderr, "%s\n", line.c_str());
-        afterwards();
-    });
+void print(const UncaughtException& exception) {
+    std::fprintf(stderr, "%s: %s\n", exception.name.c_str(), exception.reason.value_or("no reason").c_str());
+    for (const auto& line : exception.callStackSymbols)
+        std::fprintf(stderr, "%s\n", line.c_str());
 }
 
 void fail() {
@@ -33,32 +29,31 @@ void fail() {
     throw 7;
 }
 
-const testing::ExitedWithCode withStatusOne(1);
-
-TEST(UncaughtExceptions, reportNameReasonAndTheStackOfTheThrow) {
-    const std::pair<const char*, void (*)()> rows[] = {
-        {"on this thread", []() noexcept { fail(); }},
-        {"on another thread", [] { std::thread(fail).join(); }},
-        {"through a catch at the top",
-         [] {
+TEST(UncaughtExceptions, reportNameReasonAndTheStackOfTheThrowAndEndTheProcess) {
+    const char* const outOfRange = "^std::out_of_range: vector::_M_range_check(.|\n)*throwsFarInside";
+    const auto failToo = [](const auto& exception) {
+        print(exception);
+        throw std::logic_error("again");
+    };
+    const struct {
+        void (*throwing)();
+        std::function<void(const UncaughtException&)> handler;
+        const char* printed;
+    } rows[] = {
+        {[]() noexcept { fail(); }, print, outOfRange},
+        {[] { std::thread(fail).join(); }, print, outOfRange},
+        {[] {
              try {
                  fail();
              } catch (...) {
                  std::terminate();
              }
-         }},
+         },
+         print, outOfRange},
+        {[]() noexcept { throwSeven(); }, failToo, "^int: no reason\n"},
     };
-    for (const auto& [where, throwing] : rows) {
-        SCOPED_TRACE(where);
-        EXPECT_EXIT((install(), throwing()), withStatusOne,
-                    "^std::out_of_range: vector::_M_range_check(.|\n)*throwsFarInside");
-    }
-}
-
-TEST(UncaughtExceptions, endTheProcessWhenTheHandlerFailsInItsTurn) {
-    const auto failAgain = [] { throw std::logic_error("again"); };
-    const auto throwing = []() noexcept { throwSeven(); };
-    EXPECT_EXIT((install(failAgain), throwing()), withStatusOne, "^int: no reason\n");
+    for (const auto& [throwing, handler, printed] : rows)
+        EXPECT_EXIT((onUncaughtException(handler), throwing()), testing::ExitedWithCode(1), printed);
 }
 
 }  // namespace

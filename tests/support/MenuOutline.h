@@ -13,16 +13,20 @@ inline bool isChoosable(const MenuItem& item) {
     return item.isEnabled && !item.isSeparator && !item.submenu;
 }
 
-inline std::string textOf(const std::vector<TitleRun>& runs) {
+/// The title of an item without its second line.
+inline std::string titleOf(const MenuItem& item) {
     std::string text;
-    for (const auto& run : runs)
+    for (const auto& run : item.title)
         text += run.text;
     return text;
 }
 
-/// The title of an item without its second line.
-inline std::string titleOf(const MenuItem& item) {
-    return textOf(item.title);
+/// What comes from outside stands in angle brackets.
+inline std::string markedText(const std::vector<TitleRun>& runs) {
+    std::string text;
+    for (const auto& run : runs)
+        text += run.isFromOutside ? "<" + run.text + ">" : run.text;
+    return text;
 }
 
 /// Every item that can be chosen has a target, kept alive by nothing but the item; no other item has one.
@@ -35,7 +39,8 @@ inline void expectWired(const MenuItem& item) {
 }
 
 /// The menu as text, an item a line, submenus indented: "(on) " and "(off) " for check marks, "!" before what
-/// is disabled, the second line of a title after " | ", a key after " ^". Checks the wiring on its way.
+/// is disabled, angle brackets around texts from outside, the second line of a title after " | ", a key after
+/// " ^". Checks the wiring on its way.
 inline std::string outline(const Menu& menu, const std::string& indent = "") {
     std::string text;
     for (const auto& item : menu.items) {
@@ -47,8 +52,8 @@ inline std::string outline(const Menu& menu, const std::string& indent = "") {
         const bool hasMark = item.state != MenuItem::State::none;
         text += indent + (item.isEnabled ? "" : "!");
         if (hasMark) text += item.state == MenuItem::State::on ? "(on) " : "(off) ";
-        text += titleOf(item);
-        if (!item.detail.empty()) text += " | " + textOf(item.detail);
+        text += markedText(item.title);
+        if (!item.detail.empty()) text += " | " + markedText(item.detail);
         if (!item.keyEquivalent.empty()) text += " ^" + item.keyEquivalent;
         text += "\n";
         if (item.submenu) text += outline(*item.submenu, indent + "  ");

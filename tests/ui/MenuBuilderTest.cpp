@@ -22,7 +22,7 @@ AppUpdate ignored(AppUpdate update) {
     return update;
 }
 
-std::string repeated(const char* text, int count) {
+std::string repeated(const std::string& text, int count) {
     std::string result;
     for (int turn = 0; turn < count; ++turn)
         result += text;
@@ -76,11 +76,11 @@ TEST_F(MenuBuilderTest, laysOutTheWholeMenu) {
     EXPECT_EQ(outline(*build()),
               "Check for Updates\n"
               "New Versions Available (1)\n"
-              "  Amberleaf (1.0 → 2.0)\n"
+              "  <Amberleaf> (<1.0> → <2.0>)\n"
               "    Open App Page\n"
               "    Show in Finder\n"
               "    Submit Changes\n"
-              "    Report Amberleaf Issue\n"
+              "    Report <Amberleaf> Issue\n"
               "    ---\n"
               "    Ignore This Version\n"
               "---\n"
@@ -115,7 +115,7 @@ TEST_F(MenuBuilderTest, listsUpdatesOrSaysWhyItDoesNot) {
         const char* expected;
     } rows[] = {
         {{ignored(a), ignored(b)}, false, {}, "(0)\n  !No Updates Available\n"},
-        {{a, b, ignored(a)}, true, "Off & _on_.", "(2)\n  !Last check failed\n  !Off & _on_.\n"},
+        {{a, b, ignored(a)}, true, "Off & _on_.", "(2)\n  !Last check failed\n  !<Off & _on_.>\n"},
         {{a}, true, {}, "(1)\n  !Last check failed\n"},
     };
     for (const auto& row : rows) {
@@ -127,48 +127,35 @@ TEST_F(MenuBuilderTest, listsUpdatesOrSaysWhyItDoesNot) {
     }
 }
 
-TEST_F(MenuBuilderTest, breaksTitlesByUserPerceivedCharacters) {
+TEST_F(MenuBuilderTest, breaksAndShortensTitlesByUserPerceivedCharacters) {
     const std::string family = "👨‍👩‍👧‍👦", accented = "e\u0301", flag = "🇫🇷";
-    struct Row {
+    // Around the versions, a plain title has six characters of its own.
+    const struct {
         std::string name, local, latest;
         bool onOneLine;
-    };
-    // Around the versions, a plain title has six characters of its own.
-    const Row rows[] = {
-        {repeated("n", 20), repeated("1", 7), repeated("2", 7), true},
-        {repeated("n", 20), repeated("1", 7), repeated("2", 8), false},
-        {repeated("n", 21), "1", "2", false},
-        {repeated(family.c_str(), 20), "1", "2", true},
-        {repeated(family.c_str(), 21), "1", "2", false},
-        {repeated(accented.c_str(), 20), repeated(accented.c_str(), 7), repeated(flag.c_str(), 7), true},
-    };
-    for (const auto& [name, local, latest, onOneLine] : rows) {
-        updates = {update(name, local, latest)};
-        const std::string versions = local + " → " + latest;
-        const std::string expected =
-            onOneLine ? name + " (" + versions + ")\n" : name + " | " + versions + "\n";
-        const auto menu = build();
-        MenuItem item = itemAt(*menu, {"New Versions…"}).submenu->items.at(0);
-        item.submenu = std::make_shared<Menu>();
-        EXPECT_EQ(outline(Menu{{item}}), expected);
-    }
-}
-
-TEST_F(MenuBuilderTest, shortensNamesInReportTitles) {
-    const struct {
-        std::string name, expected;
+        std::string reported;
     } rows[] = {
-        {repeated("n", 15), repeated("n", 15)},
-        {repeated("n", 16), repeated("n", 15) + "…"},
-        {"Fourteen chars  and more", "Fourteen chars…"},
-        {"Thirteen    \nx\u00A0and more", "Thirteen    \nx…"},
-        {repeated("🇫🇷", 16), repeated("🇫🇷", 15) + "…"},
-        {repeated(" ", 16), "…"},
+        {repeated("n", 15), "1", "2", true, repeated("n", 15)},
+        {repeated("n", 20), repeated("1", 7), repeated("2", 7), true, repeated("n", 15) + "…"},
+        {repeated("n", 20), repeated("1", 7), repeated("2", 8), false, repeated("n", 15) + "…"},
+        {repeated("n", 21), "1", "2", false, repeated("n", 15) + "…"},
+        {repeated(family, 20), "1", "2", true, repeated(family, 15) + "…"},
+        {repeated(family, 21), "1", "2", false, repeated(family, 15) + "…"},
+        {repeated(accented, 20), repeated(accented, 7), repeated(flag, 7), true,
+         repeated(accented, 15) + "…"},
+        {"Fourteen chars  and more", "1", "2", false, "Fourteen chars…"},
+        {"Thirteen    \nx\u00A0andmore", "1", "2", false, "Thirteen    \nx…"},
+        {repeated(" ", 16), "1", "2", true, "…"},
     };
-    for (const auto& [name, expected] : rows)
-        EXPECT_EQ(
-            titleOf(MenuBuilder::makeReportItem(context(), std::make_shared<const AppUpdate>(update(name)))),
-            "Report " + expected + " Issue");
+    for (const auto& [name, local, latest, onOneLine, reported] : rows) {
+        updates = {update(name, local, latest)};
+        const auto text = outline(*build());
+        const std::string versions = "<" + local + "> → <" + latest + ">";
+        EXPECT_TRUE(text.contains("\n  <" + name + ">" +
+                                  (onOneLine ? " (" + versions + ")" : " | " + versions) + "\n"))
+            << text;
+        EXPECT_TRUE(text.contains("    Report <" + reported + "> Issue\n")) << text;
+    }
 }
 
 /// What the application's delegate does is in the tests of the controller.

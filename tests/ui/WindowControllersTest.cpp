@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
-#include <sstream>
 
+#include "platform/painterprotocol/PainterMessages.h"
 #include "support/FakeDesktop.h"
 #include "support/TemporaryFolder.h"
 #include "ui/AboutWindowController.h"
@@ -10,40 +10,15 @@
 namespace quorvel {
 namespace {
 
-/// A window as text, its views a line each: kind, frame, font and what it says.
-std::string describe(const WindowContent& window) {
-    std::ostringstream text;
-    const auto frame = [&](const char* kind, const Frame& of) -> std::ostream& {
-        return text << kind << " " << of.x << "," << of.y << " " << of.width << "x" << of.height << " ";
-    };
-    const auto font = [&](const Font& of) -> std::ostream& {
-        const char* const roles[] = {"system", "bold", "monospaced"};
-        return text << roles[static_cast<int>(of.role)] << of.points << " ";
-    };
-    text << window.title << " " << window.width << "x" << window.height
-         << (window.isResizable ? " resizable\n" : "\n");
-    for (const auto& view : window.views) {
-        if (const auto* label = std::get_if<Label>(&view)) {
-            frame("label", label->frame);
-            font(label->font) << "color" << static_cast<int>(label->color) << " " << label->text;
-        } else if (const auto* button = std::get_if<Button>(&view)) {
-            frame(button->style == Button::Style::link ? "link" : "button", button->frame) << button->title;
-        } else if (const auto* log = std::get_if<TextView>(&view)) {
-            frame("text", log->frame) << log->inset << " ";
-            font(log->font) << log->text;
-        } else if (const auto* table = std::get_if<TableView>(&view)) {
-            frame("table", table->frame) << table->rowHeight << " ";
-            font(table->font);
-            for (const auto& column : table->columns)
-                text << column.identifier << "=" << column.title << " " << column.width << " ";
-        }
-        text << "\n";
-    }
-    return text.str();
-}
-
 class WindowControllersTest : public testing::Test {
 protected:
+    /// Compares the window of the controller that the test has made with what a painter is told of it.
+    void expectContent(const std::string& expected) const {
+        const auto message = painter::encode(
+            painter::Request(painter::ShowWindow{0, 0, server.windows.at(0)->content, {}, {}, {}}));
+        EXPECT_EQ(message, R"(["showWindow",[0,0,)" + expected + R"(,[],null,""]])");
+    }
+
     TemporaryFolder folder;
     PersistenceManager persistence = PersistenceManager::at(folder.path);
     FakeWindowServer server;
@@ -54,15 +29,15 @@ protected:
 TEST_F(WindowControllersTest, aboutNamesTheProgramAndOpensItsFourPages) {
     const auto controller = makeWindowController<AboutWindowController>(
         server, ProgramInfo{"com.ob.quorvel", "1.4.2"}, InstanceStore(persistence), workspace);
-    EXPECT_EQ(describe(server.windows.at(0)->content),
-              "About Quorvel 400x320\n"
-              "label 0,220 400x30 bold18 color0 Quorvel\n"
-              "label 0,188 400x22 system13 color1 Version 1.4.2\n"
-              "label 0,164 400x18 system11 color2 Instance ID: not registered yet\n"
-              "link 50,120 140x22 Orbisto Website\n"
-              "link 210,120 140x22 Orbisto Hub\n"
-              "link 90,80 100x22 Terms of Use\n"
-              "link 210,80 110x22 Privacy Policy\n");
+    expectContent(
+        R"(["About Quorvel",400.0,320.0,false,[)"
+        R"(["label",[[0.0,220.0,400.0,30.0],"Quorvel",["boldSystem",18.0],"label"]],)"
+        R"(["label",[[0.0,188.0,400.0,22.0],"Version 1.4.2",["system",13.0],"secondaryLabel"]],)"
+        R"(["label",[[0.0,164.0,400.0,18.0],"Instance ID: not registered yet",["system",11.0],"tertiaryLabel"]],)"
+        R"(["button",[[50.0,120.0,140.0,22.0],"Orbisto Website","link"]],)"
+        R"(["button",[[210.0,120.0,140.0,22.0],"Orbisto Hub","link"]],)"
+        R"(["button",[[90.0,80.0,100.0,22.0],"Terms of Use","link"]],)"
+        R"(["button",[[210.0,80.0,110.0,22.0],"Privacy Policy","link"]]]])");
     for (const char* title : {"Orbisto Website", "Orbisto Hub", "Terms of Use", "Privacy Policy"})
         server.windows[0]->press(title);
     EXPECT_EQ(workspace.opened,
@@ -75,11 +50,10 @@ TEST_F(WindowControllersTest, theErrorLogIsReadAgainOnlyOnRefreshAndCopy) {
     const auto controller =
         makeWindowController<ErrorLogWindowController>(server, ErrorLogger(persistence), pasteboard);
     const auto& window = *server.windows.at(0);
-    EXPECT_EQ(describe(window.content),
-              "Error Log 600x400 resizable\n"
-              "text 0,40 600x360 8 monospaced11 (No log entries)\n"
-              "button 8,8 80x24 Refresh\n"
-              "button 96,8 80x24 Copy\n");
+    expectContent(R"(["Error Log",600.0,400.0,true,[)"
+                  R"x(["textView",[[0.0,40.0,600.0,360.0],["monospaced",11.0],8.0,"(No log entries)"]],)x"
+                  R"(["button",[[8.0,8.0,80.0,24.0],"Refresh","rounded"]],)"
+                  R"(["button",[[96.0,8.0,80.0,24.0],"Copy","rounded"]]]])");
     // What the file holds, and what the window shows and copies after a refresh.
     const std::pair<std::string, std::string> rows[] = {
         {"first\nline é\n", "first\nline é\n"},
@@ -105,10 +79,10 @@ TEST_F(WindowControllersTest, theIgnoredListReadsItsFileForEveryQuestion) {
         ++resets;
     });
     const auto& window = *server.windows.at(0);
-    EXPECT_EQ(describe(window.content),
-              "Ignored Versions 480x320 resizable\n"
-              "table 0,44 480x276 20 system13 name=App Name 280 version=Ignored Version 160 \n"
-              "button 8,8 90x28 Reset All\n");
+    expectContent(R"(["Ignored Versions",480.0,320.0,true,[)"
+                  R"(["tableView",[[0.0,44.0,480.0,276.0],20.0,["system",13.0],)"
+                  R"([["name","App Name",280.0],["version","Ignored Version",160.0]]]],)"
+                  R"(["button",[[8.0,8.0,90.0,28.0],"Reset All","rounded"]]]])");
     store.ignore("3", "Zebra", "a");
     store.ignore("2.0 beta", "apple", "b");
     store.ignore("1", "Éclair", "d");

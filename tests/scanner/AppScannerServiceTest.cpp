@@ -7,6 +7,7 @@
 
 #include "platform/propertylist/PropertyList.h"
 #include "scanner/AppScannerService.h"
+#include "support/ForkedChild.h"
 #include "support/ScopedVariable.h"
 #include "support/TemporaryFolder.h"
 
@@ -29,37 +30,30 @@ std::string ofVersion(const std::string& version) {
     return infoList(entry("CFBundleShortVersionString", version));
 }
 
-struct Inventory {
-    std::vector<InstalledApp> apps;
+using Lines = std::multiset<std::string>;
+
+/// One line for each application, each issue, and each root or folder that is missing or cannot be read, the
+/// paths relative to `folder`.
+Lines lines(std::vector<fs::path> roots, const fs::path& folder, std::optional<std::string> own = {}) {
     std::vector<ScanIssue> issues;
-};
-
-/// Scans, and checks what holds for every scan.
-Inventory scanned(std::vector<fs::path> roots, std::optional<std::string> ownIdentifier = std::nullopt) {
-    Inventory inventory;
-    inventory.apps = AppScannerService(std::move(roots), std::move(ownIdentifier)).scan(inventory.issues);
-    for (const auto& app : inventory.apps) {
-        EXPECT_NE(app.version, "") << app.path;
+    ScanCoverage coverage;
+    const AppScannerService scanner(std::move(roots), std::move(own));
+    Lines result;
+    const auto put = [&](const fs::path& path, const std::string& what) {
+        result.insert(path.lexically_relative(folder).string() + ": " + what);
+    };
+    for (const auto& app : scanner.scan(issues, coverage)) {
         EXPECT_EQ(app.icon.bundle, app.path);
+        put(app.path, app.name + "|" + app.bundleID + "|" + app.version);
     }
-    return inventory;
-}
-
-/// One line for each application and each issue, the paths relative to `folder`.
-std::multiset<std::string> lines(const Inventory& inventory, const fs::path& folder) {
-    std::multiset<std::string> result;
-    for (const auto& app : inventory.apps) {
-        result.insert(fs::path(app.path).lexically_relative(folder).string() + ": " + app.name + "|" +
-                      app.bundleID + "|" + app.version);
-    }
-    for (const auto& issue : inventory.issues) {
-        result.insert(fs::path(issue.path).lexically_relative(folder).string() + ": " + issue.appName + ", " +
-                      issue.reason);
-    }
+    for (const auto& issue : issues)
+        put(issue.path, issue.appName + ", " + issue.reason);
+    for (const auto& root : coverage.missingRoots)
+        put(root, "missing");
+    for (const auto& unreadable : coverage.unreadableFolders)
+        put(unreadable, "unreadable");
     return result;
 }
-
-using Lines = std::multiset<std::string>;
 
 TEST(AppScannerService, readsIdentityAndVersionOfABundle) {
     const std::string shortVersion = entry("CFBundleShortVersionString", "1.2");
@@ -83,14 +77,14 @@ TEST(AppScannerService, readsIdentityAndVersionOfABundle) {
     for (const auto& [content, expected] : rows) {
         const TemporaryFolder folder;
         folder.write("My.app/Contents/Info.plist", infoList(content));
-        EXPECT_EQ(lines(scanned({folder.path}, "com.own"), folder.path),
+        EXPECT_EQ(lines({folder.path}, folder.path, "com.own"),
                   expected.empty() ? Lines{} : Lines{"My.app: " + expected})
             << content;
     }
 }
 
-TEST(AppScannerService, findsBundlesByTheirNames) {
-    const TemporaryFolder folder;
+TEST(AppScannerService, findsBundlesByTheirNamesAndNoLinkToAFolder) {
+    const TemporaryFolder folder, elsewhere;
     for (const char* const bundle :
          {"A.app", "Utilities/B.app", "x/y/z/C.app", "A.app/Contents/Inner.app", "Wrong.APP", "Wrong.app2",
           "Wrongapp", ".Hidden.app", ".hidden/D.app", ".app", "Two.x.app", "Dots..app", "With Space.app",
@@ -99,72 +93,64 @@ TEST(AppScannerService, findsBundlesByTheirNames) {
     }
     folder.write("File.app", "no folder");
     folder.write("Utilities/readme.txt", "");
-    EXPECT_EQ(lines(scanned({folder.path}), folder.path),
-              (Lines{"A.app: A||1", "Utilities/B.app: B||1", "x/y/z/C.app: C||1", "Two.x.app: Two.x||1",
-                     "Dots..app: Dots.||1", "With Space.app: With Space||1", "Folder.app.d/E.app: E||1",
-                     "File.app: File, could not read bundle"}));
-}
-
-TEST(AppScannerService, doesNotFollowLinksToFoldersButReadsLinksToBundles) {
-    const TemporaryFolder folder;
-    const TemporaryFolder elsewhere;
     elsewhere.write("Far.app/Contents/Info.plist", ofVersion("1"));
     fs::create_directory_symlink(elsewhere.path, folder.path / "folder");
     fs::create_directory_symlink(folder.path, folder.path / "circle");
     fs::create_directory_symlink(elsewhere.path / "Far.app", folder.path / "Near.app");
-    fs::create_directory_symlink(folder.path / "Loop.app", folder.path / "Loop.app");
-    fs::create_directory_symlink(folder.path / "nowhere", folder.path / "Dangling.app");
-    EXPECT_EQ(lines(scanned({folder.path}), folder.path),
-              (Lines{"Near.app: Near||1", "Loop.app: Loop, could not read bundle",
-                     "Dangling.app: Dangling, could not read bundle"}));
+    EXPECT_EQ(lines({folder.path}, folder.path),
+              (Lines{"A.app: A||1", "Utilities/B.app: B||1", "x/y/z/C.app: C||1", "Two.x.app: Two.x||1",
+                     "Dots..app: Dots.||1", "With Space.app: With Space||1", "Folder.app.d/E.app: E||1",
+                     "Near.app: Near||1", "File.app: File, could not read bundle"}));
 }
 
 TEST(AppScannerService, neverWaitsForWhatStandsInPlaceOfAPropertyList) {
     const TemporaryFolder folder;
-    fs::create_directories(folder.path / "Fifo.app/Contents");
-    ASSERT_EQ(mkfifo((folder.path / "Fifo.app/Contents/Info.plist").c_str(), 0600), 0);
-    ASSERT_EQ(mkfifo((folder.path / "Itself.app").c_str(), 0600), 0);
-    ASSERT_EQ(mkfifo((folder.path / "plain").c_str(), 0600), 0);
-    fs::create_directories(folder.path / "Folder.app/Contents/Info.plist");
-    fs::create_directories(folder.path / "Device.app/Contents");
-    fs::create_symlink("/dev/zero", folder.path / "Device.app/Contents/Info.plist");
-    fs::create_directories(folder.path / "Empty.app");
+    const auto path = [&](const char* name) { return folder.path / name; };
+    for (const char* const bundle :
+         {"Fifo.app/Contents", "Folder.app/Contents/Info.plist", "Device.app/Contents", "Empty.app"})
+        fs::create_directories(path(bundle));
+    for (const char* const fifo : {"Fifo.app/Contents/Info.plist", "Itself.app", "plain"})
+        ASSERT_EQ(mkfifo(path(fifo).c_str(), 0600), 0);
+    fs::create_symlink("/dev/zero", path("Device.app/Contents/Info.plist"));
+    fs::create_directory_symlink(path("Loop.app"), path("Loop.app"));
+    fs::create_directory_symlink(path("nowhere"), path("Dangling.app"));
     folder.write("Blank.app/Contents/Info.plist", "");
-    const auto large = folder.write("Large.app/Contents/Info.plist", ofVersion("1"));
-    fs::resize_file(large, propertyListSizeLimit + 1);
-    const std::string unread = ", could not read bundle";
+    fs::resize_file(folder.write("Large.app/Contents/Info.plist", ofVersion("1")), propertyListSizeLimit + 1);
     Lines expected;
-    for (const std::string name : {"Fifo", "Itself", "Folder", "Device", "Empty", "Blank", "Large"})
-        expected.insert(name + ".app: " + name + unread);
-    EXPECT_EQ(lines(scanned({folder.path}), folder.path), expected);
+    for (const std::string name :
+         {"Fifo", "Itself", "Folder", "Device", "Empty", "Blank", "Large", "Loop", "Dangling"})
+        expected.insert(name + ".app: " + name + ", could not read bundle");
+    EXPECT_EQ(lines({folder.path}, folder.path), expected);
 }
 
 TEST(AppScannerService, listsRootsInTheirOrderAndRepeatsWhatTheyShare) {
-    const TemporaryFolder first;
-    const TemporaryFolder second;
+    const TemporaryFolder first, second;
     first.write("A.app/Contents/Info.plist", ofVersion("1"));
-    second.write("B.app/Contents/Info.plist", ofVersion("2"));
+    const auto b = second.write("B.app/Contents/Info.plist", ofVersion("2")).parent_path().parent_path();
     fs::create_directory_symlink(second.path, first.path / "link");
-    const auto file = first.write("file", "");
-    const auto inventory = scanned({second.path, first.path / "missing", file, "", first.path,
-                                    first.path / "link", second.path / "." / ".." / second.path.filename()});
+    const auto file = first.write("file", ""), missing = first.path / "missing";
+    std::vector<ScanIssue> issues;
+    ScanCoverage coverage;
     std::vector<fs::path> paths;
-    for (const auto& app : inventory.apps)
+    for (const auto& app : AppScannerService({second.path, missing, file, "", first.path, first.path / "link",
+                                              second.path / "." / ".." / second.path.filename()},
+                                             {})
+                               .scan(issues, coverage))
         paths.push_back(app.path);
-    const auto b = second.path / "B.app";
     EXPECT_EQ(paths, (std::vector{b, first.path / "A.app", b, b}));
-    EXPECT_TRUE(inventory.issues.empty());
+    EXPECT_TRUE(issues.empty());
+    EXPECT_EQ(coverage.rootsRead, 4U);
+    EXPECT_EQ(coverage.missingRoots, (std::vector<fs::path>{missing, file, ""}));
+    EXPECT_TRUE(coverage.unreadableFolders.empty());
 }
 
 TEST(AppScannerService, makesValidTextsOfNamesThatAreNot) {
     const TemporaryFolder folder;
     folder.write("bad\xFF/A\xFE.app/Contents/Info.plist", ofVersion("1"));
     folder.write("bad\xFF/B\xFE.app", "");
-    const auto inventory = scanned({folder.path});
-    EXPECT_EQ(inventory.apps.at(0).name, "A\uFFFD");
-    EXPECT_EQ(inventory.apps.at(0).path, folder.path / "bad\xFF/A\xFE.app");
-    EXPECT_EQ(inventory.issues.at(0).appName, "B\uFFFD");
-    EXPECT_EQ(inventory.issues.at(0).path, (folder.path / "bad\uFFFD/B\uFFFD.app").string());
+    EXPECT_EQ(
+        lines({folder.path}, folder.path),
+        (Lines{"bad\xFF/A\xFE.app: A\uFFFD||1", "bad\uFFFD/B\uFFFD.app: B\uFFFD, could not read bundle"}));
 }
 
 TEST(AppScannerService, readsARootWhosePathIsTooLongWithoutItsLinks) {
@@ -176,23 +162,8 @@ TEST(AppScannerService, readsARootWhosePathIsTooLongWithoutItsLinks) {
     fs::create_directory_symlink(half, folder.path / "link");
     folder.write("link" / half / "My.app/Contents/Info.plist", ofVersion("1"));
     const auto root = folder.path / "link" / half;
-    EXPECT_EQ(lines(scanned({root}), root), Lines{"My.app: My||1"});
+    EXPECT_EQ(lines({root}, root), Lines{"My.app: My||1"});
 }
-
-/// Takes the rights of root for the length of a scope.
-class UnprivilegedScope {
-public:
-    UnprivilegedScope() : isRoot(geteuid() == 0) {
-        if (isRoot && seteuid(nobody) != 0) isRoot = false;
-    }
-    ~UnprivilegedScope() { EXPECT_TRUE(!isRoot || seteuid(0) == 0); }
-    UnprivilegedScope(const UnprivilegedScope&) = delete;
-    UnprivilegedScope& operator=(const UnprivilegedScope&) = delete;
-
-private:
-    static constexpr uid_t nobody = 65534;
-    bool isRoot;
-};
 
 TEST(AppScannerService, losesOnlyTheFoldersThatItMayNotRead) {
     const TemporaryFolder folder;
@@ -202,24 +173,34 @@ TEST(AppScannerService, losesOnlyTheFoldersThatItMayNotRead) {
     fs::permissions(folder.path / "closed", fs::perms::none);
     fs::permissions(folder.path / "noentry", fs::perms(0444));
     fs::permissions(folder.path / "Closed.app/Contents/Info.plist", fs::perms::none);
-    Lines actual;
-    {
-        const UnprivilegedScope unprivileged;
-        if (access((folder.path / "closed").c_str(), R_OK) == 0 && geteuid() == 0)
-            GTEST_SKIP() << "root reads everything here and cannot become anyone else";
-        actual = lines(scanned({folder.path}), folder.path);
-    }
+    const bool isRun = runInChild([&] {
+        constexpr uid_t nobody = 65534;
+        if (geteuid() == 0 && seteuid(nobody) != 0) GTEST_SKIP() << "root reads everything here";
+        EXPECT_EQ(lines({folder.path}, folder.path),
+                  (Lines{"a/A.app: A||1", "z/D.app: D||1", "Closed.app: Closed, could not read bundle",
+                         "noentry/C.app: C, could not read bundle", "closed: unreadable"}));
+    });
     for (const char* const name : {"closed", "noentry"})
         fs::permissions(folder.path / name, fs::perms::owner_all);
-    EXPECT_EQ(actual, (Lines{"a/A.app: A||1", "z/D.app: D||1", "Closed.app: Closed, could not read bundle",
-                             "noentry/C.app: C, could not read bundle"}));
+    if (!isRun) GTEST_SKIP();
 }
 
-TEST(AppScannerService, standardRootsEncloseTheUsersOwn) {
+TEST(AppScannerService, rootsAreThoseOfTheSystemAndOfItsUsers) {
     const ScopedVariable home("HOME", "/home/of/somebody");
-    EXPECT_EQ(
-        AppScannerService::standardRoots(),
-        (std::vector<fs::path>{"/Applications", "/home/of/somebody/Applications", "/System/Applications"}));
+    using Roots = std::vector<fs::path>;
+    EXPECT_EQ(AppScannerService::standardRoots(),
+              (Roots{"/Applications", "/home/of/somebody/Applications", "/System/Applications"}));
+    const TemporaryFolder volume;
+    const auto first = volume.path / "Applications", last = volume.path / "System/Applications";
+    const auto roots = [&] { return AppScannerService::rootsOfVolume(volume.path); };
+    EXPECT_EQ(roots(), (Roots{first, last}));
+    const auto users = volume.write("Users", "no folder");
+    EXPECT_EQ(roots(), (Roots{first, users, last})) << "which the scan then says something of";
+    fs::remove(users);
+    for (const char* const user : {"b", "c", "a"})
+        fs::create_directories(users / user);
+    EXPECT_EQ(roots(), (Roots{first, users / "a/Applications", users / "b/Applications",
+                              users / "c/Applications", last}));
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 #include <optional>
 #include <random>
 
-#include "app/AppDelegateFixture.h"
+#include "support/AppDelegateFixture.h"
 
 namespace quorvel {
 namespace {
@@ -42,7 +42,7 @@ protected:
 
     void changePath(PathStatus status) {
         const bool retries = isOut && status == PathStatus::satisfied && !iconShowsFetching() &&
-                             updatesText() == "Last check failed\nNo internet connection.\n";
+                             updatesText() == "!Last check failed\n!<No internet connection.>\n";
         path->report(status);
         queue.runUntilIdle();
         isOut = status == PathStatus::unsatisfied;
@@ -160,9 +160,9 @@ protected:
             const auto version = std::to_string(newest) + ".0";
             const auto entry = ignored.find("com.example." + name);
             if (newest <= local || (entry != ignored.end() && entry->second.version == version)) continue;
-            text += name + " (" + std::to_string(local) + ".0 → " + version + ")\n";
+            text += "<" + name + "> (<" + std::to_string(local) + ".0> → <" + version + ">)\n";
         }
-        return text.empty() ? "No Updates Available\n" : text;
+        return text.empty() ? "!No Updates Available\n" : text;
     }
 
     void expectACheckToFindTheWorld() {

@@ -1,11 +1,12 @@
-#include "app/AppDelegateFixture.h"
 #include "platform/OperatingSystem.h"
+#include "support/AppDelegateFixture.h"
 
 namespace quorvel {
 namespace {
 
 using namespace std::chrono_literals;
 
+const std::string amberleaf = "<Amberleaf> (<1.0> → <2.0>)\n";
 const std::string stamp = "[1970-01-01T00:00:00Z] ";
 
 std::string launchHeader(const std::string& instance, const std::string& version = "1.4.2") {
@@ -30,12 +31,12 @@ TEST_F(AppDelegateTest, launchShowsTheCheckOnTheIconAndTheResultInTheMenu) {
     EXPECT_EQ(statusBar.itemsMade, 1);
     EXPECT_TRUE(iconShowsFetching());
     EXPECT_EQ(statusBar.menusSet, 1);
-    EXPECT_EQ(updatesText(), "No Updates Available\n");
+    EXPECT_EQ(updatesText(), "!No Updates Available\n");
     EXPECT_EQ(itemAt(*statusBar.menu, {"Settings", "Color Icon"}).state, MenuItem::State::on);
     queue.advance(3470ms);
     settleLaunch();
     EXPECT_EQ(queue.untilNext(), 6h) << "the timer runs after every outcome";
-    EXPECT_EQ(updatesText(), "Amberleaf (1.0 → 2.0)\n");
+    EXPECT_EQ(updatesText(), amberleaf);
     EXPECT_FALSE(statusBar.image.isTemplate);
     EXPECT_EQ(newRequests(), requestsOf("launch", 1));
     EXPECT_EQ(log(),
@@ -54,7 +55,7 @@ TEST_F(AppDelegateTest, aMachineWithoutApplicationsAsksTheCatalogNothing) {
     settleLaunch();
     EXPECT_TRUE(log().contains("Z] Scanner found 0 apps — skipping API call\n---\n")) << log();
     EXPECT_EQ(newRequests(), "");
-    EXPECT_EQ(updatesText(), "No Updates Available\n");
+    EXPECT_EQ(updatesText(), "!No Updates Available\n");
     EXPECT_EQ(queue.untilNext(), 6h);
 }
 
@@ -69,7 +70,7 @@ TEST_F(AppDelegateTest, aLaunchWithoutNetworkRunsAgainWhenTheNetworkReturns) {
                                      "No internet connection.\n---\n" + stamp +
                                      "Launch check completed in 0.00s\n";
     EXPECT_EQ(log(), noConnection);
-    EXPECT_EQ(updatesText(), "Last check failed\nNo internet connection.\n");
+    EXPECT_EQ(updatesText(), "!Last check failed\n!<No internet connection.>\n");
     EXPECT_EQ(newRequests(), "") << "neither scanned nor reported";
 
     queue.advance(90s);
@@ -82,7 +83,7 @@ TEST_F(AppDelegateTest, aLaunchWithoutNetworkRunsAgainWhenTheNetworkReturns) {
     EXPECT_EQ(statusBar.menusSet, menus) << "a launch check leaves the menu until its end";
     settleLaunch();
     EXPECT_EQ(newRequests(), requestsOf("launch", 1));
-    EXPECT_EQ(updatesText(), "Amberleaf (1.0 → 2.0)\n");
+    EXPECT_EQ(updatesText(), amberleaf);
     EXPECT_TRUE(log().starts_with(launchHeader("7") + "[1970-01-01T00:01:30Z] Launch started\n"));
     EXPECT_TRUE(log().ends_with("Launch check completed in 90.00s\n")) << "counted from the launch";
 }
@@ -90,9 +91,7 @@ TEST_F(AppDelegateTest, aLaunchWithoutNetworkRunsAgainWhenTheNetworkReturns) {
 TEST_F(AppDelegateTest, everyTriggerWithoutNetworkAppendsToTheLogAndLeavesOneRetry) {
     addApp("Amberleaf", "1.0");
     listInCatalog({{"Amberleaf", "2.0"}});
-    launchOnline();
-    settleLaunch();
-    newRequests();
+    finishLaunch();
     std::string expectedLog = log();
     path->report(PathStatus::unsatisfied);
     for (const auto check : {&AppDelegate::runManualCheck, &AppDelegate::runBackgroundCheck}) {
@@ -101,7 +100,7 @@ TEST_F(AppDelegateTest, everyTriggerWithoutNetworkAppendsToTheLogAndLeavesOneRet
         EXPECT_EQ(log(), expectedLog += "---\n" + stamp + "No internet connection.\n");
     }
     EXPECT_EQ(updatesTitle(), "New Versions Available (1)") << "the last result is still counted";
-    EXPECT_EQ(updatesText(), "Last check failed\nNo internet connection.\n");
+    EXPECT_EQ(updatesText(), "!Last check failed\n!<No internet connection.>\n");
     EXPECT_EQ(newRequests(), "");
     queue.advance(1h);
     for (const char* const expected : {"one retry", "and no more"}) {
@@ -110,7 +109,7 @@ TEST_F(AppDelegateTest, everyTriggerWithoutNetworkAppendsToTheLogAndLeavesOneRet
         EXPECT_EQ(newRequests(), expected == std::string("one retry") ? requestsOf("launch", 1) : "");
         path->report(PathStatus::unsatisfied);
     }
-    EXPECT_EQ(updatesText(), "Amberleaf (1.0 → 2.0)\n");
+    EXPECT_EQ(updatesText(), amberleaf);
     queue.advance(6h - 1s);
     EXPECT_FALSE(iconShowsFetching()) << "the retry has restarted the timer";
 }
@@ -140,9 +139,7 @@ TEST_F(AppDelegateTest, aManualCheckIsRefusedWhileOneRuns) {
 
 TEST_F(AppDelegateTest, aBackgroundCheckRunsBesideAManualOneAndTheLaterEndWins) {
     addApp("Amberleaf", "1.0");
-    launchOnline();
-    settleLaunch();
-    newRequests();
+    finishLaunch();
     queue.advance(6h - 1s);
     chooseItem({"Check for Updates"});
     queue.advance(1s);
@@ -150,10 +147,10 @@ TEST_F(AppDelegateTest, aBackgroundCheckRunsBesideAManualOneAndTheLaterEndWins) 
     const auto first = session.completions.size() - 2, second = first + 1;
     answer(second, {500, ""});
     EXPECT_FALSE(iconShowsFetching());
-    EXPECT_TRUE(updatesText().starts_with("Last check failed\n"));
+    EXPECT_TRUE(updatesText().starts_with("!Last check failed\n"));
     listInCatalog({{"Amberleaf", "2.0"}});
     answer(first, answerTo(session.requests[first]));
-    EXPECT_EQ(updatesText(), "Amberleaf (1.0 → 2.0)\n");
+    EXPECT_EQ(updatesText(), amberleaf);
     EXPECT_TRUE(newRequests().ends_with("trigger=manual apps=1 updates=1\n"));
 
     queue.advance(6h);
@@ -172,7 +169,7 @@ TEST_F(AppDelegateTest, aFailureOfTheCatalogIsShownLoggedAndReported) {
     launchOnline();
     settleLaunch();
     EXPECT_EQ(queue.untilNext(), 6h) << "the timer runs after every outcome";
-    EXPECT_EQ(updatesText(), "Last check failed\n" + description + "\n");
+    EXPECT_EQ(updatesText(), "!Last check failed\n!<" + description + ">\n");
     const auto beforeReport = launchHeader("7") + stamp + "Launch started\n" + stamp +
                               "Chunk 1/1 failed: Server returned HTTP 500 — overloaded.\n" + stamp +
                               description + "\n";
@@ -199,9 +196,9 @@ TEST_F(AppDelegateTest, aFailureOfTheCatalogIsShownLoggedAndReported) {
     EXPECT_EQ(backtrace(), environment) << "the report of an unreadable log has no details";
     listInCatalog({});
     delegate->runManualCheck();
-    EXPECT_TRUE(updatesText().starts_with("Last check failed\n")) << "until the next result";
+    EXPECT_TRUE(updatesText().starts_with("!Last check failed\n")) << "until the next result";
     settle();
-    EXPECT_EQ(updatesText(), "No Updates Available\n");
+    EXPECT_EQ(updatesText(), "!No Updates Available\n");
 }
 
 TEST_F(AppDelegateTest, anUnregisteredInstallationReportsNothing) {
@@ -216,6 +213,9 @@ TEST_F(AppDelegateTest, anUnregisteredInstallationReportsNothing) {
     settleLaunch();
     chooseItem({"Try Orbisto Hub app"});
     uncaughtExceptionHandler({"logic_error", "broken", {}});
+    chooseItem({"About"});
+    EXPECT_EQ(std::get<Label>(windowServer.windows.at(0)->content.views.at(2)).text,
+              "Instance ID: not registered yet");
     EXPECT_EQ(newRequests(),
               "/qvl/instance {\"version\":\"0\",\"os\":\"macOS 14.5.0\"}\n/apps/auto-match-collection 1\n");
 }
@@ -223,8 +223,7 @@ TEST_F(AppDelegateTest, anUnregisteredInstallationReportsNothing) {
 TEST_F(AppDelegateTest, nothingThatItHandedOutActsOnceItIsGone) {
     for (int number = 0; number < 201; ++number)
         addApp(std::to_string(number), "1.0");
-    launchOnline();
-    settleLaunch();
+    finishLaunch();
     delegate->runBackgroundCheck();
     answer(session.requests.size() - 1, answerTo(session.requests.back()));
     delegate->runBackgroundCheck();

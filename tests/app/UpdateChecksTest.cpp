@@ -1,6 +1,6 @@
 #include <tuple>
 
-#include "app/AppDelegateFixture.h"
+#include "support/AppDelegateFixture.h"
 
 namespace quorvel {
 namespace {
@@ -82,7 +82,7 @@ TEST_F(UpdateChecksTest, surviveFailedChunksAsLongAsOneBringsAMatch) {
         expected += error.empty() ? "---\nCheck completed\n" : error + "\n";
         const auto text = logOfLaunch();
         EXPECT_TRUE(text.starts_with(expected)) << text;
-        EXPECT_EQ(updatesText().starts_with("Last check failed\n" + error + "\n"), !error.empty());
+        EXPECT_EQ(updatesText().starts_with("!Last check failed\n!<" + error + ">\n"), !error.empty());
         const auto last = error.empty() ? success(401, updates) : "/qvl/tracking error " + error + "\n";
         EXPECT_TRUE(newRequests().ends_with(last)) << last;
         EXPECT_EQ(chunkAnswers.size(), error == refused ? 1U : 0U);
@@ -118,7 +118,7 @@ TEST_F(UpdateChecksTest, listWhatIsNewerInOrderAndCountWhatIsIgnored) {
     EXPECT_EQ(logOfLaunch(),
               "---\nCheck completed\nAll apps: 6\nMatched: 4 (1 already latest)\nUnmatched: 1\n"
               "Updates: 2\n---\nIssues (1):\n  Broken — no version\n");
-    EXPECT_EQ(updatesText(), "Apple (1.0 → 2.0)\nzebra (1.0 → 2.0)\n");
+    EXPECT_EQ(updatesText(), "<Apple> (<1.0> → <2.0>)\n<zebra> (<1.0> → <2.0>)\n");
     EXPECT_TRUE(newRequests().ends_with(success(5, 3)));
 }
 

@@ -38,24 +38,24 @@ inline void expectWired(const MenuItem& item) {
     }
 }
 
-/// The menu as text, an item a line, submenus indented: "(on) " and "(off) " for check marks, "!" before what
-/// is disabled, angle brackets around texts from outside, the second line of a title after " | ", a key after
-/// " ^". Checks the wiring on its way.
+/// An item as a line: "(on) " and "(off) " for check marks, "!" before what is disabled, the second line of a
+/// title after " | ", a key after " ^".
+inline std::string lineOf(const MenuItem& item) {
+    if (item.isSeparator) return "---\n";
+    std::string text = item.isEnabled ? "" : "!";
+    if (item.state != MenuItem::State::none) text += item.state == MenuItem::State::on ? "(on) " : "(off) ";
+    text += markedText(item.title);
+    if (!item.detail.empty()) text += " | " + markedText(item.detail);
+    if (!item.keyEquivalent.empty()) text += " ^" + item.keyEquivalent;
+    return text + "\n";
+}
+
+/// The menu as text, submenus indented. Checks the wiring on its way.
 inline std::string outline(const Menu& menu, const std::string& indent = "") {
     std::string text;
     for (const auto& item : menu.items) {
         expectWired(item);
-        if (item.isSeparator) {
-            text += indent + "---\n";
-            continue;
-        }
-        const bool hasMark = item.state != MenuItem::State::none;
-        text += indent + (item.isEnabled ? "" : "!");
-        if (hasMark) text += item.state == MenuItem::State::on ? "(on) " : "(off) ";
-        text += markedText(item.title);
-        if (!item.detail.empty()) text += " | " + markedText(item.detail);
-        if (!item.keyEquivalent.empty()) text += " ^" + item.keyEquivalent;
-        text += "\n";
+        text += indent + lineOf(item);
         if (item.submenu) text += outline(*item.submenu, indent + "  ");
     }
     return text;

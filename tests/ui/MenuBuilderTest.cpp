@@ -1,26 +1,13 @@
 #include <algorithm>
-#include <gtest/gtest.h>
 
-#include "support/FakeDesktop.h"
-#include "support/MenuOutline.h"
-#include "support/TemporaryFolder.h"
+#include "support/AppDelegateFixture.h"
 #include "ui/MenuBuilder.h"
+#include "ui/ReportMail.h"
 
 namespace quorvel {
 namespace {
 
-AppUpdate update(std::string name, std::string local = "1.0", std::string latest = "2.0") {
-    const std::filesystem::path path = "/Applications/" + name + ".app";
-    return {.app = {std::move(name), "com.example.app", std::move(local), path, {path}},
-            .latestVersion = std::move(latest),
-            .obAppId = 5123,
-            .isIgnored = false};
-}
-
-AppUpdate ignored(AppUpdate update) {
-    update.isIgnored = true;
-    return update;
-}
+using Opened = std::vector<std::string>;
 
 std::string repeated(const std::string& text, int count) {
     std::string result;
@@ -29,51 +16,24 @@ std::string repeated(const std::string& text, int count) {
     return result;
 }
 
-class MenuBuilderTest : public testing::Test {
+class MenuBuilderTest : public AppDelegateFixture {
 protected:
-    std::shared_ptr<const Menu> build() {
-        return MenuBuilder::buildMenu(
-            context(), updates, settings, isFetching, failed, error, [this] { calls += "check "; },
-            [this](const AppUpdate& chosen) { calls += "ignore " + chosen.app.name + " "; },
-            [this] { calls += "changed "; }, [this] { calls += "try "; });
-    }
-
-    MenuContext context() {
-        return {.delegate = {},
-                .workspace = workspace,
-                .alerts = alerts,
-                .application = application,
-                .loginItem = loginItem,
-                .persistence = persistence};
-    }
-
-    /// The addresses opened by choosing an item of a fresh menu.
-    std::vector<std::string> opened(MenuPath path) {
+    /// The addresses opened by choosing an item.
+    Opened opened(MenuPath item) {
         workspace.opened.clear();
-        choose(*build(), path);
+        chooseItem(item);
         return workspace.opened;
     }
-
-    TemporaryFolder folder;
-    PersistenceManager persistence = PersistenceManager::at(folder.path);
-    FakeWorkspace workspace;
-    FakeAlerts alerts;
-    FakeApplication application;
-    FakeLoginItem loginItem;
-    std::string calls;
-    std::vector<AppUpdate> updates;
-    Settings settings;
-    bool isFetching = false;
-    bool failed = false;
-    std::optional<std::string> error;
 };
 
-using Opened = std::vector<std::string>;
-
 TEST_F(MenuBuilderTest, laysOutTheWholeMenu) {
-    updates = {update("Amberleaf"), ignored(update("Brindle"))};
-    settings = {.openAtLogin = true, .colorIcon = false};
-    EXPECT_EQ(outline(*build()),
+    for (const char* name : {"Amberleaf", "Brindle"})
+        addApp(name, "1.0");
+    listInCatalog({{"Amberleaf", "2.0"}, {"Brindle", "2.0"}});
+    IgnoredVersionsStore(persistence).ignore("2.0", "Brindle", "com.example.Brindle");
+    SettingsStore(persistence).save({.openAtLogin = true, .colorIcon = false});
+    finishLaunch();
+    EXPECT_EQ(menuText(),
               "Check for Updates\n"
               "New Versions Available (1)\n"
               "  <Amberleaf> (<1.0> → <2.0>)\n"
@@ -98,33 +58,11 @@ TEST_F(MenuBuilderTest, laysOutTheWholeMenu) {
               "About\n"
               "---\n"
               "Quit ^q\n");
-    EXPECT_EQ(itemAt(*build(), {"New Versions…", "Amberleaf…"}).image, updates[0].app.icon);
-
+    EXPECT_EQ(itemAt(*statusBar.menu, {"New Versions…", "Amberleaf…"}).image,
+              BundleIcon{folder.path / "Applications/Amberleaf.app"});
     loginItem.offered = false;
-    settings.colorIcon = true;
-    EXPECT_EQ(titleOf(itemAt(*build(), {"Settings"}).submenu->items.front()), "Color Icon");
-    EXPECT_EQ(itemAt(*build(), {"Settings", "Color Icon"}).state, MenuItem::State::on);
-}
-
-TEST_F(MenuBuilderTest, listsUpdatesOrSaysWhyItDoesNot) {
-    const auto a = update("A"), b = update("B", "1", "3");
-    const struct {
-        std::vector<AppUpdate> updates;
-        bool failed;
-        std::optional<std::string> error;
-        const char* expected;
-    } rows[] = {
-        {{ignored(a), ignored(b)}, false, {}, "(0)\n  !No Updates Available\n"},
-        {{a, b, ignored(a)}, true, "Off & _on_.", "(2)\n  !Last check failed\n  !<Off & _on_.>\n"},
-        {{a}, true, {}, "(1)\n  !Last check failed\n"},
-    };
-    for (const auto& row : rows) {
-        updates = row.updates;
-        failed = row.failed;
-        error = row.error;
-        EXPECT_TRUE(outline(*build()).contains("New Versions Available " + std::string(row.expected) + "---"))
-            << outline(*build());
-    }
+    delegate->rebuildMenu();
+    EXPECT_TRUE(menuText().contains("Settings\n  (off) Color Icon\n"));
 }
 
 TEST_F(MenuBuilderTest, breaksAndShortensTitlesByUserPerceivedCharacters) {
@@ -137,94 +75,99 @@ TEST_F(MenuBuilderTest, breaksAndShortensTitlesByUserPerceivedCharacters) {
     } rows[] = {
         {repeated("n", 15), "1", "2", true, repeated("n", 15)},
         {repeated("n", 20), repeated("1", 7), repeated("2", 7), true, repeated("n", 15) + "…"},
-        {repeated("n", 20), repeated("1", 7), repeated("2", 8), false, repeated("n", 15) + "…"},
+        {repeated("m", 20), repeated("1", 7), repeated("2", 8), false, repeated("m", 15) + "…"},
         {repeated("n", 21), "1", "2", false, repeated("n", 15) + "…"},
         {repeated(family, 20), "1", "2", true, repeated(family, 15) + "…"},
         {repeated(family, 21), "1", "2", false, repeated(family, 15) + "…"},
-        {repeated(accented, 20), repeated(accented, 7), repeated(flag, 7), true,
+        {repeated(accented, 20), "1" + repeated(accented, 6), "2" + repeated(flag, 6), true,
          repeated(accented, 15) + "…"},
         {"Fourteen chars  and more", "1", "2", false, "Fourteen chars…"},
         {"Thirteen    \nx\u00A0andmore", "1", "2", false, "Thirteen    \nx…"},
         {repeated(" ", 16), "1", "2", true, "…"},
     };
+    Versions versions;
+    for (const auto& row : rows) {
+        addApp(row.name, row.local, std::to_string(versions.size()));
+        versions[row.name] = row.latest;
+    }
+    listInCatalog(versions);
+    finishLaunch();
+    const auto text = menuText();
     for (const auto& [name, local, latest, onOneLine, reported] : rows) {
-        updates = {update(name, local, latest)};
-        const auto text = outline(*build());
-        const std::string versions = "<" + local + "> → <" + latest + ">";
-        EXPECT_TRUE(text.contains("\n  <" + name + ">" +
-                                  (onOneLine ? " (" + versions + ")" : " | " + versions) + "\n"))
-            << text;
-        EXPECT_TRUE(text.contains("    Report <" + reported + "> Issue\n")) << text;
+        const std::string detail = "<" + local + "> → <" + latest + ">";
+        const std::string title = "<" + name + ">" + (onOneLine ? " (" + detail + ")" : " | " + detail);
+        const auto item = text.find("\n  " + title + "\n");
+        ASSERT_NE(item, std::string::npos) << title << "\n" << text;
+        EXPECT_TRUE(
+            text.substr(text.find("    Report", item)).starts_with("    Report <" + reported + "> Issue\n"))
+            << reported;
     }
 }
 
-/// What the application's delegate does is in the tests of the controller.
 TEST_F(MenuBuilderTest, runsWhatEachItemStandsFor) {
-    updates = {update("Amberleaf"), update("Brindle")};
-    updates[1].obAppId = -9007199254740993;
-    const auto menu = build();
+    addApp("Amberleaf", "1.0");
+    listInCatalog({{"Amberleaf", "2.0"}});
+    finishLaunch();
+    const std::string id = std::to_string(catalogId);
     for (const MenuPath item :
-         {MenuPath{"Check for Updates"}, MenuPath{"New Versions…", "Brindle…", "Open App Page"},
-          MenuPath{"New Versions…", "Brindle…", "Show in Finder"},
-          MenuPath{"New Versions…", "Brindle…", "Submit Changes"},
-          MenuPath{"New Versions…", "Brindle…", "Ignore This Version"}, MenuPath{"Settings", "Open at Login"},
-          MenuPath{"Settings", "Color Icon"}, MenuPath{"Settings", "Show Error Log"},
-          MenuPath{"Settings", "Ignored Versions"}, MenuPath{"Try Orbisto Hub app"},
-          MenuPath{"Go to Orbisto Website"}, MenuPath{"Feedback"}, MenuPath{"About"}, MenuPath{"Quit"}})
-        choose(*menu, item);
-    EXPECT_EQ(calls, "check ignore Brindle changed changed try ");
-    EXPECT_EQ(workspace.opened, (Opened{"https://www.orbisto.example/app/mac/-9007199254740993",
-                                        "https://www.orbisto.example/content/submit/-9007199254740993",
+         {MenuPath{"New Versions…", "Amberleaf…", "Open App Page"},
+          MenuPath{"New Versions…", "Amberleaf…", "Show in Finder"},
+          MenuPath{"New Versions…", "Amberleaf…", "Submit Changes"}, MenuPath{"Try Orbisto Hub app"},
+          MenuPath{"Go to Orbisto Website"}, MenuPath{"Feedback"}, MenuPath{"Quit"}})
+        chooseItem(item);
+    EXPECT_EQ(workspace.opened, (Opened{"https://www.orbisto.example/app/mac/" + id,
+                                        "https://www.orbisto.example/content/submit/" + id,
                                         "https://hub.orbisto.example/", "https://www.orbisto.example",
                                         "mailto:support@orbisto.example?subject=Quorvel%20Feedback"}));
-    EXPECT_EQ(workspace.selected, std::vector<std::filesystem::path>{"/Applications/Brindle.app"});
+    EXPECT_EQ(workspace.selected,
+              std::vector<std::filesystem::path>{folder.path / "Applications/Amberleaf.app"});
+    EXPECT_EQ(newRequests(), "/qvl/tracking success try_desktop\n");
     EXPECT_EQ(application.terminations, 1);
 }
 
 TEST_F(MenuBuilderTest, composesReportsWithTheLogsText) {
-    const std::string subjectOf = "mailto:support@orbisto.example?subject=";
-    const std::string general = subjectOf + "Quorvel%20Issue%20Report&body=";
-    updates = {update("T&C= 藍%", "1.0", "2.0+#")};
-    const auto expectReports = [&](const std::string& updateEnd, const std::string& generalEnd) {
-        EXPECT_EQ(
-            opened({"New Versions…", "T&C…", "Report T&C= 藍% Issue"}),
-            Opened{subjectOf +
-                   "Issue%20with%20T&C=%20%E8%97%8D%25%20in%20Quorvel&body="
-                   "App:%20T&C=%20%E8%97%8D%25%0ALocal%20version:%201.0%0ALatest%20version%20on%20Orbisto:"
-                   "%202.0+%23%0AOrbisto%20page:%20https://www.orbisto.example/app/mac/5123" +
-                   updateEnd});
-        EXPECT_EQ(opened({"Settings", "Report Quorvel Issue"}), Opened{general + generalEnd});
+    addApp("T&C= 藍%", "1.0");
+    listInCatalog({{"T&C= 藍%", "2.0+#"}});
+    finishLaunch();
+    const std::string start = "mailto:support@orbisto.example?subject=";
+    const std::string ofUpdate =
+        start +
+        "Issue%20with%20T&C=%20%E8%97%8D%25%20in%20Quorvel&body="
+        "App:%20T&C=%20%E8%97%8D%25%0ALocal%20version:%201.0%0ALatest%20version%20on%20Orbisto:"
+        "%202.0+%23%0AOrbisto%20page:%20https://www.orbisto.example/app/mac/-9007199254740993";
+    const std::tuple<std::string, std::string, std::string> rows[] = {
+        {"", "", "(No%20log%20entries)"},
+        {"[x] \"az AZ-09._~\"\n", "%0A%0AError%20Log:%0A---%0A%5Bx%5D%20%22az%20AZ-09._~%22%0A",
+         "%5Bx%5D%20%22az%20AZ-09._~%22%0A"},
     };
-    expectReports("", "(No%20log%20entries)");
-    folder.write("error.log", "[x] \"az AZ-09._~\"\n");
-    expectReports("%0A%0AError%20Log:%0A---%0A%5Bx%5D%20%22az%20AZ-09._~%22%0A",
-                  "%5Bx%5D%20%22az%20AZ-09._~%22%0A");
-    MenuBuilder::composeUpdateReport(context(), update("bad \xC3 name"));
-    EXPECT_EQ(workspace.opened.size(), 1U) << "no report of what is no Unicode";
+    for (const auto& [logText, updateEnd, generalEnd] : rows) {
+        folder.write("data/error.log", logText);
+        EXPECT_EQ(opened({"New Versions…", "T&C…", "Report T&C= 藍% Issue"}), Opened{ofUpdate + updateEnd});
+        EXPECT_EQ(opened({"Settings", "Report Quorvel Issue"}),
+                  Opened{start + "Quorvel%20Issue%20Report&body=" + generalEnd});
+    }
+    workspace.maxSize = ofUpdate.size();
+    EXPECT_TRUE(opened({"New Versions…", "T&C…", "Report T&C= 藍% Issue"})
+                    .at(0)
+                    .ends_with("Error%20Log:%0A---%0A(1%20older%20lines%20are%20left%20out.)%0A"));
 }
 
 TEST_F(MenuBuilderTest, aReportThatIsTooLongForTheDesktopLosesTheOldestLinesOfTheLog) {
-    const std::string start = "mailto:support@orbisto.example?subject=Quorvel%20Issue%20Report&body=";
+    const std::string start = "mailto:support@orbisto.example?subject=s&body=t";
     const auto notice = [](const char* lines) {
         return "(" + std::string(lines) + "%20older%20lines%20are%20left%20out.)%0A";
     };
     const std::string oldest(100, '1');
     const std::string ends[] = {oldest + "%0A%C3%A9%0A%0Afour%0A", notice("1") + "%C3%A9%0A%0Afour%0A",
                                 notice("2") + "%0Afour%0A", notice("3") + "four%0A", notice("4")};
-    folder.write("error.log", oldest + "\né\n\nfour\n");
-    for (std::size_t size = start.size() + ends[0].size(); size >= start.size(); --size) {
-        workspace.maxSize = size;
+    for (std::size_t size = start.size() + ends[0].size() + 1; size-- > 0;) {
         const auto* const longest =
             std::ranges::find_if(ends, [&](const auto& end) { return start.size() + end.size() <= size; });
-        EXPECT_EQ(opened({"Settings", "Report Quorvel Issue"}),
-                  Opened{start + (longest == std::end(ends) ? ends[4] : *longest)})
+        EXPECT_EQ(reportMailURL("s", "t", oldest + "\né\n\nfour\n", size),
+                  start + (longest == std::end(ends) ? ends[4] : *longest))
             << size;
     }
-    updates = {update("A")};
-    workspace.maxSize = 0;
-    EXPECT_TRUE(opened({"New Versions…", "A…", "Report A Issue"})
-                    .at(0)
-                    .ends_with("123%0A%0AError%20Log:%0A---%0A" + notice("4")));
+    EXPECT_EQ(reportMailURL("s", "bad \xC3 name", "", 1000), std::nullopt) << "that is no Unicode";
 }
 
 TEST_F(MenuBuilderTest, opensNothingButHttpsAndMailAddresses) {

@@ -1,4 +1,4 @@
-#include "app/AppDelegateFixture.h"
+#include "support/AppDelegateFixture.h"
 
 #include <nlohmann/json.hpp>
 
@@ -75,12 +75,21 @@ void AppDelegateFixture::launchOnline() {
     launch();
 }
 
+void AppDelegateFixture::finishLaunch() {
+    launchOnline();
+    settleLaunch();
+    newRequests();
+}
+
 void AppDelegateFixture::addApp(const std::string& name, const std::string& version,
-                                const std::string& folderName) const {
-    folder.write("Applications/" + folderName + name + ".app/Contents/Info.plist",
-                 "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>com.example." + name +
-                     "</string><key>CFBundleShortVersionString</key><string>" + version +
-                     "</string></dict></plist>");
+                                const std::string& bundle) const {
+    const auto text = [](const std::string& key, const std::string& value) {
+        return "<key>" + key + "</key><string><![CDATA[" + value + "]]></string>";
+    };
+    folder.write("Applications/" + (bundle.empty() ? name : bundle) + ".app/Contents/Info.plist",
+                 "<plist version=\"1.0\"><dict>" + text("CFBundleIdentifier", "com.example." + name) +
+                     text("CFBundleName", name) + text("CFBundleShortVersionString", version) +
+                     "</dict></plist>");
 }
 
 void AppDelegateFixture::listInCatalog(Versions versions) {
@@ -101,7 +110,7 @@ AppDelegateFixture::Answer AppDelegateFixture::answerTo(const HttpRequest& reque
     for (std::size_t index = 0; index < asked["titles"].size(); ++index) {
         const std::string title = asked["titles"][index], identifier = asked["bundle_ids"][index];
         if (!listed.contains(title) || identifier != "com.example." + title) continue;
-        data.push_back({{"id", 5},
+        data.push_back({{"id", catalogId},
                         {"title", title},
                         {"version", listed.at(title)},
                         {"bundle_identifiers", {identifier}}});
@@ -172,7 +181,7 @@ std::string AppDelegateFixture::backtrace() const {
 std::string AppDelegateFixture::updatesText() const {
     std::string text;
     for (const auto& item : itemAt(*statusBar.menu, {"New Versions Available (…"}).submenu->items)
-        text += titleOf(item) + "\n";
+        text += lineOf(item);
     return text;
 }
 

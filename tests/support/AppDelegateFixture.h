@@ -31,6 +31,8 @@ protected:
     void launch();
     /// With a satisfied network path.
     void launchOnline();
+    /// The same, to the end of the launch check, whose requests have been told then.
+    void finishLaunch();
 
     /// Of applications, by their names.
     using Versions = std::map<std::string, std::string>;
@@ -39,8 +41,8 @@ protected:
         std::string body = R"({"success":true})";
     };
 
-    void addApp(const std::string& name, const std::string& version,
-                const std::string& folderName = "") const;
+    /// `bundle` is its path in the folder of applications, without extension, where that is not the name.
+    void addApp(const std::string& name, const std::string& version, const std::string& bundle = "") const;
     /// What the catalog knows from now on, or answers to every list of applications.
     void listInCatalog(Versions versions);
     void failCatalog(int status, const std::string& body);
@@ -62,12 +64,15 @@ protected:
     std::string updatesTitle() const {
         return titleOf(itemAt(*statusBar.menu, {"New Versions Available (…"}));
     }
-    /// The titles in the updates' submenu, each with a line feed.
+    /// The items of the updates' submenu, a line each.
     std::string updatesText() const;
     void chooseItem(MenuPath item) const { choose(*statusBar.menu, item); }
     std::string log() const { return folder.read("data/error.log"); }
     bool iconShowsFetching() const;
     void expectAtRest();
+
+    /// Beyond what a double holds, and below what a page of the catalog has.
+    static constexpr std::int64_t catalogId = -9007199254740993;
 
     TemporaryFolder folder;
     PersistenceManager persistence = PersistenceManager::at(folder.path / "data");

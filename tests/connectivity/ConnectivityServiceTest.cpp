@@ -11,19 +11,17 @@ namespace {
 
 class ConnectivityServiceTest : public testing::Test {
 protected:
-    void install() {
-        service->setOnConnectivityRestored([this] { ++restores; });
-    }
-    void loseAndRestore() {
-        path->report(PathStatus::unsatisfied);
-        path->report(PathStatus::satisfied);
+    void report(std::initializer_list<PathStatus> statuses) const {
+        for (const auto status : statuses)
+            path->report(status);
     }
 
     std::shared_ptr<FakePath> path = std::make_shared<FakePath>();
     std::unique_ptr<ConnectivityService> service =
         std::make_unique<ConnectivityService>(std::make_unique<FakePathMonitor>(path));
-    int restores = 0;
 };
+
+using enum PathStatus;
 
 // A script holds s, u and r for reports of satisfied, unsatisfied and requires connection, and i for a
 // callback that is installed. What follows each step is whether the service is connected and how many
@@ -37,13 +35,12 @@ TEST_F(ConnectivityServiceTest, runsTheCallbackOnceForEachReportedOutageThatEnds
     for (const auto& [script, expected] : rows) {
         path = std::make_shared<FakePath>();
         service = std::make_unique<ConnectivityService>(std::make_unique<FakePathMonitor>(path));
-        restores = 0;
+        int restores = 0;
         std::string states;
         for (const char step : std::string(script)) {
-            if (step == 'i') install();
-            if (step == 's') path->report(PathStatus::satisfied);
-            if (step == 'u') path->report(PathStatus::unsatisfied);
-            if (step == 'r') path->report(PathStatus::requiresConnection);
+            if (step == 'i') service->setOnConnectivityRestored([&] { ++restores; });
+            if (step != 'i')
+                report({step == 's' ? satisfied : step == 'u' ? unsatisfied : requiresConnection});
             states += (service->isConnected() ? '+' : '-') + std::to_string(restores);
         }
         EXPECT_EQ(states, expected) << script;
@@ -57,33 +54,26 @@ TEST_F(ConnectivityServiceTest, isConnectedForEverWithoutMonitoring) {
     EXPECT_EQ(unwatched->handler, nullptr);
 }
 
-TEST_F(ConnectivityServiceTest, theCallbackMayAskInstallItsSuccessorAndEndTheService) {
+TEST_F(ConnectivityServiceTest, listensOnItsOwnQueueUntilTheCallbackOrItsOwnerEndsIt) {
+    EXPECT_EQ(path->queueLabel, "com.ob.quorvel.connectivity");
     service->setOnConnectivityRestored([&] {
         EXPECT_TRUE(service->isConnected());
         service->setOnConnectivityRestored([&] { service.reset(); });
     });
-    loseAndRestore();
+    report({unsatisfied, satisfied});
     EXPECT_NE(service, nullptr) << "the successor is for the next outage";
-    loseAndRestore();
+    report({unsatisfied, satisfied});
     EXPECT_EQ(service, nullptr);
-}
-
-TEST_F(ConnectivityServiceTest, listensOnItsOwnQueueUntilItIsDestroyed) {
-    EXPECT_EQ(path->queueLabel, "com.ob.quorvel.connectivity");
-    install();
-    path->report(PathStatus::unsatisfied);
-    service.reset();
     EXPECT_TRUE(path->isCancelled);
     // A monitor whose report was already on its way calls a handler that holds nothing.
-    path->handler(PathStatus::satisfied);
-    EXPECT_EQ(restores, 0);
+    path->handler(unsatisfied);
 }
 
 TEST_F(ConnectivityServiceTest, runsNoCallbackTwiceWhenInstallingRacesWithReports) {
     std::atomic<bool> isInstalling = true;
     std::thread queue([&] {
         while (isInstalling)
-            loseAndRestore();
+            report({unsatisfied, satisfied});
     });
     std::vector<std::atomic<int>> runs(500);
     for (auto& count : runs)

@@ -14,13 +14,9 @@ AppUpdate update(std::string name, std::string installed, std::string available,
     return update;
 }
 
-/// Five grapheme clusters, each two columns wide.
-const std::string families =
-    "👩‍👩‍👧‍👦👩‍👩‍👧‍👦👩‍👩‍👧‍👦👩‍👩‍👧‍👦👩‍👩"
-    "‍"
-    "👧"
-    "‍"
-    "👦";
+/// Of grapheme clusters that are two columns wide.
+const std::string family = "👩‍👩‍👧‍👦", fourFamilies = family + family + family + family,
+                  families = fourFamilies + family;
 
 Terminal terminal(std::size_t width) {
     return {.isTerminal = true, .hasControls = true, .colour = width > 66, .width = width};
@@ -97,7 +93,7 @@ TEST(TableReport, losesNothingButTheEndsOfNamesInANarrowTerminal) {
          "  Another application of words  -\n    local version invalid:\n    "
          "\"$(MARKETING_VERSION)-and-more\"\n"},
         {24, "  APPLICATION\n    INSTALLED\n    AVAILABLE\n"},
-        {24, "  A " + families.substr(0, families.size() / 5 * 4) +
+        {24, "  A " + fourFamilies +
                  "…\n    2024.10.31 (123456)\n"
                  "    $(MARKETING_VERSION) and more\n"},
         {24,

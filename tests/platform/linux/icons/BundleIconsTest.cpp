@@ -114,21 +114,16 @@ TEST_F(BundleIconsTest, aFileThatCrashesItsDecoderHasNoPictureAndIsGivenToNoOthe
 }
 
 TEST_F(BundleIconsTest, withoutADecoderThereAreNoPicturesAndTheNextListTriesAnew) {
-    struct Row {
-        Lines command;
-        const char* reason;
-        milliseconds startTimeout = milliseconds(60'000);
-    };
     const auto fake = [&](const char* start) { return Lines{FAKE_DECODER, folder.path.string(), start}; };
-    const Row rows[] = {{fake("die"), "It ended."},
-                        {fake("picture"), "It broke the protocol."},
-                        {fake("hang"), "It did not answer in time.", milliseconds(1)},
-                        {{SOURCE_ROOT "/none"}, "did not start"}};
+    const std::pair<Lines, const char*> rows[] = {{fake("die"), "It ended."},
+                                                  {fake("picture"), Worker::protocolBroken},
+                                                  {fake("hang"), "It did not answer in time."},
+                                                  {{SOURCE_ROOT "/none"}, "did not start"}};
     add("1.app", "picture");
     add("2.app", "picture");
-    for (const auto& [command, reason, startTimeout] : rows) {
+    for (const auto& [command, reason] : rows) {
         IconLimits limits;
-        limits.startTimeout = startTimeout;
+        if (command.back() == "hang") limits.startTimeout = milliseconds(1);
         open(command, limits);
         list({"1.app", "2.app"});
         ASSERT_TRUE(comesTrue([&] { return timesSaid(reason) == 1; })) << reason << said.str();

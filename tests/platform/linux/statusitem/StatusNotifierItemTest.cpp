@@ -5,28 +5,25 @@
 #include "platform/linux/statusitem/MenuLayout.h"
 #include "platform/linux/statusitem/MenuSamples.h"
 #include "platform/linux/statusitem/StatusNotifierItem.h"
+#include "support/BusFixture.h"
 #include "support/FakeIcons.h"
-#include "support/FakePanel.h"
-#include "support/PrivateBus.h"
 
 namespace quorvel {
 namespace {
 
 using Texts = std::vector<std::string>;
 
-/// The program's side and a panel's, in one loop on a bus of their own.
-class StatusNotifierItemTest : public testing::Test {
+class StatusNotifierItemTest : public BusFixture {
 protected:
     void SetUp() override {
-        if (!daemon.reasonToSkip().empty()) GTEST_SKIP() << daemon.reasonToSkip();
+        BusFixture::SetUp();
+        if (IsSkipped()) return;
         unsetenv("XDG_DATA_HOME");
         setenv("HOME", themes.path.c_str(), 1);
         setenv("XDG_DATA_DIRS", ("relative:" + moreThemes.path.string()).c_str(), 1);
-        ASSERT_TRUE(bus.connect());
         const char* own = nullptr;
         ASSERT_GE(sd_bus_get_unique_name(bus.connection(), &own), 0);
         name = own;
-        panel = std::make_unique<FakePanel>(queue);
     }
 
     void makeItem(SessionBus& on, bool mayHaveTray = false) {
@@ -62,10 +59,6 @@ protected:
     }
 
     TemporaryFolder themes, moreThemes;
-    PrivateBus daemon;
-    EventQueue queue;
-    SessionBus bus{queue};
-    std::unique_ptr<FakePanel> panel;
     FakeIcons icons;
     std::optional<StatusNotifierItem> item;
     FakeTrayItem* tray = nullptr;

@@ -43,7 +43,8 @@ const std::map<std::string, std::vector<std::string>> arrows{
     {"painter", {"platform/painterprotocol", "platform/linux/process"}},
     {"icons", {"platform/linux/icons"}},
     {"cli", {"check", "platform/posix", "platform/posix/process", "platform/posix/http"}},
-    {"entry/linux", {"app", "platform/linux/desktop"}},
+    {"entry", {"app", "platform/posix/http"}},
+    {"entry/linux", {"entry", "platform/linux/desktop"}},
 };
 
 bool mayInclude(const std::string& from, const std::string& to) {

@@ -1,20 +1,14 @@
 #pragma once
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
-#include "api/Environment.h"
-#include "persistence/PersistenceManager.h"
+#include "entry/ProgramOptions.h"
 
 namespace quorvel {
 
 /// What the command line decides.
-struct DesktopConfiguration {
-    std::vector<std::filesystem::path> scanRoots;
-    std::string catalogURL;
-    Environment environment;
-    const PersistenceManager& persistence;
+struct DesktopConfiguration : ProgramSetup {
     /// What a start at login is given.
     std::vector<std::string> optionsAtLogin;
 };

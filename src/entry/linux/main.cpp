@@ -1,27 +1,17 @@
-#include <cerrno>
-#include <cstdio>
-#include <exception>
 #include <expected>
-#include <filesystem>
 #include <malloc.h>
 #include <optional>
 #include <span>
 #include <string>
-#include <system_error>
+#include <utility>
 #include <vector>
 
+#include "entry/ProgramOptions.h"
 #include "entry/linux/DesktopProgram.h"
 #include "platform/CommandOptions.h"
-#include "platform/ProgramInfo.h"
-#include "platform/System.h"
-#include "platform/posix/http/CatalogAddress.h"
-#include "platform/text/DisplayText.h"
-#include "scanner/AppScannerService.h"
 
 namespace quorvel {
 namespace {
-
-constexpr int wrongUsage = 2;
 
 constexpr const char* usageText =
     R"(Usage: quorvel [OPTION]...
@@ -53,26 +43,18 @@ Examples
 The manual is quorvel(1).
 )";
 
-struct CommandLine {
+struct CommandLine : ProgramOptions {
     std::string action;
-    /// The folders are absolute: a start at login has another working directory.
-    std::optional<std::string> systemRoot, catalog, dataFolder;
-    bool version = false;
-    bool help = false;
 };
 
 std::expected<CommandLine, std::string> parseCommandLine(std::span<const char* const> arguments) {
     CommandLine line;
-    const std::vector<CommandOption> options{
-        textOption("action", line.action),        textOption("system-root", line.systemRoot),
-        textOption("catalog", line.catalog),      textOption("data-dir", line.dataFolder),
-        flagOption("version", line.version, 'V'), flagOption("help", line.help, 'h')};
+    auto options = line.readers();
+    options.push_back(textOption("action", line.action));
     if (auto problem = readOptions(options, arguments)) return std::unexpected(std::move(*problem));
     if (!line.action.empty() && !isDesktopAction(line.action))
         return std::unexpected("There is no action " + line.action + "; --help lists them.");
-    for (auto* const folder : {&line.systemRoot, &line.dataFolder}) {
-        if (*folder) *folder = std::filesystem::absolute(**folder).lexically_normal().string();
-    }
+    line.makeAbsolute();
     return line;
 }
 
@@ -87,37 +69,14 @@ std::vector<std::string> optionsToKeep(const CommandLine& line) {
     return words;
 }
 
-int fail(int status, const std::string& sentence) {
-    std::fprintf(stderr, "quorvel: %s\n", onOneLine(sentence).c_str());
-    return status;
-}
-
-int print(const std::string& text) {
-    if (std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0) return 0;
-    return fail(1, "Could not write to standard output: " + std::generic_category().message(errno) + ".");
-}
-
-int refuse(const std::string& problem) {
-    return fail(wrongUsage, problem + " Try 'quorvel --help'.");
-}
-
 int run(std::span<const char* const> arguments) {
     const auto line = parseCommandLine(arguments);
     if (!line) return refuse(line.error());
     if (line->help) return print(usageText);
-    if (line->version) return print("quorvel " + *thisProgram().shortVersion + "\n");
-    const auto catalog = catalogAddress(line->catalog);
-    if (!catalog) return refuse(catalog.error());
-    const auto storage = line->dataFolder ? PersistenceManager::at(*line->dataFolder)
-                                          : PersistenceManager::shared(applicationSupportFolder());
-    return runDesktopProgram(
-        {.scanRoots = line->systemRoot ? AppScannerService::rootsOfVolume(*line->systemRoot)
-                                       : AppScannerService::standardRoots(),
-         .catalogURL = *catalog,
-         .environment = {thisProgram(), installedOSVersion(line->systemRoot.value_or("/"))},
-         .persistence = storage,
-         .optionsAtLogin = optionsToKeep(*line)},
-        line->action);
+    if (line->version) return printVersion();
+    const auto setup = setUp(*line);
+    if (!setup) return refuse(setup.error());
+    return runDesktopProgram({*setup, optionsToKeep(*line)}, line->action);
 }
 
 }  // namespace

@@ -23,7 +23,7 @@ add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wold-style-cast -Wnon
                     -Woverloaded-virtual -fno-omit-frame-pointer)
 # A constructor's parameter may carry the name of the field that it fills.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    add_compile_options(-Wshadow=local)
+    add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wshadow=local>)
 else()
     # The library of g++ 12 deprecates what its own stable_sort calls.
     add_compile_options(-Wshadow -Wno-deprecated-declarations)

@@ -23,6 +23,7 @@ const std::map<std::string, std::vector<std::string>> arrows{
     {"platform/posix/process", {"platform"}},
     {"platform/posix/http", {"platform"}},
     {"platform/posix/exceptions", {"platform"}},
+    {"platform/macos", {"platform/posix", "platform/posix/http", "platform/posix/exceptions"}},
     {"platform/linux",
      {"platform/posix", "platform/posix/process", "platform/posix/http", "platform/posix/exceptions"}},
     {"platform/linux/bus", {"platform/linux"}},
@@ -45,6 +46,7 @@ const std::map<std::string, std::vector<std::string>> arrows{
     {"cli", {"check", "platform/posix", "platform/posix/process", "platform/posix/http"}},
     {"entry", {"app", "platform/posix/http"}},
     {"entry/linux", {"entry", "platform/linux/desktop"}},
+    {"entry/macos", {"entry", "platform/macos"}},
 };
 
 bool mayInclude(const std::string& from, const std::string& to) {
@@ -58,6 +60,8 @@ const std::pair<std::regex, std::regex> restricted[] = {
     {std::regex("Q[A-Z].*|png\\.h|(linux|systemd|dbus)/.*|(seccomp|backtrace|malloc|link)\\.h|"
                 "sys/(epoll|eventfd|inotify|prctl|signalfd|syscall|sendfile|timerfd|xattr)\\.h"),
      std::regex("(platform/linux|entry/linux|painter|icons)/.*")},
+    {std::regex("(AppKit|Foundation|Network|Security|ServiceManagement|dispatch)/.*"),
+     std::regex("(platform|entry)/macos/.*")},
     {std::regex("(curl|openssl|httplib).*"), std::regex("platform/posix/http/.*|.*/SystemTrust\\.cpp")},
     {std::regex("nlohmann/.*|persistence/StoredJson\\.h|platform/JsonInteger\\.h"),
      std::regex(".*\\.cpp|persistence/StoredJson\\.h|platform/JsonInteger\\.h")},
@@ -75,11 +79,12 @@ void expectAllowed(const std::string& file, const std::string& target, bool isOu
 }
 
 TEST(LayersTest, everyIncludePointsDownwardsAndStaysWhereItMayBe) {
-    const std::regex line(R"(^\s*#\s*include\s*([<"])([^>"]+)[>"])");
+    const std::regex line(R"(^\s*#\s*(?:include|import)\s*([<"])([^>"]+)[>"])");
     std::map<std::string, std::set<std::string>> graph;
     for (const auto& entry : fs::recursive_directory_iterator(sources)) {
         const auto file = entry.path().lexically_relative(sources).string();
-        if (!file.ends_with(".h") && !file.ends_with(".cpp")) continue;
+        const bool isSource = file.ends_with(".h") || file.ends_with(".cpp") || file.ends_with(".mm");
+        if (!isSource) continue;
         std::ifstream stream(entry.path());
         std::smatch match;
         for (std::string text; std::getline(stream, text);) {

@@ -36,7 +36,8 @@ TEST(EventQueue, runsTheSignalsTaskOnTheQueueEachTime) {
         ++received == 2 ? queue.quit() : static_cast<void>(raise(SIGUSR1));
     });
     // Sent by a thread that was started later, to the process.
-    std::thread([] { kill(getpid(), SIGUSR1); }).join();
+    std::thread sender([] { kill(getpid(), SIGUSR1); });
+    sender.join();
     EXPECT_EQ(received, 0);
     queue.run();
     EXPECT_EQ(received, 2);

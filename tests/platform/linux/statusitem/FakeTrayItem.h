@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <memory>
 #include <string>
 #include <utility>
@@ -18,8 +17,9 @@ struct FakeTrayItem final : TrayItem {
     void setImage(const Image& newImage) override { image = newImage; }
     void setToolTip(const std::string& text) override { toolTip = text; }
     void setMenu(std::shared_ptr<const Menu> newMenu) override { menu = std::move(newMenu); }
+
     void show(std::function<void()> onMissing) override {
-        shows.push_back(std::chrono::duration_cast<std::chrono::seconds>(queue->now).count());
+        shows.push_back(queue->now);
         isShown = hasTray;
         missing = std::move(onMissing);
         if (!hasTray) queue->post(missing);
@@ -30,12 +30,12 @@ struct FakeTrayItem final : TrayItem {
     }
 
     void lose() {
-        if (std::exchange(isShown, false)) queue->post(missing);
+        if (isShown) queue->post(missing);
+        isShown = false;
     }
 
     FakeQueue* queue;
-    /// In seconds.
-    std::vector<long> shows;
+    std::vector<FakeQueue::Duration> shows;
     bool hasTray = false;
     bool isShown = false;
     int hides = 0;

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <list>
+
+#include "platform/Desktop.h"
+
+namespace quorvel {
+
+/// Modal alerts: `runAlert` returns when its alert has been dismissed. Tasks of the main queue run meanwhile.
+class CocoaAlerts final : public Alerts {
+public:
+    void runAlert(const std::string& messageText, const std::string& informativeText,
+                  Task dismissed) override;
+
+private:
+    struct Shown;
+    /// One can be shown while another is.
+    std::list<Shown*> shown;
+};
+
+}  // namespace quorvel

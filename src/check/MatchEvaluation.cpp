@@ -4,7 +4,6 @@
 #include <array>
 #include <charconv>
 #include <cstdint>
-#include <unordered_map>
 #include <utility>
 
 #include "platform/text/Text.h"
@@ -13,54 +12,13 @@ namespace quorvel {
 
 namespace {
 
-using ResultIndex = std::unordered_map<std::string_view, const AutoMatchResult*>;
-
-/// By bundle identifier as exact text; a later result replaces an earlier one.
-ResultIndex indexResults(std::span<const AutoMatchResult> results) {
-    ResultIndex index;
-    for (const auto& result : results) {
-        for (const auto& bundleID : result.bundleIdentifiers)
-            index.insert_or_assign(bundleID, &result);
-    }
-    return index;
-}
-
 bool isUsableVersion(std::string_view version) {
     const auto trimmed = text::trimmed(version);
     return !trimmed.empty() && trimmed != "-" && text::containsNumericCharacter(trimmed);
 }
 
-struct Skip {
-    SkipCode code;
-    std::string reason;
-};
-
 Skip invalidVersion(SkipCode code, std::string_view whose, std::string_view version) {
     return {code, std::string(whose) + " version invalid: \"" + std::string(version) + "\""};
-}
-
-/// Why the application yields no update; none when it does.
-std::optional<Skip> reasonToSkip(const InstalledApp& app, const AutoMatchResult* result,
-                                 const VersionComparatorProtocol& comparator, const OSVersion& runningOS) {
-    if (result == nullptr) return Skip{SkipCode::notRecognised, "not recognised by Orbisto API"};
-    if (!isUsableVersion(app.version)) {
-        return invalidVersion(SkipCode::installedVersionInvalid, "local", app.version);
-    }
-    if (!isUsableVersion(result->version)) {
-        return invalidVersion(SkipCode::catalogVersionInvalid, "remote", result->version);
-    }
-    if (!comparator.isNewer(result->version, app.version))
-        return Skip{SkipCode::upToDate, "already at latest"};
-    const auto minimumOS = parseMinimumOS(result->minimumOSVersion);
-    if (minimumOS && runningOS < *minimumOS) {
-        return Skip{SkipCode::requiresNewerOS, "requires " + *result->minimumOSVersion};
-    }
-    return std::nullopt;
-}
-
-bool isIgnored(const IgnoredVersions& ignored, std::string_view bundleID, std::string_view version) {
-    const auto entry = ignored.find(bundleID);
-    return entry != ignored.end() && entry->second.version == version;
 }
 
 /// The leading digits of one piece of a version. Digits of other scripts are numeric characters, but no
@@ -83,15 +41,54 @@ std::string_view nextPiece(std::string_view& rest) {
 
 }  // namespace
 
+ResultIndex indexResults(std::span<const AutoMatchResult> results) {
+    ResultIndex index;
+    for (const auto& result : results) {
+        for (const auto& bundleID : result.bundleIdentifiers)
+            index.insert_or_assign(bundleID, &result);
+    }
+    return index;
+}
+
+const AutoMatchResult* findResult(const ResultIndex& index, std::string_view bundleID) {
+    const auto found = index.find(bundleID);
+    return found == index.end() ? nullptr : found->second;
+}
+
+std::optional<Skip> compareVersions(std::string_view installed, const AutoMatchResult* result,
+                                    const VersionComparatorProtocol& comparator) {
+    if (result == nullptr) return Skip{SkipCode::notRecognised, "not recognised by Orbisto API"};
+    if (!isUsableVersion(installed)) {
+        return invalidVersion(SkipCode::installedVersionInvalid, "local", installed);
+    }
+    if (!isUsableVersion(result->version)) {
+        return invalidVersion(SkipCode::catalogVersionInvalid, "remote", result->version);
+    }
+    if (!comparator.isNewer(result->version, installed)) return Skip{SkipCode::upToDate, "already at latest"};
+    return std::nullopt;
+}
+
+std::optional<Skip> requireSystem(const AutoMatchResult& result, const OSVersion& runningOS) {
+    const auto minimumOS = parseMinimumOS(result.minimumOSVersion);
+    if (!minimumOS || runningOS >= *minimumOS) return std::nullopt;
+    return Skip{SkipCode::requiresNewerOS, "requires " + *result.minimumOSVersion};
+}
+
+bool isIgnored(const IgnoredVersions& ignored, std::string_view bundleID, std::string_view version) {
+    const auto entry = ignored.find(bundleID);
+    return entry != ignored.end() && entry->second.version == version;
+}
+
 MatchEvaluation evaluate(std::span<const InstalledApp> inventory, std::span<const AutoMatchResult> results,
                          const VersionComparatorProtocol& comparator,
                          const IgnoredVersionsStore& ignoredVersions, const OSVersion& runningOS) {
     const ResultIndex index = indexResults(results);
     MatchEvaluation evaluation;
     for (const auto& app : inventory) {
-        const auto found = index.find(app.bundleID);
-        const auto* result = found == index.end() ? nullptr : found->second;
-        if (auto skip = reasonToSkip(app, result, comparator, runningOS)) {
+        const auto* result = findResult(index, app.bundleID);
+        auto skip = compareVersions(app.version, result, comparator);
+        if (!skip) skip = requireSystem(*result, runningOS);
+        if (skip) {
             evaluation.skipped.push_back(
                 {app.name, app.bundleID, app.version, skip->code, std::move(skip->reason), app.path});
             continue;

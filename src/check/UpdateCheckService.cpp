@@ -11,17 +11,15 @@
 
 namespace quorvel {
 
-/// Everything that one check carries from callback to callback.
-struct UpdateCheckService::Check {
+/// Everything that the questions of one check carry from callback to callback.
+struct UpdateCheckService::Question {
     std::size_t chunks() const { return chunkCount(inventory.size()); }
 
     std::vector<InstalledApp> inventory;
-    ScanIssues scanIssues;
-    std::string trigger;
-    Completion completion;
     CheckObserver observer;
-    std::vector<AutoMatchResult> matches;
-    std::vector<RequestError> errors;
+    MatchCompletion completion{};
+    Matches matches{};
+    std::vector<RequestError> errors{};
 };
 
 namespace {
@@ -61,22 +59,31 @@ void UpdateCheckService::scanAndCheck(std::string_view trigger, Completion compl
 
 void UpdateCheckService::check(std::vector<InstalledApp> inventory, ScanIssues scanIssues,
                                std::string_view trigger, Completion completion, CheckObserver observer) {
-    auto state = std::make_shared<Check>(Check{.inventory = std::move(inventory),
-                                               .scanIssues = std::move(scanIssues),
-                                               .trigger = std::string(trigger),
-                                               .completion = std::move(completion),
-                                               .observer = std::move(observer),
-                                               .matches = {},
-                                               .errors = {}});
+    auto state = std::make_shared<Question>(Question{std::move(inventory), std::move(observer)});
+    // The question is on the way for as long as it can complete.
+    state->completion = [this, &question = *state, scanIssues = std::move(scanIssues),
+                         trigger = std::string(trigger),
+                         completion = std::move(completion)](auto matches) mutable {
+        if (!matches) return completion(std::unexpected(std::move(matches.error())));
+        Updates updates = evaluateMatches(question, *matches, *scanIssues);
+        reportFinished(trigger, question.inventory.size(), updates.size());
+        completion(std::move(updates));
+    };
+    ask(state);
+}
+
+void UpdateCheckService::match(std::vector<InstalledApp> inventory, MatchCompletion completion,
+                               CheckObserver observer) {
+    ask(std::make_shared<Question>(
+        Question{std::move(inventory), std::move(observer), std::move(completion)}));
+}
+
+void UpdateCheckService::ask(const QuestionState& state) {
     registration->prepareInstance(
-        weakly(shared_from_this(), [state](UpdateCheckService& self) { self.performCheck(state); }));
+        weakly(shared_from_this(), [state](UpdateCheckService& self) { self.sendChunk(state, 0); }));
 }
 
-void UpdateCheckService::performCheck(const CheckState& state) {
-    sendChunk(state, 0);
-}
-
-void UpdateCheckService::sendChunk(const CheckState& state, std::size_t index) {
+void UpdateCheckService::sendChunk(const QuestionState& state, std::size_t index) {
     notify(state->observer.onChunk, index, state->chunks());
     const auto apps = chunk(state->inventory, index);
     parts.api->autoMatch(
@@ -86,7 +93,8 @@ void UpdateCheckService::sendChunk(const CheckState& state, std::size_t index) {
         }));
 }
 
-void UpdateCheckService::handleChunkResult(const CheckState& state, std::size_t index, ChunkOutcome outcome) {
+void UpdateCheckService::handleChunkResult(const QuestionState& state, std::size_t index,
+                                           ChunkOutcome outcome) {
     if (outcome) {
         notify(state->observer.onAnswer, index, outcome->lostEntries);
         std::ranges::move(outcome->results, std::back_inserter(state->matches));
@@ -106,10 +114,10 @@ void UpdateCheckService::handleChunkResult(const CheckState& state, std::size_t 
     sendNextChunk(state, index + 1);
 }
 
-void UpdateCheckService::sendNextChunk(const CheckState& state, std::size_t index) {
+void UpdateCheckService::sendNextChunk(const QuestionState& state, std::size_t index) {
     // No pause after the last chunk: the end of the check follows its answer at once.
     if (index == state->chunks()) {
-        finishCheck(state);
+        finish(state);
     } else if (parts.interChunkDelay > std::chrono::nanoseconds::zero()) {
         parts.mainQueue.postAfter(parts.interChunkDelay,
                                   weakly(shared_from_this(), [state, index](UpdateCheckService& self) {
@@ -120,22 +128,22 @@ void UpdateCheckService::sendNextChunk(const CheckState& state, std::size_t inde
     }
 }
 
-void UpdateCheckService::finishCheck(const CheckState& state) {
+void UpdateCheckService::finish(const QuestionState& state) {
     if (state->matches.empty() && !state->errors.empty()) {
         state->completion(std::unexpected(UpdateCheckError{
             UpdateCheckError::ApiFailed{std::move(state->errors.front()), state->inventory.size()}}));
-        return;
+    } else {
+        state->completion(std::move(state->matches));
     }
-    Updates updates = evaluateMatches(*state);
-    registration->trackInstanceRunning(state->trigger, state->inventory.size(), updates.size());
-    state->completion(std::move(updates));
 }
 
-UpdateCheckService::Updates UpdateCheckService::evaluateMatches(const Check& check) const {
-    MatchEvaluation evaluation = evaluate(check.inventory, check.matches, *parts.versionComparator,
+UpdateCheckService::Updates UpdateCheckService::evaluateMatches(const Question& question,
+                                                                const Matches& matches,
+                                                                std::span<const ScanIssue> scanIssues) const {
+    MatchEvaluation evaluation = evaluate(question.inventory, matches, *parts.versionComparator,
                                           parts.ignoredVersionsStore, parts.environment.os);
-    parts.errorLogger.appendRaw(checkSummary(evaluation, *check.scanIssues, parts.errorLogger.timestamp()));
-    notify(check.observer.onEvaluated, evaluation);
+    parts.errorLogger.appendRaw(checkSummary(evaluation, scanIssues, parts.errorLogger.timestamp()));
+    notify(question.observer.onEvaluated, evaluation);
     sortByName(evaluation.updates, parts.locale);
     return std::move(evaluation.updates);
 }

@@ -4,6 +4,7 @@
 #include <expected>
 #include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,6 +34,8 @@ class UpdateCheckService : public std::enable_shared_from_this<UpdateCheckServic
 public:
     using Updates = std::vector<AppUpdate>;
     using Completion = UniqueFunction<void(std::expected<Updates, UpdateCheckError>)>;
+    using Matches = std::vector<AutoMatchResult>;
+    using MatchCompletion = UniqueFunction<void(std::expected<Matches, UpdateCheckError>)>;
     /// Shared, because the caller's own list is the one that the summary reads at the end.
     using ScanIssues = std::shared_ptr<std::vector<ScanIssue>>;
 
@@ -64,19 +67,29 @@ public:
     void check(std::vector<InstalledApp> inventory, ScanIssues scanIssues, std::string_view trigger,
                Completion completion, CheckObserver observer = {});
 
+    /// Asks the catalog as a check does, and evaluates nothing: the results of all chunks, in the order in
+    /// which they came.
+    void match(std::vector<InstalledApp> inventory, MatchCompletion completion, CheckObserver observer = {});
+
+    /// What `check` reports once it has evaluated; for who calls `match`.
+    void reportFinished(std::string_view trigger, std::size_t appCount, std::size_t updateCount) const {
+        registration->trackInstanceRunning(trigger, appCount, updateCount);
+    }
+
     ConnectivityService& connectivity() const { return *parts.connectivity; }
 
 private:
-    struct Check;
-    using CheckState = std::shared_ptr<Check>;
+    struct Question;
+    using QuestionState = std::shared_ptr<Question>;
     using ChunkOutcome = std::expected<AutoMatchAnswer, RequestError>;
 
-    void performCheck(const CheckState& state);
-    void sendChunk(const CheckState& state, std::size_t index);
-    void handleChunkResult(const CheckState& state, std::size_t index, ChunkOutcome outcome);
-    void sendNextChunk(const CheckState& state, std::size_t index);
-    void finishCheck(const CheckState& state);
-    Updates evaluateMatches(const Check& check) const;
+    void ask(const QuestionState& state);
+    void sendChunk(const QuestionState& state, std::size_t index);
+    void handleChunkResult(const QuestionState& state, std::size_t index, ChunkOutcome outcome);
+    void sendNextChunk(const QuestionState& state, std::size_t index);
+    void finish(const QuestionState& state);
+    Updates evaluateMatches(const Question& question, const Matches& matches,
+                            std::span<const ScanIssue> scanIssues) const;
 
     const Parts parts;
     const std::shared_ptr<InstanceRegistration> registration;

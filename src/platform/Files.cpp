@@ -99,7 +99,7 @@ std::optional<std::string> read(const std::filesystem::path& path, std::size_t s
     return content;
 }
 
-bool writeAtomically(const std::filesystem::path& path, std::string_view bytes) {
+bool writeAtomically(const std::filesystem::path& path, std::string_view bytes, mode_t mode) {
     const auto parent = path.parent_path();
     const FileDescriptor folder(
         uninterrupted([&] { return open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
@@ -108,7 +108,8 @@ bool writeAtomically(const std::filesystem::path& path, std::string_view bytes) 
     std::string temporary = (parent / temporaryPrefix(path)).string().append(randomPart);
     FileDescriptor file(mkostemp(temporary.data(), O_CLOEXEC));
     if (!file) return false;
-    const bool written = writeAll(file.get(), bytes) && reachDisk(file.get()) && file.close();
+    const bool written = writeAll(file.get(), bytes) && fchmod(file.get(), mode) == 0 &&
+                         reachDisk(file.get()) && file.close();
     if (!written || rename(temporary.c_str(), path.c_str()) != 0) {
         unlink(temporary.c_str());
         return false;

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 
 /// Files of the program's own storage folder, and reading in general. Nothing here throws.
 namespace quorvel::files {
@@ -18,11 +19,11 @@ std::optional<std::string> read(const std::filesystem::path& path, std::size_t s
 bool read(int folder, const char* path, std::size_t sizeLimit, std::string& content);
 
 /// Replaces the file at `path` in one step: a reader sees the old or the new content, never a part, also
-/// after a crash or a loss of power. The file gets mode 0600. A symbolic link at `path` is replaced, not
+/// after a crash or a loss of power. The file gets mode `mode`. A symbolic link at `path` is replaced, not
 /// followed. Of several writers at once the last one wins. False on any failure, with the old file in place
 /// and no temporary file left; what a killed writer left is removed by a later write of the same file, once
 /// it is a minute old.
-bool writeAtomically(const std::filesystem::path& path, std::string_view bytes);
+bool writeAtomically(const std::filesystem::path& path, std::string_view bytes, mode_t mode = 0600);
 
 enum class AppendResult {
     done,

@@ -50,17 +50,20 @@ struct Collection {
 
 class Reader {
 public:
-    Reader(std::string_view list, std::span<const std::string_view> asked)
-        : bytes(list), keys(asked), texts(asked.size()), isSeen(asked.size()) {}
+    Reader(std::string_view list, PropertyListRoot wantedRoot, std::span<const std::string_view> asked)
+        : bytes(list),
+          rootKind(wantedRoot == PropertyListRoot::dictionary ? Kind::dictionary : Kind::array),
+          rowDepth(depthOfRows(wantedRoot)),
+          keys(asked) {}
 
-    std::optional<PropertyListTexts> read() {
+    std::optional<std::vector<PropertyListTexts>> read() {
         if (!readTrailer() || !areOffsetsInside()) return std::nullopt;
         const auto root = objectAt(rootIndex);
-        if (!root || root->kind != Kind::dictionary || !enter(*root)) return std::nullopt;
+        if (!root || root->kind != rootKind || !enter(*root)) return std::nullopt;
         while (depth > 0) {
             if (!visitNext()) return std::nullopt;
         }
-        return std::move(texts);
+        return std::move(rows);
     }
 
 private:
@@ -134,6 +137,10 @@ private:
         const auto count = static_cast<std::size_t>(object.count);
         const std::size_t values = object.content + (hasKeys ? count * referenceWidth : 0);
         path[depth++] = {object.content, values, count, 0, hasKeys};
+        if (hasKeys && depth == rowDepth) {
+            rows.emplace_back(keys.size());
+            isSeen.assign(keys.size(), false);
+        }
         return true;
     }
 
@@ -149,7 +156,7 @@ private:
         if (collection.hasKeys) {
             const auto key = referenceAt(collection.keys, index);
             if (!key || !isText(*key) || !isSoundLeaf(*key)) return false;
-            if (depth == 1) asked = newlyAsked(*key);
+            if (depth == rowDepth) asked = newlyAsked(*key);
         }
         const auto value = referenceAt(collection.values, index);
         if (!value) return false;
@@ -209,7 +216,7 @@ private:
 
     bool keep(std::size_t asked, const Object& object) {
         if (contentOf(object).size() > maxPropertyListText) return false;
-        texts[asked] = textOf(object);
+        rows.back()[asked] = textOf(object);
         return true;
     }
 
@@ -234,8 +241,11 @@ private:
     }
 
     const std::string_view bytes;
+    const Kind rootKind;
+    const std::size_t rowDepth;
     const std::span<const std::string_view> keys;
-    PropertyListTexts texts;
+    std::vector<PropertyListTexts> rows;
+    /// Of the last row, which of the keys have come.
     std::vector<bool> isSeen;
 
     std::size_t offsetWidth = 0;
@@ -253,9 +263,10 @@ private:
 
 }  // namespace
 
-std::optional<PropertyListTexts> readBinaryPropertyList(std::string_view bytes,
-                                                        std::span<const std::string_view> keys) {
-    return Reader(bytes, keys).read();
+std::optional<std::vector<PropertyListTexts>> readBinaryPropertyList(std::string_view bytes,
+                                                                     PropertyListRoot root,
+                                                                     std::span<const std::string_view> keys) {
+    return Reader(bytes, root, keys).read();
 }
 
 }  // namespace quorvel

@@ -20,6 +20,10 @@ using PropertyListTexts = std::vector<std::optional<std::string>>;
 std::optional<PropertyListTexts> readPropertyList(std::string_view bytes,
                                                   std::span<const std::string_view> keys);
 
+/// The same of a list whose root is an array: the texts of each dictionary in it, in order.
+std::optional<std::vector<PropertyListTexts>> readPropertyListRows(std::string_view bytes,
+                                                                   std::span<const std::string_view> keys);
+
 /// The longest property list that is read, in bytes.
 inline constexpr std::size_t propertyListSizeLimit = 8 * 1024 * 1024;
 

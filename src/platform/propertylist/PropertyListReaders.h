@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
 
 #include "platform/propertylist/PropertyList.h"
 
@@ -25,13 +26,22 @@ inline std::optional<std::size_t> askedIndex(std::span<const std::string_view> k
     return static_cast<std::size_t>(found - keys.begin());
 }
 
-/// Reads the binary encoding, version 0. The contract is readPropertyList's.
-std::optional<PropertyListTexts> readBinaryPropertyList(std::string_view bytes,
-                                                        std::span<const std::string_view> keys);
+/// What a list has to be, and which of its dictionaries are read: the root, or those in the root.
+enum class PropertyListRoot : std::uint8_t { dictionary, array };
 
-/// Reads the XML encoding: UTF-8, UTF-16, or what the XML declaration names. The contract is
-/// readPropertyList's.
-std::optional<PropertyListTexts> readXmlPropertyList(std::string_view bytes,
-                                                     std::span<const std::string_view> keys);
+/// How many collections are open inside a dictionary that is read, itself counted.
+inline std::size_t depthOfRows(PropertyListRoot root) {
+    return root == PropertyListRoot::dictionary ? 1 : 2;
+}
+
+/// Reads the binary encoding, version 0. The contract is that of readPropertyList and readPropertyListRows.
+std::optional<std::vector<PropertyListTexts>> readBinaryPropertyList(std::string_view bytes,
+                                                                     PropertyListRoot root,
+                                                                     std::span<const std::string_view> keys);
+
+/// Reads the XML encoding: UTF-8, UTF-16, or what the XML declaration names. The same contract.
+std::optional<std::vector<PropertyListTexts>> readXmlPropertyList(std::string_view bytes,
+                                                                  PropertyListRoot root,
+                                                                  std::span<const std::string_view> keys);
 
 }  // namespace quorvel

@@ -117,8 +117,11 @@ bool isDate(std::string_view text) {
 class Reader {
 public:
     /// `encoding`: over what the document says of itself; null leaves it to the document.
-    Reader(std::span<const std::string_view> askedKeys, const char* encoding)
-        : parser(XML_ParserCreate(encoding)), keys(askedKeys), texts(askedKeys.size()) {
+    Reader(PropertyListRoot wantedRoot, std::span<const std::string_view> askedKeys, const char* encoding)
+        : parser(XML_ParserCreate(encoding)),
+          rootElement(wantedRoot == PropertyListRoot::dictionary ? Element::dict : Element::array),
+          rowDepth(depthOfRows(wantedRoot)),
+          keys(askedKeys) {
         XML_SetUserData(parser.get(), this);
         XML_SetElementHandler(
             parser.get(),
@@ -151,7 +154,7 @@ public:
     }
 
     /// After the last piece.
-    PropertyListTexts takeTexts() { return std::move(texts); }
+    std::vector<PropertyListTexts> takeRows() { return std::move(rows); }
 
 private:
     struct ParserDeleter {
@@ -190,6 +193,7 @@ private:
         } else {
             if (depth > 0 && collectionDepth() == maxPropertyListDepth) return refuse();
             path[depth++] = *element;
+            if (isInRow()) rows.emplace_back(keys.size());
         }
         awaitsValue = false;
     }
@@ -197,10 +201,10 @@ private:
     bool isAdmissible(Element element) const {
         if (leaf) return false;
         // A Mac does not ask for the outer <plist>.
-        if (depth == 0) return element == Element::plist || element == Element::dict;
+        if (depth == 0) return element == Element::plist || element == rootElement;
         switch (path[depth - 1]) {
             case Element::plist:
-                return element == Element::dict && !rootWasRead;
+                return element == rootElement && !rootWasRead;
             case Element::dict:
                 return awaitsValue ? element != Element::key && element != Element::plist
                                    : element == Element::key;
@@ -212,9 +216,12 @@ private:
     /// How many dictionaries and arrays are open, of one container or more.
     std::size_t collectionDepth() const { return depth - (path[0] == Element::plist ? 1 : 0); }
 
+    /// Whether the innermost container is a dictionary that is read.
+    bool isInRow() const { return collectionDepth() == rowDepth && path[depth - 1] == Element::dict; }
+
     bool isLeafTextNeeded() const {
-        if (*leaf == Element::key) return collectionDepth() == 1;
-        if (*leaf == Element::string) return asked && collectionDepth() == 1;
+        if (*leaf == Element::key) return isInRow();
+        if (*leaf == Element::string) return isInRow() && asked;
         return *leaf != Element::data;
     }
 
@@ -229,14 +236,13 @@ private:
     }
 
     void endLeaf() {
-        const bool isTop = collectionDepth() == 1;
         switch (*leaf) {
             case Element::key:
                 awaitsValue = true;
-                if (isTop) ask();
+                if (isInRow()) ask();
                 break;
             case Element::string:
-                if (isTop && asked) texts[*asked] = std::move(leafText);
+                if (isInRow() && asked) rows.back()[*asked] = std::move(leafText);
                 break;
             case Element::integer:
                 if (!isInteger(leafText)) refuse();
@@ -257,7 +263,7 @@ private:
     /// dictionary one after another.
     void ask() {
         asked = askedIndex(keys, leafText);
-        if (asked) texts[*asked].reset();
+        if (asked) rows.back()[*asked].reset();
     }
 
     void text(std::string_view run) {
@@ -280,8 +286,10 @@ private:
     }
 
     const std::unique_ptr<XML_ParserStruct, ParserDeleter> parser;
+    const Element rootElement;
+    const std::size_t rowDepth;
     const std::span<const std::string_view> keys;
-    PropertyListTexts texts;
+    std::vector<PropertyListTexts> rows;
 
     /// The open containers: perhaps <plist>, then dictionaries and arrays.
     std::array<Element, maxPropertyListDepth + 1> path{};
@@ -293,7 +301,7 @@ private:
     /// A key stands in the innermost dictionary, and its value does not.
     bool awaitsValue = false;
     bool rootWasRead = false;
-    /// What the root's last key asks for.
+    /// What the last key of the row asks for.
     std::optional<std::size_t> asked;
     bool isRefused = false;
     std::size_t fedBytes = 0;
@@ -301,21 +309,23 @@ private:
     std::size_t spentEvents = 0;
 };
 
-std::optional<PropertyListTexts> readBytes(std::string_view bytes, const char* encoding,
-                                           std::span<const std::string_view> keys) {
-    Reader reader(keys, encoding);
+using Rows = std::optional<std::vector<PropertyListTexts>>;
+
+Rows readBytes(std::string_view bytes, const char* encoding, PropertyListRoot root,
+               std::span<const std::string_view> keys) {
+    Reader reader(root, keys, encoding);
     while (bytes.size() > pieceSize) {
         if (!reader.feed(bytes.substr(0, pieceSize), false)) return std::nullopt;
         bytes.remove_prefix(pieceSize);
     }
     if (!reader.feed(bytes, true)) return std::nullopt;
-    return reader.takeTexts();
+    return reader.takeRows();
 }
 
 /// Expat reads UTF-16 itself, but takes any unit for the partner of a leading surrogate.
-std::optional<PropertyListTexts> readUtf16(std::string_view units, std::endian order,
-                                           std::span<const std::string_view> keys) {
-    Reader reader(keys, "UTF-8");
+Rows readUtf16(std::string_view units, std::endian order, PropertyListRoot root,
+               std::span<const std::string_view> keys) {
+    Reader reader(root, keys, "UTF-8");
     bool isAtStart = true;
     const bool isRead = visitUtf16(units, order, [&](std::string_view piece) {
         if (isAtStart) skipWhiteSpace(piece);
@@ -323,23 +333,23 @@ std::optional<PropertyListTexts> readUtf16(std::string_view units, std::endian o
         return reader.feed(piece, false);
     });
     if (!isRead || !reader.feed("", true)) return std::nullopt;
-    return reader.takeTexts();
+    return reader.takeRows();
 }
 
 }  // namespace
 
-std::optional<PropertyListTexts> readXmlPropertyList(std::string_view bytes,
-                                                     std::span<const std::string_view> keys) {
+Rows readXmlPropertyList(std::string_view bytes, PropertyListRoot root,
+                         std::span<const std::string_view> keys) {
     using namespace std::string_view_literals;
     // In each encoding, a Mac lets white space stand before the XML declaration, which XML does not.
-    if (bytes.starts_with("\xFE\xFF"sv)) return readUtf16(bytes.substr(2), std::endian::big, keys);
-    if (bytes.starts_with("\xFF\xFE"sv)) return readUtf16(bytes.substr(2), std::endian::little, keys);
-    if (bytes.starts_with("\0<"sv)) return readUtf16(bytes, std::endian::big, keys);
-    if (bytes.starts_with("<\0"sv)) return readUtf16(bytes, std::endian::little, keys);
+    if (bytes.starts_with("\xFE\xFF"sv)) return readUtf16(bytes.substr(2), std::endian::big, root, keys);
+    if (bytes.starts_with("\xFF\xFE"sv)) return readUtf16(bytes.substr(2), std::endian::little, root, keys);
+    if (bytes.starts_with("\0<"sv)) return readUtf16(bytes, std::endian::big, root, keys);
+    if (bytes.starts_with("<\0"sv)) return readUtf16(bytes, std::endian::little, root, keys);
     const bool hasMark = bytes.starts_with("\xEF\xBB\xBF"sv);
     if (hasMark) bytes.remove_prefix(3);
     skipWhiteSpace(bytes);
-    return readBytes(bytes, hasMark ? "UTF-8" : nullptr, keys);
+    return readBytes(bytes, hasMark ? "UTF-8" : nullptr, root, keys);
 }
 
 }  // namespace quorvel

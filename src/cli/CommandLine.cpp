@@ -20,6 +20,12 @@ Where to look
                         DIR, those of all its users included, and take its
                         OS version
   --os-version X.Y.Z    take this as the running macOS version
+  --inventory FILE      read what is installed on other Macs from an inventory
+                        of osquery, Fleet or munki; a folder stands for the
+                        files in it, - for standard input; may be given
+                        several times
+  --host NAME           of the inventories, show this host alone; may be given
+                        several times
 
 Whom to ask, what to keep
   --catalog URL         base URL of the catalog's API
@@ -32,7 +38,11 @@ Whom to ask, what to keep
 What to print
   --all                 every application with its outcome, and each bundle
                         that could not be listed
-  --json                one JSON document (quorvel-check/1)
+  --json                one JSON document (quorvel-check/1; of inventories
+                        quorvel-fleet/1)
+  --json-lines          of inventories, a line of JSON for each host
+  --prometheus FILE     write metrics there as well, for node_exporter's
+                        textfile collector
   --exit-zero           exit with 0 also when newer versions exist
 
 In place of a check
@@ -49,13 +59,14 @@ Exit status
   0    nothing newer               4   the catalog was not reached
   100  newer versions exist        5   the catalog refused, or its answer was
   3    partial: something could        not understood
-       not be read or asked        6   there is no folder to look into
+       not be read or asked        6   no folder or inventory could be read
   1    something unexpected        2   wrong usage
 
 Examples
   quorvel-check --all
   quorvel-check --system-root /Volumes/Backup --json
   quorvel-check --explain com.example.editor
+  quorvel-check --inventory /var/lib/inventories --json
 
 The manual is quorvel-check(1); what the version order gets wrong stands in
 limits.md among the documents.
@@ -65,9 +76,10 @@ namespace {
 
 using Problem = std::optional<std::string>;
 
-CommandOption pathsOption(std::string name, std::vector<std::filesystem::path>& paths) {
-    return {.name = std::move(name), .takesValue = true, .handle = [&paths](const std::string& value) {
-                paths.emplace_back(value);
+template <typename Text>
+CommandOption listOption(std::string name, std::vector<Text>& list) {
+    return {.name = std::move(name), .takesValue = true, .handle = [&list](const std::string& value) {
+                list.emplace_back(value);
                 return Problem();
             }};
 }
@@ -97,7 +109,22 @@ Problem contradiction(const CommandLine& line) {
                       int{line.unignore.has_value()};
     if (modes > 1)
         return "Only one of --show-request, --explain, --ignore and --unignore can be done at a time.";
-    if (modes == 1 && line.json) return "--json goes with a check, and with nothing in place of one.";
+    for (const auto& [isGiven, option] : {std::pair{line.json, "--json"},
+                                          {line.jsonLines, "--json-lines"},
+                                          {line.prometheus.has_value(), "--prometheus"}}) {
+        if (modes == 1 && isGiven)
+            return std::string(option) + " goes with a check, and with nothing in place of one.";
+    }
+    if (line.inventories.empty()) {
+        if (line.jsonLines || !line.hosts.empty())
+            return std::string(line.jsonLines ? "--json-lines" : "--host") + " needs an --inventory.";
+        return std::nullopt;
+    }
+    if (!line.roots.empty() || line.systemRoot)
+        return "--inventory stands in place of folders: neither --root nor --system-root goes with it.";
+    if (modes == 1 && !line.showRequest)
+        return "--explain, --ignore and --unignore are about this Mac, and do not go with --inventory.";
+    if (line.json && line.jsonLines) return "Only one of --json and --json-lines can be printed at a time.";
     return std::nullopt;
 }
 
@@ -106,14 +133,18 @@ Problem contradiction(const CommandLine& line) {
 std::expected<CommandLine, std::string> parseCommandLine(std::span<const char* const> arguments) {
     CommandLine line;
     std::optional<std::string> catalog;
-    const std::vector<CommandOption> options{pathsOption("root", line.roots),
+    const std::vector<CommandOption> options{listOption("root", line.roots),
                                              textOption("system-root", line.systemRoot),
                                              osVersionOption(line.system),
+                                             listOption("inventory", line.inventories),
+                                             listOption("host", line.hosts),
                                              textOption("catalog", catalog),
                                              timeoutOption(line),
                                              textOption("data-dir", line.dataFolder),
                                              flagOption("all", line.all),
                                              flagOption("json", line.json),
+                                             flagOption("json-lines", line.jsonLines),
+                                             textOption("prometheus", line.prometheus),
                                              flagOption("exit-zero", line.exitZero),
                                              textOption("explain", line.explain),
                                              textOption("ignore", line.ignore),
@@ -129,6 +160,7 @@ std::expected<CommandLine, std::string> parseCommandLine(std::span<const char* c
     const auto ownVersion = readOSVersion(line.systemRoot.value_or("/"));
     if (ownVersion && line.system.source != RunningSystem::Source::given)
         line.system = {*ownVersion, RunningSystem::Source::system};
+    if (line.prometheus) line.prometheus = std::filesystem::absolute(*line.prometheus);
     if (line.dataFolder) line.dataFolder = std::filesystem::absolute(*line.dataFolder);
     if (auto problem = contradiction(line)) return std::unexpected(std::move(*problem));
     return line;

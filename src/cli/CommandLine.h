@@ -15,9 +15,10 @@ namespace quorvel {
 /// The macOS version that decides which newer versions can run.
 struct RunningSystem {
     enum class Source {
-        given,   ///< on the command line
-        system,  ///< by the volume's own system folder
-        assumed  ///< by nobody
+        given,    ///< on the command line
+        system,   ///< by the volume's own system folder
+        assumed,  ///< by nobody
+        unknown   ///< of a host whose inventory does not say
     };
 
     OSVersion version = newestKnownRelease;
@@ -28,12 +29,18 @@ struct RunningSystem {
 struct CommandLine {
     std::vector<std::filesystem::path> roots;
     std::optional<std::filesystem::path> systemRoot;
+    /// Files and folders, "-" for standard input; in place of this Mac's folders.
+    std::vector<std::filesystem::path> inventories;
+    /// Of the inventories' hosts, those that are asked for; all when empty.
+    std::vector<std::string> hosts;
     std::string catalog;
     std::optional<std::filesystem::path> dataFolder;
     RunningSystem system;
     std::chrono::seconds timeout{60};
     bool all = false;
     bool json = false;
+    bool jsonLines = false;
+    std::optional<std::filesystem::path> prometheus;
     bool showRequest = false;
     bool exitZero = false;
     bool version = false;

@@ -1,16 +1,14 @@
 #pragma once
 
-#include <chrono>
 #include <cstddef>
-#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "check/AppUpdate.h"
 #include "check/MatchEvaluation.h"
-#include "cli/CommandLine.h"
-#include "cli/Console.h"
 #include "cli/Inventory.h"
+#include "cli/ReportHead.h"
 
 namespace quorvel {
 
@@ -27,16 +25,9 @@ inline std::string reason(const SkippedEntry& entry) {
 }
 
 /// How one check of quorvel-check went, as a value that the printers paint.
-struct CheckReport {
-    enum class Outcome { complete, partial, failed };
+struct CheckReport : ReportHead {
+    explicit CheckReport(std::string baseUrl = "") : ReportHead(std::move(baseUrl)) {}
 
-    Outcome outcome = Outcome::complete;
-    ExitStatus status = ExitStatus::nothingNewer;
-    /// What failed; with a partial outcome the first thing that did.
-    std::optional<std::string> error;
-    std::chrono::system_clock::time_point checkedAt;
-    /// Base URL.
-    std::string catalog;
     RunningSystem system;
     Inventory inventory;
     /// In the menu's order.

@@ -1,3 +1,5 @@
+#include "cli/RequestPreview.h"
+
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -68,13 +70,12 @@ public:
     const PersistenceManager storage;
 };
 
-std::string requestsOfOneCheck(const CommandLine& line, const Inventory& inventory,
-                               const PersistenceManager& storage) {
+std::string requestsOfOneCheck(const CommandLine& line, const PersistenceManager& storage,
+                               const SendRequests& send) {
     TaskQueue queue;
     WritingSession session(queue);
     const auto service = makeCheckService(line, storage, queue, session, std::chrono::milliseconds::zero());
-    service->check(inventory.apps, std::make_shared<std::vector<ScanIssue>>(inventory.issues), "manual",
-                   [&queue](const auto&) { queue.quit(); });
+    send(*service, [&queue] { queue.quit(); });
     queue.run();
     return std::move(session.written);
 }
@@ -93,28 +94,34 @@ std::string shown(const std::string& text) {
 
 }  // namespace
 
+ExitStatus previewRequests(const CommandLine& line, const SendRequests& send) {
+    std::string text;
+    const TemporaryStorage temporary;
+    const auto registered = InstanceStore(storageOf(line)).load();
+    if (registered) {
+        InstanceStore(temporary.storage).save(*registered);
+    } else {
+        text = "== The first check; the catalog gives the instance id, for which " +
+               std::to_string(unknownInstance) + " stands here ==\n\n" +
+               requestsOfOneCheck(line, temporary.storage, send);
+    }
+    text += "== " + std::string(registered ? "Every check" : "Every later check") +
+            "; \"updates=\" is followed by their number ==\n\n" +
+            requestsOfOneCheck(line, temporary.storage, send);
+    return console::print(shown(text));
+}
+
 ExitStatus showRequests(const CommandLine& line) {
     const Inventory inventory = scanInventory(line);
     if (!inventory.hasFolder) return console::fail(ExitStatus::nothingScanned, lackOfFolders(inventory));
-    std::string text;
     if (inventory.apps.empty()) {
-        text =
-            "Nothing would be sent: no applications were found in " + enumeration(inventory.folders) + ".\n";
-    } else {
-        const TemporaryStorage temporary;
-        const auto registered = InstanceStore(storageOf(line)).load();
-        if (registered) {
-            InstanceStore(temporary.storage).save(*registered);
-        } else {
-            text = "== The first check; the catalog gives the instance id, for which " +
-                   std::to_string(unknownInstance) + " stands here ==\n\n" +
-                   requestsOfOneCheck(line, inventory, temporary.storage);
-        }
-        text += "== " + std::string(registered ? "Every check" : "Every later check") +
-                "; \"updates=\" is followed by their number ==\n\n" +
-                requestsOfOneCheck(line, inventory, temporary.storage);
+        return console::print("Nothing would be sent: no applications were found in " +
+                              onOneLine(enumeration(inventory.folders)) + ".\n");
     }
-    return console::print(shown(text));
+    return previewRequests(line, [&](UpdateCheckService& service, Task done) {
+        service.check(inventory.apps, std::make_shared<std::vector<ScanIssue>>(inventory.issues), "manual",
+                      [done = std::move(done)](const auto&) mutable { done(); });
+    });
 }
 
 }  // namespace quorvel

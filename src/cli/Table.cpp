@@ -5,6 +5,7 @@
 #include <numeric>
 #include <string_view>
 
+#include "platform/System.h"
 #include "platform/text/DisplayText.h"
 #include "platform/text/Text.h"
 
@@ -66,25 +67,25 @@ public:
         write(cell, width, start);
     }
 
-    /// Broken into lines between words, and inside a word that is longer than a line.
-    void putText(std::string_view cell, std::size_t start) {
+    /// Broken into lines between words, and inside a word that is longer than a line. What goes beyond the
+    /// first line stands below the whole row, and where there is no room for a line, all of it.
+    void putText(std::string_view cell, std::size_t start, std::size_t room) {
+        const bool isNarrow = std::min(text::displayWidth(cell), minTextWidth) > room;
+        rest = cell;
+        restStart = isNarrow ? continuationIndent : start;
+        restRoom = isNarrow ? std::max<std::size_t>(maxWidth - restStart, 8) : room;
+        if (isNarrow) return;
         if (isTaken(start)) breakLine();
-        const std::size_t width = text::displayWidth(cell);
-        const bool isNarrow = start + std::min(width, minTextWidth) > maxWidth;
-        if (isNarrow) start = continuationIndent;
-        if (isNarrow && at > 0) breakLine();
-        const std::size_t room =
-            maxWidth == unlimited ? unlimited : std::max<std::size_t>(maxWidth - start, 8);
-        while (!cell.empty()) {
-            if (at > start) breakLine();
-            const std::string_view line = firstLine(cell, room);
-            write(line, text::displayWidth(line), start);
-            cell.remove_prefix(line.size());
-            cell.remove_prefix(std::min(cell.find_first_not_of(' '), cell.size()));
-        }
+        putLineOfRest();
     }
 
-    std::string finish() { return std::move(lines) + "\n"; }
+    std::string finish() {
+        while (!rest.empty()) {
+            if (at > 0) breakLine();
+            putLineOfRest();
+        }
+        return std::move(lines) + "\n";
+    }
 
     static constexpr std::size_t unlimited = static_cast<std::size_t>(-1) / 2;
 
@@ -96,6 +97,13 @@ private:
         if (space != std::string_view::npos && space > 0) return piece.substr(0, space);
         // Not even one character has room: one is shown all the same.
         return piece.empty() ? text::firstGraphemes(text, 1) : piece;
+    }
+
+    void putLineOfRest() {
+        const std::string_view line = firstLine(rest, restRoom);
+        write(line, text::displayWidth(line), restStart);
+        rest.remove_prefix(line.size());
+        rest.remove_prefix(std::min(rest.find_first_not_of(' '), rest.size()));
     }
 
     bool isTaken(std::size_t start) const { return at > 0 && at + gap > start; }
@@ -114,11 +122,17 @@ private:
     std::string lines;
     /// The column of the screen that comes next.
     std::size_t at = 0;
+    /// What is left of the row's text.
+    std::string_view rest;
+    std::size_t restStart = 0;
+    std::size_t restRoom = 0;
 };
 
 struct Layout {
     std::size_t maxWidth = 0;
     std::size_t nameWidth = 0;
+    /// What the other columns leave for a text.
+    std::size_t textRoom = 0;
     std::vector<std::size_t> starts;
 };
 
@@ -163,6 +177,13 @@ Layout layOut(const Table& table, const Terminal& terminal) {
         widths.push_back(widest(table, column, limit));
     }
     layout.nameWidth = widths.front() = nameWidth(table, widths, layout.maxWidth);
+    const auto text = std::ranges::find(table.columns, Kind::text, &Table::Column::kind);
+    if (text != table.columns.end()) {
+        auto& width = widths[static_cast<std::size_t>(text - table.columns.begin())];
+        const std::size_t others = std::accumulate(widths.begin(), widths.end(), gap * widths.size()) - width;
+        layout.textRoom = layout.maxWidth - std::min(layout.maxWidth, others);
+        width = std::min(width, layout.textRoom);
+    }
     std::size_t start = gap;
     for (const std::size_t width : widths) {
         layout.starts.push_back(start);
@@ -184,7 +205,7 @@ std::string renderRow(const Table& table, const Layout& layout, const std::vecto
                 writer.put(cells[column], start);
                 break;
             case Kind::text:
-                writer.putText(cells[column], start);
+                writer.putText(cells[column], start, layout.textRoom);
                 break;
         }
     }
@@ -192,6 +213,22 @@ std::string renderRow(const Table& table, const Layout& layout, const std::vecto
 }
 
 }  // namespace
+
+std::string section(const std::string& title, const Table& table, const Terminal& terminal) {
+    if (table.rows.empty()) return "";
+    const std::string heading = title + " (" + std::to_string(table.rows.size()) + ")";
+    return (terminal.colour ? "\x1b[1;32m" + heading + "\x1b[0m" : heading) + "\n" + render(table, terminal) +
+           "\n";
+}
+
+void sortByName(Table& table) {
+    const text::NameCollator collator(userLocale());
+    std::ranges::stable_sort(table.rows, {}, [&](const auto& row) { return collator.sortKey(row.front()); });
+}
+
+std::string counted(std::size_t number, const std::string& one) {
+    return std::to_string(number) + " " + one + (number == 1 ? "" : "s");
+}
 
 std::string render(const Table& given, const Terminal& terminal) {
     Table table{given.columns, given.rows};

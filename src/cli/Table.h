@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -13,7 +14,7 @@ struct Table {
         name,     ///< cut to what the other columns leave
         version,  ///< never cut; a very long one does not widen the column for the others
         phrase,   ///< never cut, one of a few
-        text      ///< never cut: goes on in the next line
+        text      ///< never cut: goes on below the row; one column at the most
     };
     struct Column {
         std::string heading;
@@ -28,5 +29,14 @@ struct Table {
 /// The table's lines, each with a line feed at its end. On a terminal, they fit its width, unless a version
 /// alone is wider; elsewhere nothing is cut or broken into lines but behind a very long name.
 std::string render(const Table& table, const Terminal& terminal);
+
+/// The same under a title with the number of rows; nothing without rows.
+std::string section(const std::string& title, const Table& table, const Terminal& terminal);
+
+/// People look for a name; another order says nothing to them. The name is a row's first cell.
+void sortByName(Table& table);
+
+/// "1 host", "2 hosts".
+std::string counted(std::size_t number, const std::string& one);
 
 }  // namespace quorvel

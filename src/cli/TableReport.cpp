@@ -4,26 +4,13 @@
 
 #include "cli/Report.h"
 #include "cli/Table.h"
-#include "platform/System.h"
 #include "platform/text/DisplayText.h"
-#include "platform/text/Text.h"
 
 namespace quorvel {
 
 namespace {
 
 using Kind = Table::Kind;
-
-std::string counted(std::size_t number, const std::string& one) {
-    return std::to_string(number) + " " + one + (number == 1 ? "" : "s");
-}
-
-std::string section(const std::string& title, const Table& table, const Terminal& terminal) {
-    if (table.rows.empty()) return "";
-    const std::string heading = title + " (" + std::to_string(table.rows.size()) + ")";
-    return (terminal.colour ? "\x1b[1;32m" + heading + "\x1b[0m" : heading) + "\n" + render(table, terminal) +
-           "\n";
-}
 
 /// A path below the folder that the user stands in is shown from there.
 std::string displayPath(const std::string& path) {
@@ -44,13 +31,6 @@ std::string updateSection(const CheckReport& report, bool all, const Terminal& t
            (all ? section("Ignored versions", ignored, terminal) : "");
 }
 
-/// People look for a name; the order of the folders on the disk says nothing to them. The name is a row's
-/// first cell.
-void sortRowsByName(Table& table) {
-    const text::NameCollator collator(userLocale());
-    std::ranges::stable_sort(table.rows, {}, [&](const auto& row) { return collator.sortKey(row.front()); });
-}
-
 std::string otherSections(const CheckReport& report, const Terminal& terminal) {
     Table skipped{{{"APPLICATION", Kind::name}, {"INSTALLED", Kind::version}, {"REASON", Kind::text}}, {}};
     for (const auto& entry : report.skipped)
@@ -60,12 +40,14 @@ std::string otherSections(const CheckReport& report, const Terminal& terminal) {
         for (const auto& issue : *list)
             issues.rows.push_back({issue.appName, issue.reason, displayPath(issue.path)});
     }
-    sortRowsByName(skipped);
-    sortRowsByName(issues);
+    sortByName(skipped);
+    sortByName(issues);
     return section("No newer version", skipped, terminal) + section("Not listed", issues, terminal);
 }
 
 std::string system(const RunningSystem& system) {
+    if (system.source == RunningSystem::Source::unknown)
+        return "a macOS whose version is not known (no minimum was applied; --os-version gives one)";
     const std::string version = "macOS " + toText(system.version);
     return system.source == RunningSystem::Source::assumed
                ? version + " (assumed; --os-version says which it is)"

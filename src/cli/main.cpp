@@ -15,11 +15,12 @@ ExitStatus run(std::span<const char* const> arguments) {
     if (!line) return console::fail(ExitStatus::wrongUsage, line.error() + " Try 'quorvel-check --help'.");
     if (line->help) return console::print(usageText);
     if (line->version) return console::print("quorvel-check " + *thisProgram().shortVersion + "\n");
-    if (line->showRequest) return showRequests(*line);
+    const bool isFleet = !line->inventories.empty();
+    if (line->showRequest) return isFleet ? showFleetRequests(*line) : showRequests(*line);
     if (line->explain) return explainApplication(*line, *line->explain);
     if (line->ignore) return ignoreOfferedVersion(*line, *line->ignore);
     if (line->unignore) return unignore(*line, *line->unignore);
-    return checkApplications(*line);
+    return isFleet ? checkFleet(*line) : checkApplications(*line);
 }
 
 }  // namespace

@@ -44,6 +44,7 @@ const std::map<std::string, std::vector<std::string>> arrows{
     {"painter", {"platform/painterprotocol", "platform/linux/process"}},
     {"icons", {"platform/linux/icons"}},
     {"cli", {"check", "platform/posix", "platform/posix/process", "platform/posix/http"}},
+    {"cli/fleet", {"cli"}},
     {"entry", {"app", "platform/posix/http"}},
     {"entry/linux", {"entry", "platform/linux/desktop"}},
     {"entry/macos", {"entry", "platform/macos"}},

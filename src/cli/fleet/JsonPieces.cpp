@@ -1,0 +1,250 @@
+#include "cli/fleet/JsonPieces.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <utility>
+
+namespace quorvel {
+
+namespace {
+
+constexpr std::size_t blockSize = 128 * 1024;
+
+enum class Byte : std::uint8_t { other, control, space, quote, backslash, open, close, comma };
+
+constexpr std::array<Byte, 256> byteTable = [] {
+    std::array<Byte, 256> table{};
+    for (std::size_t value = 0; value < ' '; ++value)
+        table[value] = Byte::control;
+    for (const unsigned char value : {' ', '\t', '\n', '\r'})
+        table[value] = Byte::space;
+    table['"'] = Byte::quote;
+    table['\\'] = Byte::backslash;
+    table['{'] = table['['] = Byte::open;
+    table['}'] = table[']'] = Byte::close;
+    table[','] = Byte::comma;
+    return table;
+}();
+
+Byte kindOf(char byte) {
+    return byteTable[static_cast<unsigned char>(byte)];
+}
+
+}  // namespace
+
+JsonPieces::JsonPieces(ByteReader reader) : read(std::move(reader)), buffer(blockSize + padding) {}
+
+/// Makes room, which moves what is kept to the front, and reads on.
+bool JsonPieces::refill() {
+    std::memmove(buffer.data(), buffer.data() + mark, filled - mark);
+    consumed += mark;
+    filled -= mark;
+    position -= mark;
+    mark = 0;
+    if (filled > maxPiece) {
+        fault = Fault::tooLong;
+        return false;
+    }
+    if (filled + blockSize + padding > buffer.size()) buffer.resize(filled + blockSize + padding);
+    const auto count = read(std::span(buffer).subspan(filled, blockSize));
+    fault = count < 0 ? Fault::unreadable : Fault::cut;
+    if (count <= 0) return false;
+    filled += static_cast<std::size_t>(count);
+    return true;
+}
+
+bool JsonPieces::skipWhiteSpace() {
+    while (hasByte()) {
+        if (kindOf(buffer[position]) != Byte::space) return true;
+        mark = ++position;
+    }
+    return false;
+}
+
+std::string_view JsonPieces::peek() {
+    using namespace std::string_view_literals;
+    constexpr std::size_t enough = 8;
+    mark = 0;
+    while (filled < enough && refill()) {
+    }
+    if (std::string_view(buffer.data(), filled).starts_with("\xEF\xBB\xBF"sv)) mark = position = 3;
+    skipWhiteSpace();
+    return {buffer.data() + position, filled - position};
+}
+
+std::expected<std::string, JsonPieces::Fault> JsonPieces::readAll(std::size_t limit) {
+    std::string bytes(buffer.data() + position, filled - position);
+    mark = position = filled;
+    while (refill()) {
+        bytes.append(buffer.data(), filled);
+        mark = position = filled;
+        if (bytes.size() > limit) return std::unexpected(Fault::tooLong);
+    }
+    if (fault == Fault::unreadable) return std::unexpected(fault);
+    return bytes;
+}
+
+JsonPieces::Result JsonPieces::next() {
+    mark = position;
+    switch (state) {
+        case State::between:
+            return nextText();
+        case State::object:
+            return nextMember();
+        default:
+            return nextElement();
+    }
+}
+
+JsonPieces::Result JsonPieces::nextText() {
+    if (!skipWhiteSpace()) return fault == Fault::cut ? Result(Piece{}) : fail(fault);
+    const char first = buffer[position];
+    if (first != '{' && first != '[') return fail(Fault::malformed);
+    ++position;
+    isFirst = true;
+    if (first == '{') {
+        state = State::object;
+        return next();
+    }
+    state = State::array;
+    arrayKey.clear();
+    return Piece{Kind::array, arrayKey};
+}
+
+/// Between two members or elements; `isFirst` tells whether one has come.
+bool JsonPieces::skipComma() {
+    if (std::exchange(isFirst, false)) return true;
+    fault = Fault::malformed;
+    if (buffer[position] != ',') return false;
+    mark = ++position;
+    return skipWhiteSpace();
+}
+
+JsonPieces::Result JsonPieces::close(Kind kind, State enclosing) {
+    ++position;
+    state = enclosing;
+    isFirst = false;
+    return kind == Kind::end ? Result(Piece{kind}) : next();
+}
+
+JsonPieces::Result JsonPieces::nextMember() {
+    if (!skipWhiteSpace()) return fail(fault);
+    if (buffer[position] == '}') return close(Kind::end, State::between);
+    if (!skipComma()) return fail(fault);
+    if (buffer[position] != '"') return fail(Fault::malformed);
+    mark = position;
+    if (!skipString()) return fail(fault);
+    const std::size_t keySize = position - mark - 2;
+    // White space and the colon stay in the buffer with the key.
+    bool hasColon = false;
+    for (;; ++position) {
+        if (!hasByte()) return fail(fault);
+        if (kindOf(buffer[position]) == Byte::space) continue;
+        if (buffer[position] != ':' || std::exchange(hasColon, true)) break;
+    }
+    if (!hasColon) return fail(Fault::malformed);
+    if (buffer[position] == '[') {
+        arrayKey.assign(buffer.data() + mark + 1, keySize);
+        ++position;
+        isFirst = true;
+        state = State::memberArray;
+        return Piece{Kind::array, arrayKey};
+    }
+    const std::size_t valueOffset = position - mark;
+    if (!skipValue()) return fail(fault);
+    const char* const start = buffer.data() + mark;
+    return Piece{Kind::member, {start + 1, keySize}, {start + valueOffset, position - mark - valueOffset}};
+}
+
+JsonPieces::Result JsonPieces::nextElement() {
+    if (!skipWhiteSpace()) return fail(fault);
+    if (buffer[position] == ']') {
+        return state == State::array ? close(Kind::end, State::between) : close(Kind::element, State::object);
+    }
+    if (!skipComma()) return fail(fault);
+    mark = position;
+    if (!skipValue()) return fail(fault);
+    return Piece{Kind::element, arrayKey, {buffer.data() + mark, position - mark}};
+}
+
+bool JsonPieces::skipValue() {
+    switch (kindOf(buffer[position])) {
+        case Byte::quote:
+            return skipString();
+        case Byte::open:
+            return skipContainer();
+        default:
+            return skipScalar();
+    }
+}
+
+bool JsonPieces::skipString() {
+    ++position;
+    while (hasByte()) {
+        switch (kindOf(buffer[position++])) {
+            case Byte::quote:
+                return true;
+            case Byte::backslash:
+                if (!hasByte()) return false;
+                ++position;
+                break;
+            case Byte::space:
+                if (buffer[position - 1] == ' ') break;
+                [[fallthrough]];
+            case Byte::control:
+                fault = Fault::malformed;
+                return false;
+            default:
+                break;
+        }
+    }
+    return false;
+}
+
+bool JsonPieces::skipContainer() {
+    // A bit for each open container, the innermost lowest: whether it is an object.
+    std::uint64_t objects = 0;
+    for (std::size_t depth = 0; hasByte();) {
+        const char byte = buffer[position];
+        switch (kindOf(byte)) {
+            case Byte::quote:
+                if (!skipString()) return false;
+                continue;
+            case Byte::open:
+                fault = Fault::tooDeep;
+                if (++depth > maxDepth) return false;
+                objects = objects << 1 | (byte == '{' ? 1U : 0U);
+                break;
+            case Byte::close:
+                fault = Fault::malformed;
+                if ((objects & 1) != (byte == '}' ? 1U : 0U)) return false;
+                objects >>= 1;
+                --depth;
+                break;
+            default:
+                break;
+        }
+        ++position;
+        if (depth == 0) return true;
+    }
+    return false;
+}
+
+bool JsonPieces::skipScalar() {
+    fault = Fault::malformed;
+    if (!std::string_view("-0123456789tfn").contains(buffer[position])) return false;
+    while (hasByte() && kindOf(buffer[position]) == Byte::other)
+        ++position;
+    // No piece ends with the input: a container is open around it.
+    return position < filled;
+}
+
+void JsonPieces::skipLine() {
+    state = State::between;
+    for (mark = position; hasByte(); mark = position) {
+        if (buffer[position++] == '\n') return;
+    }
+}
+
+}  // namespace quorvel

@@ -1,0 +1,237 @@
+#include <algorithm>
+#include <map>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+#include "cli/Report.h"
+#include "cli/Table.h"
+#include "cli/fleet/FleetReport.h"
+#include "platform/System.h"
+#include "platform/text/DisplayText.h"
+
+namespace quorvel {
+
+namespace {
+
+using Kind = Table::Kind;
+using Verdict = FleetEvaluation::Verdict;
+
+std::string failureSection(const Fleet& fleet, const Terminal& terminal) {
+    Table table{{{"INVENTORY", Kind::name}, {"HOST", Kind::version}, {"REASON", Kind::text}}, {}};
+    for (const auto& failure : fleet.failures)
+        table.rows.push_back({failure.source, failure.host.value_or(""), failure.reason});
+    return section("Not read, or not whole", table, terminal);
+}
+
+/// How many hosts there are of something, each counted once although it may have it twice.
+struct HostCount {
+    void add(std::size_t host) {
+        if (std::exchange(last, host) != host) ++number;
+    }
+
+    std::size_t number = 0;
+    std::size_t last = static_cast<std::size_t>(-1);
+};
+
+/// Counts over all hosts what single tables would list.
+class FleetTable final : public FleetPrinter {
+public:
+    FleetTable(const CommandLine& line, const Fleet& fleet, const ReportHead& head)
+        : line(line), fleet(fleet), head(head) {}
+
+    void add(const HostReport& report) override {
+        ++host;
+        outside += report.host.outside;
+        if (!report.system) ++withoutSystem;
+        for (const auto& update : report.result.updates)
+            add(update, update.isIgnored ? ignored : newer);
+        for (const auto& skipped : report.result.skipped) {
+            if (!skipped.isAnswered) ++unanswered;
+            if (!line.all) continue;
+            others[{std::string(skipped.app->name),
+                    skipped.isAnswered ? skipped.skip->reason : "not answered"}]
+                .add(host);
+        }
+        issues += report.host.issues.size();
+        for (const auto& issue : report.host.issues)
+            unlisted[{issue.appName, issue.reason}].add(host);
+    }
+
+    void end() override {
+        const Terminal terminal = describeTerminal(STDOUT_FILENO);
+        const bool hasResult = head.outcome != ReportHead::Outcome::failed;
+        std::string text;
+        if (hasResult) {
+            text += section("New versions available", updateTable(newer), terminal);
+            if (line.all) {
+                text += section("Ignored versions", updateTable(ignored), terminal) +
+                        section("No newer version", reasonTable(others), terminal) +
+                        section("Not listed", reasonTable(unlisted), terminal);
+            }
+        }
+        text += failureSection(fleet, terminal);
+        print(hasResult ? text + summary() : text);
+    }
+
+private:
+    /// An application with one version on offer.
+    struct Offer {
+        std::map<std::string_view, HostCount> names;
+        std::map<std::string_view, HostCount> installed;
+        HostCount hosts;
+        std::size_t copies = 0;
+    };
+    using Offers = std::map<std::pair<std::string_view, std::string_view>, Offer>;
+    using Reasons = std::map<std::pair<std::string, std::string>, HostCount>;
+
+    void add(const Verdict& update, Offers& offers) const {
+        auto& offer = offers[{update.app->identifier, update.result->version}];
+        offer.names[update.app->name].add(host);
+        offer.installed[update.app->version].add(host);
+        offer.hosts.add(host);
+        ++offer.copies;
+    }
+
+    /// The commonest first; on a tie in order.
+    static std::vector<std::pair<std::string_view, std::size_t>> byNumber(
+        const std::map<std::string_view, HostCount>& counts) {
+        std::vector<std::pair<std::string_view, std::size_t>> list;
+        for (const auto& [what, count] : counts)
+            list.emplace_back(what, count.number);
+        std::ranges::stable_sort(list, std::ranges::greater(),
+                                 &std::pair<std::string_view, std::size_t>::second);
+        return list;
+    }
+
+    static Table updateTable(const Offers& offers) {
+        Table table{{{"APPLICATION", Kind::name},
+                     {"AVAILABLE", Kind::version},
+                     {"INSTALLED", Kind::text},
+                     {"HOSTS", Kind::phrase}},
+                    {}};
+        for (const auto& [key, offer] : offers) {
+            std::string installed;
+            for (const auto& [version, hosts] : byNumber(offer.installed))
+                installed +=
+                    (installed.empty() ? "" : ", ") + std::string(version) + ": " + std::to_string(hosts);
+            table.rows.push_back({std::string(byNumber(offer.names).front().first), std::string(key.second),
+                                  installed, std::to_string(offer.hosts.number)});
+        }
+        sortByName(table);
+        return table;
+    }
+
+    static Table reasonTable(const Reasons& reasons) {
+        Table table{{{"APPLICATION", Kind::name}, {"HOSTS", Kind::phrase}, {"REASON", Kind::text}}, {}};
+        for (const auto& [key, hosts] : reasons)
+            table.rows.push_back({key.first, std::to_string(hosts.number), key.second});
+        sortByName(table);
+        return table;
+    }
+
+    static std::size_t copies(const Offers& offers) {
+        std::size_t sum = 0;
+        for (const auto& [key, offer] : offers)
+            sum += offer.copies;
+        return sum;
+    }
+
+    std::string summary() const {
+        const auto clipped = static_cast<std::size_t>(
+            std::ranges::count(fleet.failures, FleetFailure::Code::clippedReport, &FleetFailure::code));
+        const std::size_t unread = fleet.failures.size() - clipped;
+        const std::size_t known = fleet.hosts.size();
+        std::string text = newer.empty() ? "Nothing newer"
+                                         : counted(copies(newer), "newer version") + " of " +
+                                               counted(newer.size(), "application");
+        if (!ignored.empty()) text += " (and " + std::to_string(copies(ignored)) + " ignored)";
+        text += " on " + (unread > 0 ? std::to_string(known) + " of " : "") + counted(known + unread, "host");
+        if (unread > 0) text += "; " + counted(unread, "host") + " could not be read";
+        if (clipped > 0)
+            text += "; " + counted(clipped, "report") + (clipped == 1 ? " is" : " are") + " clipped";
+        if (issues > 0) text += "; " + counted(issues, "bundle") + " could not be listed";
+        if (unanswered > 0) text += "; the catalog gave no answer for " + counted(unanswered, "application");
+        if (withoutSystem > 0) {
+            text += "; no minimum system was applied to " + counted(withoutSystem, "host") +
+                    " whose macOS is not known";
+        }
+        if (line.all && outside > 0)
+            text += "; " + counted(outside, "bundle") + " outside the application folders left out";
+        return text + ".\n";
+    }
+
+    const CommandLine& line;
+    const Fleet& fleet;
+    const ReportHead& head;
+    Offers newer;
+    Offers ignored;
+    Reasons others;
+    Reasons unlisted;
+    /// Counts the hosts up to the one at hand.
+    std::size_t host = 0;
+    std::size_t issues = 0;
+    std::size_t outside = 0;
+    std::size_t unanswered = 0;
+    std::size_t withoutSystem = 0;
+};
+
+/// One after another, as if each host had been checked alone.
+class HostTables final : public FleetPrinter {
+public:
+    HostTables(const CommandLine& line, const Fleet& fleet, const ReportHead& head)
+        : line(line), fleet(fleet), head(head) {}
+
+    void add(const HostReport& report) override {
+        CheckReport single;
+        single.outcome = head.outcome;
+        single.system = report.system.value_or(RunningSystem{.source = RunningSystem::Source::unknown});
+        single.inventory.folders = {report.source};
+        single.inventory.issues = report.host.issues;
+        for (const auto number : report.host.apps)
+            single.inventory.apps.push_back(installed(fleet.table[number]));
+        for (const auto& [app, result, skip, isAnswered, isIgnored] : report.result.updates)
+            single.updates.push_back({installed(*app), result->version, result->id, isIgnored});
+        sortByName(single.updates, userLocale());
+        for (const auto& [app, result, skip, isAnswered, isIgnored] : report.result.skipped) {
+            const auto [name, identifier, version, path] = *app;
+            single.skipped.push_back({{std::string(name), std::string(identifier), std::string(version),
+                                       skip->code, skip->reason, std::string(path)},
+                                      isAnswered});
+        }
+        const auto table = tableReport(single, line.all, terminal);
+        if (table.empty()) return;
+        print(std::exchange(isFirst, false) ? "" : "\n");
+        print(onOneLine(report.host.name) + "\n\n" + table);
+    }
+
+    void end() override {
+        if (fleet.failures.empty()) return;
+        print((isFirst ? "" : "\n") + failureSection(fleet, terminal));
+    }
+
+private:
+    static InstalledApp installed(const FleetApp& app) {
+        return {.name = std::string(app.name),
+                .bundleID = std::string(app.identifier),
+                .version = std::string(app.version),
+                .path = std::string(app.path),
+                .icon = {}};
+    }
+
+    const CommandLine& line;
+    const Fleet& fleet;
+    const ReportHead& head;
+    const Terminal terminal = describeTerminal(STDOUT_FILENO);
+    bool isFirst = true;
+};
+
+}  // namespace
+
+std::unique_ptr<FleetPrinter> makeTablePrinter(const CommandLine& line, const Fleet& fleet,
+                                               const ReportHead& head) {
+    if (line.hosts.empty()) return std::make_unique<FleetTable>(line, fleet, head);
+    return std::make_unique<HostTables>(line, fleet, head);
+}
+
+}  // namespace quorvel

@@ -9,16 +9,11 @@
 
 namespace quorvel {
 
-std::size_t AppTable::PlaceHash::operator()(const FleetApp& app) const {
+std::size_t AppTable::Hash::operator()(const FleetApp& app) const {
     std::size_t hash = 0;
-    for (const auto* place : {app.name.data(), app.identifier.data(), app.version.data(), app.path.data()})
-        hash = (hash ^ std::hash<const char*>()(place)) * 0x9E3779B97F4A7C15;
-    return hash ^ hash >> 32;
-}
-
-bool AppTable::SamePlace::operator()(const FleetApp& left, const FleetApp& right) const {
-    return left.name.data() == right.name.data() && left.identifier.data() == right.identifier.data() &&
-           left.version.data() == right.version.data() && left.path.data() == right.path.data();
+    for (const auto text : {app.name, app.identifier, app.version, app.path})
+        hash = hash * 0x9E3779B97F4A7C15 + std::hash<std::string_view>()(text);
+    return hash;
 }
 
 std::string_view AppTable::intern(std::string_view text) {
@@ -30,10 +25,12 @@ std::string_view AppTable::intern(std::string_view text) {
 }
 
 AppTable::Index AppTable::add(const FleetApp& app) {
-    const FleetApp interned{intern(app.name), intern(app.identifier), intern(app.version), intern(app.path)};
-    const auto [entry, isNew] = indices.try_emplace(interned, static_cast<Index>(apps.size()));
-    if (isNew) apps.push_back(interned);
-    return entry->second;
+    // Most rows are another host's too: one look decides.
+    if (const auto known = indices.find(app); known != indices.end()) return known->second;
+    const auto index = static_cast<Index>(apps.size());
+    apps.push_back({intern(app.name), intern(app.identifier), intern(app.version), intern(app.path)});
+    indices.emplace(apps.back(), index);
+    return index;
 }
 
 namespace {

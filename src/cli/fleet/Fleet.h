@@ -26,6 +26,8 @@ struct FleetApp {
     std::string_view version;
     /// Empty when the row has none.
     std::string_view path;
+
+    bool operator==(const FleetApp&) const = default;
 };
 
 /// Every distinct application once: hosts share most of what they have.
@@ -40,18 +42,15 @@ public:
     std::size_t size() const { return apps.size(); }
 
 private:
-    struct PlaceHash {
+    struct Hash {
         std::size_t operator()(const FleetApp& app) const;
-    };
-    struct SamePlace {
-        bool operator()(const FleetApp& left, const FleetApp& right) const;
     };
 
     std::string_view intern(std::string_view text);
 
     std::pmr::monotonic_buffer_resource memory;
     std::unordered_set<std::string_view> texts;
-    std::unordered_map<FleetApp, Index, PlaceHash, SamePlace> indices;
+    std::unordered_map<FleetApp, Index, Hash> indices;
     std::deque<FleetApp> apps;
 };
 

@@ -57,7 +57,7 @@ const FleetEvaluation::Comparison& FleetEvaluation::compared(AppTable::Index num
     return *known;
 }
 
-const std::string& FleetEvaluation::sortKey(std::string_view name) {
+std::string_view FleetEvaluation::sortKey(std::string_view name) {
     const auto [entry, isNew] = sortKeys.try_emplace(name.data());
     if (isNew) entry->second = collator.sortKey(name);
     return entry->second;
@@ -79,6 +79,7 @@ FleetEvaluation::Verdict FleetEvaluation::verdict(AppTable::Index number,
         return verdict;
     }
     verdict.isIgnored = isIgnored(ignored, app.identifier, comparison.result->version);
+    verdict.sortKey = sortKey(app.name);
     return verdict;
 }
 
@@ -89,8 +90,7 @@ FleetEvaluation::HostResult FleetEvaluation::evaluate(const FleetHost& host,
         const Verdict found = verdict(app, system, result);
         (found.skip == nullptr ? result.updates : result.skipped).push_back(found);
     }
-    std::ranges::stable_sort(result.updates, {},
-                             [&](const Verdict& each) { return std::string_view(sortKey(each.app->name)); });
+    std::ranges::stable_sort(result.updates, {}, &Verdict::sortKey);
     return result;
 }
 

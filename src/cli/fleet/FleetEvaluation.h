@@ -34,6 +34,8 @@ public:
         const Skip* skip = nullptr;
         bool isAnswered = true;
         bool isIgnored = false;
+        /// Of an update: by which its host's are sorted.
+        std::string_view sortKey{};
     };
 
     /// Each application of the host is in one of the two.
@@ -65,7 +67,7 @@ private:
     };
 
     const Comparison& compared(AppTable::Index app);
-    const std::string& sortKey(std::string_view name);
+    std::string_view sortKey(std::string_view name);
     Verdict verdict(AppTable::Index app, const std::optional<OSVersion>& system, HostResult& host);
 
     const Fleet& fleet;

@@ -190,14 +190,15 @@ public:
         single.inventory.issues = report.host.issues;
         for (const auto number : report.host.apps)
             single.inventory.apps.push_back(installed(fleet.table[number]));
-        for (const auto& [app, result, skip, isAnswered, isIgnored] : report.result.updates)
-            single.updates.push_back({installed(*app), result->version, result->id, isIgnored});
+        for (const auto& update : report.result.updates)
+            single.updates.push_back(
+                {installed(*update.app), update.result->version, update.result->id, update.isIgnored});
         sortByName(single.updates, userLocale());
-        for (const auto& [app, result, skip, isAnswered, isIgnored] : report.result.skipped) {
-            const auto [name, identifier, version, path] = *app;
+        for (const auto& skipped : report.result.skipped) {
+            const auto [name, identifier, version, path] = *skipped.app;
             single.skipped.push_back({{std::string(name), std::string(identifier), std::string(version),
-                                       skip->code, skip->reason, std::string(path)},
-                                      isAnswered});
+                                       skipped.skip->code, skipped.skip->reason, std::string(path)},
+                                      skipped.isAnswered});
         }
         const auto table = tableReport(single, line.all, terminal);
         if (table.empty()) return;

@@ -32,13 +32,13 @@ public:
         beginArray();
     }
 
-    void value(std::string_view text);
-    void value(const std::string& text) { value(std::string_view(text)); }
-    void value(const char* text) { value(std::string_view(text)); }
-    void value(bool value) { scalar(value ? "true" : "false"); }
+    void value(std::string_view characters);
+    void value(const std::string& characters) { value(std::string_view(characters)); }
+    void value(const char* characters) { value(std::string_view(characters)); }
+    void value(bool isTrue) { scalar(isTrue ? "true" : "false"); }
     void value(std::integral auto number) { scalar(std::to_string(number)); }
-    void value(const std::optional<std::string>& text) {
-        text ? value(std::string_view(*text)) : scalar("null");
+    void value(const std::optional<std::string>& characters) {
+        characters ? value(*characters) : scalar("null");
     }
 
     template <typename Value>

@@ -65,6 +65,22 @@ bool isPropertyList(std::string_view start) {
     return false;
 }
 
+constexpr std::array<std::string_view, 6> propertyListKeys{"bundleid", "CFBundleName", "name",
+                                                           "version",  "path",         "_dataType"};
+
+InventoryRow munkiRow(const PropertyListTexts& texts) {
+    const auto text = [&](std::size_t key) {
+        return texts[key] ? std::string_view(*texts[key]) : std::string_view();
+    };
+    return {.identifier = text(0),
+            .bundleName = text(1),
+            .name = text(2),
+            .bundleVersion = text(3),
+            .path = text(4),
+            .hasIdentifierColumn = texts[0].has_value(),
+            .hasBundleColumn = texts[2] || texts[4]};
+}
+
 /// What a JSON text is, as far as its members have told.
 struct Text {
     explicit Text(AppTable& apps) : rows(apps) {}
@@ -233,27 +249,16 @@ private:
     }
 
     void readPropertyList() {
-        static constexpr std::array<std::string_view, 6> keys{"bundleid", "CFBundleName", "name",
-                                                              "version",  "path",         "_dataType"};
         const auto bytes = pieces.readAll(propertyListSizeLimit);
         if (!bytes && bytes.error() == Fault::unreadable) return fail(bytes.error());
         if (!bytes)
             return fail(Code::tooLarge, "The property list is longer than " +
                                             std::to_string(propertyListSizeLimit) + " bytes.");
-        const auto rows = readPropertyListRows(*bytes, keys);
+        const auto rows = readPropertyListRows(*bytes, propertyListKeys);
         if (!rows) return refusePropertyList(*bytes);
         for (const auto& texts : *rows) {
-            const auto text = [&](std::size_t key) {
-                return texts[key] ? std::string_view(*texts[key]) : std::string_view();
-            };
-            this->text.isProfilerReport = this->text.isProfilerReport || text(5) == "SPApplicationsDataType";
-            this->text.rows.add({.identifier = text(0),
-                                 .bundleName = text(1),
-                                 .name = text(2),
-                                 .bundleVersion = text(3),
-                                 .path = text(4),
-                                 .hasIdentifierColumn = texts[0].has_value(),
-                                 .hasBundleColumn = texts[2] || texts[4]});
+            text.isProfilerReport = text.isProfilerReport || texts[5] == "SPApplicationsDataType";
+            text.rows.add(munkiRow(texts));
         }
         text.isArray = true;
         endText();

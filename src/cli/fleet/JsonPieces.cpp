@@ -17,8 +17,7 @@ constexpr std::array<Byte, 256> byteTable = [] {
     std::array<Byte, 256> table{};
     for (std::size_t value = 0; value < ' '; ++value)
         table[value] = Byte::control;
-    for (const unsigned char value : {' ', '\t', '\n', '\r'})
-        table[value] = Byte::space;
+    table[' '] = table['\t'] = table['\n'] = table['\r'] = Byte::space;
     table['"'] = Byte::quote;
     table['\\'] = Byte::backslash;
     table['{'] = table['['] = Byte::open;

@@ -108,8 +108,8 @@ bool writeAtomically(const std::filesystem::path& path, std::string_view bytes, 
     std::string temporary = (parent / temporaryPrefix(path)).string().append(randomPart);
     FileDescriptor file(mkostemp(temporary.data(), O_CLOEXEC));
     if (!file) return false;
-    const bool written = writeAll(file.get(), bytes) && fchmod(file.get(), mode) == 0 &&
-                         reachDisk(file.get()) && file.close();
+    const bool written =
+        writeAll(file.get(), bytes) && fchmod(file.get(), mode) == 0 && reachDisk(file.get()) && file.close();
     if (!written || rename(temporary.c_str(), path.c_str()) != 0) {
         unlink(temporary.c_str());
         return false;

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -42,25 +41,15 @@ void checkDecoding(std::span<const std::uint8_t> file) {
     require(icons::decodedIcon(longer).has_value(), "a byte behind the file takes no picture away");
 }
 
-/// The values of one channel, `packed` as the input chooses: runs where it has runs, other values as they
-/// are.
+/// The values of one channel: runs where the input has runs, other values as they are.
 void pack(Bytes& packed, const Bytes& values) {
-    constexpr std::size_t longestRun = 130, longestLiteral = 128, shortestRun = 3;
-    for (std::size_t at = 0; at < values.size();) {
-        std::size_t run = 1;
+    constexpr std::size_t longestRun = 130, shortestRun = 3;
+    for (std::size_t at = 0, run = 1; at < values.size(); at += run, run = 1) {
         while (run < longestRun && at + run < values.size() && values[at + run] == values[at])
             ++run;
-        if (run >= shortestRun) {
-            packed.push_back(static_cast<std::uint8_t>(125 + run));
-            packed.push_back(values[at]);
-            at += run;
-            continue;
-        }
-        const std::size_t count = std::min({longestLiteral, values.size() - at, run});
-        packed.push_back(static_cast<std::uint8_t>(count - 1));
-        packed.insert(packed.end(), values.begin() + static_cast<std::ptrdiff_t>(at),
-                      values.begin() + static_cast<std::ptrdiff_t>(at + count));
-        at += count;
+        const bool isRun = run >= shortestRun;
+        packed.push_back(static_cast<std::uint8_t>(isRun ? 125 + run : run - 1));
+        packed.insert(packed.end(), isRun ? 1 : run, values[at]);
     }
 }
 

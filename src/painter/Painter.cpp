@@ -37,11 +37,11 @@ Painter::Painter(std::chrono::milliseconds linger, std::function<void(const Even
 Painter::~Painter() = default;
 
 void Painter::perform(const Request& request) {
-    std::visit([this](const auto& some) { perform(some); }, request);
+    std::visit([this](const auto& some) { handle(some); }, request);
     considerEnd();
 }
 
-void Painter::perform(const ShowWindow& request) {
+void Painter::handle(const ShowWindow& request) {
     auto& shown = windows[request.window];
     if (!shown.window) shown.window = makeWindow(request.window, request.content);
     shown.showing = request.showing;
@@ -64,21 +64,21 @@ std::unique_ptr<PaintedWindow> Painter::makeWindow(std::uint64_t number, const W
     return std::make_unique<PaintedWindow>(content, pressed, closed);
 }
 
-void Painter::perform(const CloseWindow& request) {
+void Painter::handle(const CloseWindow& request) {
     windows.erase(request.window);
 }
 
-void Painter::perform(const SetText& request) {
+void Painter::handle(const SetText& request) {
     const auto found = windows.find(request.window);
     if (found != windows.end()) found->second.window->setText(request.text);
 }
 
-void Painter::perform(const SetRows& request) {
+void Painter::handle(const SetRows& request) {
     const auto found = windows.find(request.window);
     if (found != windows.end()) found->second.window->setRows(request.rows);
 }
 
-void Painter::perform(const RunAlert& request) {
+void Painter::handle(const RunAlert& request) {
     auto& box = alerts[request.alert];
     if (!box) box = makeAlert(request);
     useActivationToken(request.activationToken);
@@ -100,14 +100,14 @@ std::unique_ptr<AlertBox> Painter::makeAlert(const RunAlert& request) {
     return box;
 }
 
-void Painter::perform(const SetPasteboard& request) {
+void Painter::handle(const SetPasteboard& request) {
     pasteboard.reset();
     QGuiApplication::clipboard()->setText(QString::fromStdString(request.text));
     pasteboard = request.content;
     clipboardChanged();
 }
 
-void Painter::perform(const ShowTrayIcon& request) {
+void Painter::handle(const ShowTrayIcon& request) {
     if (!trayIcon) {
         trayIcon =
             std::make_unique<PaintedTrayIcon>([this](std::uint64_t item) { report(MenuItemChosen{item}); });
@@ -117,11 +117,11 @@ void Painter::perform(const ShowTrayIcon& request) {
     report(TrayIconMissing{request.showing});
 }
 
-void Painter::perform(const HideTrayIcon&) {
+void Painter::handle(const HideTrayIcon&) {
     trayIcon.reset();
 }
 
-void Painter::perform(const PopUpMenu& request) {
+void Painter::handle(const PopUpMenu& request) {
     popUp.number = request.popUp;
     popUp.menu = std::make_unique<PaintedMenu>([this](std::uint64_t item) { report(MenuItemChosen{item}); });
     popUp.menu->setContent(request.menu);
@@ -139,7 +139,7 @@ void Painter::menuClosed(std::uint64_t number) {
     considerEnd();
 }
 
-void Painter::perform(const SetMenu& request) {
+void Painter::handle(const SetMenu& request) {
     if (popUp.menu && popUp.number == request.popUp) popUp.menu->setContent(request.menu);
 }
 

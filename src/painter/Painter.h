@@ -37,17 +37,17 @@ private:
         std::uint64_t showing = 0;
     };
 
-    void perform(const Hello&) {}
-    void perform(const ShowWindow& request);
-    void perform(const CloseWindow& request);
-    void perform(const SetText& request);
-    void perform(const SetRows& request);
-    void perform(const RunAlert& request);
-    void perform(const SetPasteboard& request);
-    void perform(const ShowTrayIcon& request);
-    void perform(const HideTrayIcon& request);
-    void perform(const PopUpMenu& request);
-    void perform(const SetMenu& request);
+    void handle(const Hello&) {}
+    void handle(const ShowWindow& request);
+    void handle(const CloseWindow& request);
+    void handle(const SetText& request);
+    void handle(const SetRows& request);
+    void handle(const RunAlert& request);
+    void handle(const SetPasteboard& request);
+    void handle(const ShowTrayIcon& request);
+    void handle(const HideTrayIcon& request);
+    void handle(const PopUpMenu& request);
+    void handle(const SetMenu& request);
     void menuClosed(std::uint64_t number);
     std::unique_ptr<PaintedWindow> makeWindow(std::uint64_t number, const WindowContent& content);
     std::unique_ptr<AlertBox> makeAlert(const RunAlert& request);

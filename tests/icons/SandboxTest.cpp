@@ -1,4 +1,3 @@
-#include <array>
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -11,6 +10,8 @@
 #include <unistd.h>
 
 #include "icons/Sandbox.h"
+#include "support/ForkedChild.h"
+#include "support/Process.h"
 
 namespace quorvel::icons {
 namespace {
@@ -98,38 +99,20 @@ TEST_F(SandboxTest, refusesADecoderWhatItHasNoUseFor) {
 #endif
 }
 
-/// What the decoder complains of before it ends.
-std::string complaintsWithout(Lack lack) {
-    std::array<int, 2> ends{};
-    EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
-    const pid_t child = fork();
-    if (child == 0) {
-        dup2(ends[1], STDERR_FILENO);
-        take(lack);
-        execl(PROGRAM_FOLDER "/quorvel-icons", "quorvel-icons", nullptr);
-        _exit(2);
-    }
-    close(ends[1]);
-    // Not by a death test, which has a file for standard error: the decoder may write to none.
-    std::string text;
-    for (char byte = 0; read(ends[0], &byte, 1) == 1;)
-        text += byte;
-    close(ends[0]);
-    int status = 0;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(WEXITSTATUS(status), 1);
-    return text;
-}
-
 TEST_F(SandboxTest, theDecoderSaysWhichHalfIsMissingAndEndsWithoutBoth) {
     const std::string files = "quorvel-icons: Landlock does not hold: Function not implemented.\n",
                       calls = "quorvel-icons: seccomp does not hold: Cannot allocate memory.\n",
                       input = "quorvel-icons: Standard input is no socket to quorvel.\n";
-    EXPECT_EQ(complaintsWithout(nothing), input);
-    EXPECT_EQ(complaintsWithout(landlock), files + input);
-    EXPECT_EQ(complaintsWithout(seccomp), calls + input);
-    EXPECT_EQ(complaintsWithout(both),
-              files + calls + "quorvel-icons: Without a sandbox no picture is decoded.\n");
+    for (const auto& [lack, complaints] :
+         {std::pair{nothing, input}, std::pair{landlock, files + input}, std::pair{seccomp, calls + input},
+          std::pair{both, files + calls + "quorvel-icons: Without a sandbox no picture is decoded.\n"}}) {
+        runInChild([&] {
+            take(lack);
+            const auto result = Process({PROGRAM_FOLDER "/quorvel-icons"}).finish();
+            EXPECT_EQ(result.errors, complaints);
+            EXPECT_EQ(result.status, 1);
+        });
+    }
 }
 
 }  // namespace

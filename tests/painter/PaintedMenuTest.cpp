@@ -1,7 +1,5 @@
 #include <QApplication>
 #include <QBuffer>
-#include <QPlainTextEdit>
-#include <QTableView>
 #include <QTest>
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -43,30 +41,6 @@ MenuContent sample() {
     separator.isSeparator = true;
     quit.keyEquivalent = "q";
     return {{updates, mark, separator, quit}};
-}
-
-TEST(PainterTest, anOpenWindowFollowsItsRowsAndItsText) {
-    Painter painter(std::chrono::hours(1), [](const Event&) {}, [] {});
-    const WindowContent content{"T",
-                                300,
-                                200,
-                                true,
-                                {TableView{{0, 0, 300, 100}, 20, {}, {{"a", "A", 100}}},
-                                 TextView{{0, 100, 300, 100}, {}, 8, "first"}}};
-    painter.perform(Request(ShowWindow{1, 1, content, {{"a"}, {"b"}}, std::nullopt, "token"}));
-    EXPECT_EQ(qgetenv("XDG_ACTIVATION_TOKEN"), "token");
-    ASSERT_TRUE(QTest::qWaitFor([] { return QApplication::activeWindow() != nullptr; }));
-    const auto* const window = QApplication::activeWindow();
-    const auto* const table = window->findChild<QTableView*>();
-    const auto* const text = window->findChild<QPlainTextEdit*>();
-    EXPECT_EQ(table->model()->rowCount(), 2);
-    for (const std::uint64_t number : {2U, 1U}) {
-        painter.perform(Request(SetRows{number, {{"c"}}}));
-        painter.perform(Request(SetText{number, "second"}));
-        EXPECT_EQ(table->model()->rowCount(), number == 1 ? 1 : 2);
-        EXPECT_EQ(text->toPlainText(), number == 1 ? QStringLiteral("second") : QStringLiteral("first"));
-    }
-    qunsetenv("XDG_ACTIVATION_TOKEN");
 }
 
 TEST(PaintedMenuTest, showsEveryKindOfItemAsItIs) {
@@ -118,11 +92,7 @@ TEST(PaintedMenuTest, drawsATitleOfTwoLinesOneBelowTheOther) {
 /// The painter, what it reports, and the user who sees the menu.
 class PaintedPopUpTest : public testing::Test {
 protected:
-    void perform(const Request& request) { painter.perform(request); }
-    void popUp(std::uint64_t number, const MenuContent& menu = sample()) {
-        perform(PopUpMenu{number, menu, ""});
-    }
-
+    void popUp(std::uint64_t number) { painter.perform(PopUpMenu{number, sample(), ""}); }
     static QWidget* open() { return QApplication::activePopupWidget(); }
 
     /// What was reported, in order, once `count` events have come.
@@ -182,17 +152,17 @@ TEST_F(PaintedPopUpTest, changesInItsPlaceWhileItIsOpenAndOnlyThen) {
         QTest::keyClick(open(), key);
     auto changed = sample();
     changed.items[1].number = 9;
-    perform(SetMenu{7, changed});
-    perform(SetMenu{6, {{item(8, "of another")}}});
+    painter.perform(SetMenu{7, changed});
+    painter.perform(SetMenu{6, {{item(8, "of another")}}});
     QTest::keyClick(open(), Qt::Key_Return);
     ASSERT_TRUE(QTest::qWaitFor([&] { return !reported.empty() && reported.back() == closed; }));
     EXPECT_EQ(std::ranges::count(reported, encode(MenuItemChosen{9})), 1) << "it stays at its item";
-    perform(SetMenu{7, sample()});
+    painter.perform(SetMenu{7, sample()});
     EXPECT_EQ(open(), nullptr);
 }
 
 TEST_F(PaintedPopUpTest, withoutATrayItSaysSoAndIsNotNeededForIt) {
-    perform(ShowTrayIcon{5, {}, "Quorvel", sample()});
+    painter.perform(ShowTrayIcon{5, {}, "Quorvel", sample()});
     EXPECT_EQ(events(1), std::vector{encode(TrayIconMissing{5})});
     EXPECT_TRUE(QTest::qWaitFor([&] { return isOver; }));
 }

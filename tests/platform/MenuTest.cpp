@@ -1,16 +1,10 @@
 #include <gtest/gtest.h>
 
 #include "platform/Menu.h"
+#include "support/Texts.h"
 
 namespace quorvel {
 namespace {
-
-std::string repeated(const std::string& text, int count) {
-    std::string all;
-    for (int time = 0; time < count; ++time)
-        all += text;
-    return all;
-}
 
 MenuItem titled(std::vector<TitleRun> title, std::vector<TitleRun> detail = {}) {
     MenuItem item;
@@ -24,7 +18,7 @@ MenuItem update(const std::string& name, const std::string& local = "1") {
 }
 
 TEST(Menu, drawsTitlesOnLinesThatAMenuHasRoomFor) {
-    const std::string line60 = repeated("x", 60), wide = "藍", accented = "e\u0301";
+    const std::string line60 = repeated(60, "x"), wide = "藍", accented = "e\u0301";
     const struct {
         const char* claim;
         MenuItem item;
@@ -40,21 +34,21 @@ TEST(Menu, drawsTitlesOnLinesThatAMenuHasRoomFor) {
          "Name\n\u200E\u2068١٫٠\u2069 → 2.0"},
         {"alone it turns nothing", titled({{"שלום", true}}), "שלום"},
         {"a name that just fits", update(line60), line60 + " (1 → 2)"},
-        {"a name too long", update(line60 + "x"), repeated("x", 59) + "… (1 → 2)"},
-        {"a version too long", update("N", repeated("1", 33)), "N (" + repeated("1", 31) + "… → 2)"},
-        {"also on the second line", titled({{"N", true}}, {{repeated("1", 33), true}}),
-         "N\n" + repeated("1", 31) + "…"},
-        {"wide characters take two columns", update(repeated(wide, 31)), repeated(wide, 29) + "… (1 → 2)"},
-        {"a cut inside no character", update(repeated(accented, 61)), repeated(accented, 59) + "… (1 → 2)"},
-        {"characters without a width end too", update(repeated("\u200B", 500)),
-         repeated("\u200B", 59) + "… (1 → 2)"},
-        {"marks without end are cut with their letter", titled({{"ab" + repeated("\u0301", 5000)}}), "a…"},
-        {"a long text breaks at spaces", titled({{repeated("word ", 20) + "end"}}),
-         repeated("word ", 11) + "word\n" + repeated("word ", 8) + "end"},
+        {"a name too long", update(line60 + "x"), repeated(59, "x") + "… (1 → 2)"},
+        {"a version too long", update("N", repeated(33, "1")), "N (" + repeated(31, "1") + "… → 2)"},
+        {"also on the second line", titled({{"N", true}}, {{repeated(33, "1"), true}}),
+         "N\n" + repeated(31, "1") + "…"},
+        {"wide characters take two columns", update(repeated(31, wide)), repeated(29, wide) + "… (1 → 2)"},
+        {"a cut inside no character", update(repeated(61, accented)), repeated(59, accented) + "… (1 → 2)"},
+        {"characters without a width end too", update(repeated(500, "\u200B")),
+         repeated(59, "\u200B") + "… (1 → 2)"},
+        {"marks without end are cut with their letter", titled({{"ab" + repeated(5000, "\u0301")}}), "a…"},
+        {"a long text breaks at spaces", titled({{repeated(20, "word ") + "end"}}),
+         repeated(11, "word ") + "word\n" + repeated(8, "word ") + "end"},
         {"a long word breaks where it must", titled({{line60 + line60 + "x"}}),
          line60 + "\n" + line60 + "\nx"},
-        {"a text without end is cut on line four", titled({{repeated("x", 10000)}}),
-         line60 + "\n" + line60 + "\n" + line60 + "\n" + repeated("x", 59) + "…"},
+        {"a text without end is cut on line four", titled({{repeated(10000, "x")}}),
+         line60 + "\n" + line60 + "\n" + line60 + "\n" + repeated(59, "x") + "…"},
     };
     for (const auto& [claim, item, expected] : rows)
         EXPECT_EQ(displayTitle(item), expected) << claim;

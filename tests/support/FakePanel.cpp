@@ -1,6 +1,5 @@
 #include "support/FakePanel.h"
 
-#include <chrono>
 #include <gtest/gtest.h>
 #include <string_view>
 #include <utility>
@@ -85,16 +84,6 @@ const ShownItem& ShownItem::named(const std::string& label) const {
     return item ? *item : none;
 }
 
-bool runUntil(EventQueue& queue, const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        constexpr std::uint64_t microseconds = 5000;  // for what no event announces
-        require(sd_event_run(queue.event(), microseconds));
-    }
-    return true;
-}
-
 const sd_bus_vtable FakePanel::vtable[] = {
     SD_BUS_VTABLE_START(0),
     busMethod<&FakePanel::registerItem>("RegisterStatusNotifierItem", "s", ""),
@@ -140,7 +129,7 @@ bool FakePanel::sees(const std::string& name) const {
 }
 
 int FakePanel::registerItem(sd_bus_message* call) {
-    registrations.push_back({readText(call), sd_bus_message_get_sender(call)});
+    registrations.push_back(readText(call));
     return sd_bus_reply_method_return(call, "");
 }
 

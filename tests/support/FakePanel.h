@@ -6,8 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/EventQueue.h"
-#include "platform/linux/bus/Bus.h"
+#include "support/EventLoop.h"
 
 namespace quorvel {
 
@@ -31,9 +30,6 @@ struct ShownMenu {
     ShownItem root;
 };
 
-/// Runs the loop until `condition` holds. False when it does not within a time that is far beyond any need.
-bool runUntil(EventQueue& queue, const std::function<bool()>& condition);
-
 /// The watcher and the host of status items on a connection of their own, as a panel has them, in the loop of
 /// the program that it watches.
 class FakePanel {
@@ -51,11 +47,8 @@ public:
     /// The watcher gives up its name when it is next asked for a host, and answers then.
     bool leavesWhenAsked = false;
 
-    /// Every registration, in order: the name given and the connection it came from.
-    struct Registration {
-        std::string name, sender;
-    };
-    std::vector<Registration> registrations;
+    /// The name that each registration gave, in order.
+    std::vector<std::string> registrations;
 
     /// The revisions of the LayoutUpdated signals, and what each other signal of an item or a menu said.
     std::vector<std::uint32_t> layoutUpdates;

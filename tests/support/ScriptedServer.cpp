@@ -1,7 +1,5 @@
 #include "support/ScriptedServer.h"
 
-#include <algorithm>
-#include <arpa/inet.h>
 #include <array>
 #include <csignal>
 #include <netinet/in.h>
@@ -10,7 +8,6 @@
 #include <optional>
 #include <stdexcept>
 #include <sys/socket.h>
-#include <unistd.h>
 
 namespace quorvel {
 
@@ -46,81 +43,40 @@ std::shared_ptr<SSL_CTX> makeSecurity(const ScriptedServer::Options& options) {
     return context;
 }
 
+/// The next bytes; empty at the end, however it came, and without a handshake.
+std::string readSome(BIO* connection) {
+    std::array<char, 16 * 1024> buffer;
+    const int count = BIO_read(connection, buffer.data(), buffer.size());
+    return {buffer.data(), static_cast<std::size_t>(std::max(count, 0))};
+}
+
+void waitForEnd(BIO* connection) {
+    while (!readSome(connection).empty()) {
+    }
+}
+
 }  // namespace
 
-/// An accepted connection, plain or secured. The socket stays the server's.
-class ScriptedServer::Connection {
-public:
-    Connection(int socket, SSL_CTX* security) : socket(socket), secured(nullptr, SSL_free) {
-        if (security == nullptr) return;
-        secured.reset(SSL_new(security));
-        SSL_set_fd(secured.get(), socket);
-        isReady = SSL_accept(secured.get()) == 1;
-    }
-
-    /// The next bytes; empty at the end, however it came, and without a handshake.
-    std::string read() {
-        if (!isReady) return {};
-        std::array<char, 16 * 1024> buffer;
-        const auto count = secured ? SSL_read(secured.get(), buffer.data(), static_cast<int>(buffer.size()))
-                                   : ::recv(socket, buffer.data(), buffer.size(), 0);
-        return count > 0 ? std::string(buffer.data(), static_cast<std::size_t>(count)) : std::string();
-    }
-    void write(std::string_view bytes) {
-        while (!bytes.empty()) {
-            const auto count = secured
-                                   ? SSL_write(secured.get(), bytes.data(), static_cast<int>(bytes.size()))
-                                   : ::send(socket, bytes.data(), bytes.size(), 0);
-            if (count <= 0) return;  // the client is gone, which some tests are about
-            bytes.remove_prefix(static_cast<std::size_t>(count));
-        }
-    }
-    void end(Then how) {
-        if (how == Then::close && secured) SSL_shutdown(secured.get());
-        if (how != Then::reset) return;
-        const linger now{.l_onoff = 1, .l_linger = 0};
-        setsockopt(socket, SOL_SOCKET, SO_LINGER, &now, sizeof now);
-    }
-    void waitForEnd() {
-        while (!read().empty()) {
-        }
-    }
-
-private:
-    const int socket;
-    std::unique_ptr<SSL, decltype(&SSL_free)> secured;
-    bool isReady = true;
-};
-
 ScriptedServer::ScriptedServer(std::vector<Reply> replies, const Options& options)
-    : greeting(options.greeting), security(makeSecurity(options)), script(std::move(replies)) {
-    listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in name{};
-    name.sin_family = AF_INET;
-    name.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof name;
-    auto* const general = reinterpret_cast<sockaddr*>(&name);
-    if (bind(listener, general, length) != 0 || listen(listener, 64) != 0 ||
-        getsockname(listener, general, &length) != 0) {
-        throw std::runtime_error("no server on loopback");
-    }
-    address = "127.0.0.1:" + std::to_string(ntohs(name.sin_port));
-    acceptor = std::thread([this] { acceptAll(); });
+    : greeting(options.greeting),
+      security(makeSecurity(options)),
+      script(std::move(replies)),
+      listener(BIO_new_accept("127.0.0.1:0"), BIO_free_all) {
+    // The first call only listens.
+    if (BIO_do_accept(listener.get()) != 1) throw std::runtime_error("no server on loopback");
+    address = std::string("127.0.0.1:") + BIO_get_accept_port(listener.get());
+    thread = std::thread([this] { serve(); });
 }
 
 ScriptedServer::~ScriptedServer() {
     {
         const std::lock_guard lock(mutex);
-        stopping = true;
-        for (const int socket : open)
-            shutdown(socket, SHUT_RDWR);
+        isStopping = true;
+        if (openSocket >= 0) shutdown(openSocket, SHUT_RDWR);
     }
     changed.notify_all();
-    shutdown(listener, SHUT_RDWR);
-    acceptor.join();
-    for (auto& worker : workers)
-        worker.join();
-    close(listener);
+    shutdown(static_cast<int>(BIO_get_fd(listener.get(), nullptr)), SHUT_RDWR);
+    thread.join();
 }
 
 ScriptedServer::Reply ScriptedServer::answer(std::string_view body, std::string_view moreHeaders) {
@@ -146,54 +102,52 @@ std::size_t ScriptedServer::connections() const {
     return accepted;
 }
 
-bool ScriptedServer::waitForRequests(std::size_t count) {
+bool ScriptedServer::waitFor(const std::function<bool()>& condition) {
     std::unique_lock lock(mutex);
-    return changed.wait_for(lock, timeout, [&] { return received.size() >= count; });
+    return changed.wait_for(lock, timeout, condition);
+}
+
+bool ScriptedServer::waitForRequests(std::size_t count) {
+    return waitFor([&] { return received.size() >= count; });
 }
 
 bool ScriptedServer::waitForEnded(std::size_t count) {
-    std::unique_lock lock(mutex);
-    return changed.wait_for(lock, timeout, [&] { return ended >= count; });
+    return waitFor([&] { return ended >= count; });
 }
 
-void ScriptedServer::acceptAll() {
-    while (true) {
-        const int socket = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
-        if (socket < 0) return;
-        const std::lock_guard lock(mutex);
-        if (stopping) {
-            close(socket);
-            return;
-        }
-        const int on = 1;  // each piece leaves at once, as a packet of its own
-        setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-        ++accepted;
-        open.push_back(socket);
-        workers.emplace_back([this, socket] { serve(socket); });
-    }
-}
-
-void ScriptedServer::serve(int socket) {
+void ScriptedServer::serve() {
     sigset_t signals;  // no client that is gone ends the tests
     sigemptyset(&signals);
     sigaddset(&signals, SIGPIPE);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    if (greeting == Greeting::stall) Connection(socket, nullptr).waitForEnd();
-    if (greeting == Greeting::serve) {
-        Connection connection(socket, security.get());
-        converse(connection);
+    while (BIO_do_accept(listener.get()) == 1) {
+        BIO* connection = BIO_pop(listener.get());
+        const int socket = static_cast<int>(BIO_get_fd(connection, nullptr));
+        const int on = 1;  // each piece leaves at once, as a packet of its own
+        setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+        {
+            const std::lock_guard lock(mutex);
+            ++accepted;
+            openSocket = socket;
+            if (isStopping) shutdown(socket, SHUT_RDWR);
+        }
+        if (greeting == Greeting::stall) waitForEnd(connection);
+        if (greeting == Greeting::serve) {
+            if (security) connection = BIO_push(BIO_new_ssl(security.get(), 0), connection);
+            converse(connection);
+        }
+        const std::lock_guard lock(mutex);
+        openSocket = -1;
+        BIO_free_all(connection);
+        ++ended;
+        changed.notify_all();
     }
-    const std::lock_guard lock(mutex);
-    std::erase(open, socket);
-    close(socket);
-    ++ended;
-    changed.notify_all();
 }
 
-void ScriptedServer::converse(Connection& connection) {
+void ScriptedServer::converse(BIO* connection) {
     std::string pending;
     while (true) {
-        const std::string bytes = connection.read();
+        const std::string bytes = readSome(connection);
         if (bytes.empty()) return;
         pending += bytes;
         while (const auto length = requestLength(pending)) {
@@ -208,21 +162,24 @@ void ScriptedServer::converse(Connection& connection) {
     }
 }
 
-bool ScriptedServer::play(Connection& connection) {
-    std::unique_lock lock(mutex);
+bool ScriptedServer::play(BIO* connection) {
     if (played == script.size()) return false;
-    const Reply reply = script[played++];
+    const Reply& reply = script[played++];
     for (std::size_t index = 0; index < reply.pieces.size(); ++index) {
-        // The pace of a slow server; a test that ends early need not wait for it.
-        if (index > 0 && reply.pause.count() > 0)
-            changed.wait_for(lock, reply.pause, [this] { return stopping; });
-        lock.unlock();
-        connection.write(reply.pieces[index]);
-        lock.lock();
+        if (index > 0 && reply.pause.count() > 0) {
+            // The pace of a slow server; a test that ends early need not wait for it.
+            std::unique_lock lock(mutex);
+            changed.wait_for(lock, reply.pause, [this] { return isStopping; });
+        }
+        // The client may be gone, which some tests are about.
+        BIO_write(connection, reply.pieces[index].data(), static_cast<int>(reply.pieces[index].size()));
     }
-    lock.unlock();
-    if (reply.then == Then::stall) connection.waitForEnd();
-    connection.end(reply.then);
+    if (reply.then == Then::stall) waitForEnd(connection);
+    if (reply.then == Then::reset) {
+        const linger now{.l_onoff = 1, .l_linger = 0};
+        setsockopt(static_cast<int>(BIO_get_fd(connection, nullptr)), SOL_SOCKET, SO_LINGER, &now,
+                   sizeof now);
+    }
     return reply.then == Then::keepOpen;
 }
 

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
-#include <list>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+typedef struct bio_st BIO;
 typedef struct ssl_ctx_st SSL_CTX;
 
 namespace quorvel {
@@ -23,8 +24,8 @@ namespace quorvel {
 ///     ... requests to server.url("/v1") ...
 ///     EXPECT_EQ(server.requests().size(), 2);
 ///
-/// The first request to arrive gets the first reply, on whatever connection it comes; a request beyond the
-/// script finds its connection closed.
+/// Connections are served one after another. The first request to arrive gets the first reply, on whatever
+/// connection it comes; a request beyond the script finds its connection closed.
 class ScriptedServer {
 public:
     /// What becomes of the connection once a reply is out.
@@ -81,29 +82,26 @@ public:
     bool waitForEnded(std::size_t count);
 
 private:
-    class Connection;
-
-    void acceptAll();
-    void serve(int socket);
-    void converse(Connection& connection);
+    bool waitFor(const std::function<bool()>& condition);
+    void serve();
+    void converse(BIO* connection);
     /// Plays the reply that is next; false when the connection is over.
-    bool play(Connection& connection);
+    bool play(BIO* connection);
 
     const Greeting greeting;
-    std::shared_ptr<SSL_CTX> security;
-    int listener = -1;
+    const std::shared_ptr<SSL_CTX> security;
+    const std::vector<Reply> script;
+    const std::shared_ptr<BIO> listener;
     std::string address;
     mutable std::mutex mutex;
     std::condition_variable changed;
-    std::vector<Reply> script;
     std::size_t played = 0;
     std::vector<std::string> received;
-    std::vector<int> open;
     std::size_t accepted = 0;
     std::size_t ended = 0;
-    bool stopping = false;
-    std::list<std::thread> workers;
-    std::thread acceptor;
+    int openSocket = -1;
+    bool isStopping = false;
+    std::thread thread;
 };
 
 }  // namespace quorvel

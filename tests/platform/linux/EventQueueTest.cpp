@@ -36,8 +36,7 @@ TEST(EventQueue, runsTheSignalsTaskOnTheQueueEachTime) {
         ++received == 2 ? queue.quit() : static_cast<void>(raise(SIGUSR1));
     });
     // Sent by a thread that was started later, to the process.
-    std::thread sender([] { kill(getpid(), SIGUSR1); });
-    sender.join();
+    std::thread([] { kill(getpid(), SIGUSR1); }).join();
     EXPECT_EQ(received, 0);
     queue.run();
     EXPECT_EQ(received, 2);

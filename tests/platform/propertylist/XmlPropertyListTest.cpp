@@ -1,4 +1,5 @@
 #include "PropertyListRows.h"
+#include "support/Texts.h"
 
 namespace quorvel {
 namespace {
@@ -38,13 +39,6 @@ std::string inUtf16(const std::string& ascii, bool isBigEndian, bool hasMark) {
 std::string withUnits(const std::string& units) {
     return inUtf16("<dict><key>a</key><string>", true, true) + units +
            inUtf16("</string></dict>", true, false);
-}
-
-std::string repeated(std::size_t count, const std::string& piece) {
-    std::string text;
-    for (std::size_t index = 0; index < count; ++index)
-        text += piece;
-    return text;
 }
 
 const std::string bareList = "<dict><key>a</key><string>x</string></dict>";

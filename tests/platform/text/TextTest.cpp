@@ -6,34 +6,51 @@
 #include <unicode/uloc.h>
 
 #include "platform/System.h"
+#include "platform/text/DisplayText.h"
 #include "platform/text/Text.h"
+#include "support/Texts.h"
 
 namespace quorvel::text {
 namespace {
 
 using namespace std::literals;
-
-struct TextCase {
-    std::string_view input;
-    std::string_view expected;
-};
+/// An input, and what is made of it.
+using Rows = std::vector<std::pair<std::string_view, std::string_view>>;
 
 TEST(Text, replacesEachMaximalMalformedSubpartOnce) {
-    const TextCase cases[] = {
-        {"", ""},
-        {"a\0é😀"sv, "a\0é😀"sv},
-        {"a\x80z", "a\uFFFDz"},
-        {"\xE2\x82", "\uFFFD"},                            // cut before its last byte
-        {"\xF0\x9F\x98\xC3\xA9", "\uFFFDé"},               // contradicted by another lead byte
-        {"\xC0\xAF", "\uFFFD\uFFFD"},                      // overlong
-        {"\xED\xA0\x80", "\uFFFD\uFFFD\uFFFD"},            // a surrogate
-        {"\xF4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD"},  // beyond U+10FFFF
-    };
-    for (const auto& [input, expected] : cases) {
+    for (const auto& [input, expected] : Rows{
+             {"", ""},
+             {"a\0é😀"sv, "a\0é😀"sv},
+             {"a\x80z", "a\uFFFDz"},
+             {"\xE2\x82", "\uFFFD"},                            // cut before its last byte
+             {"\xF0\x9F\x98\xC3\xA9", "\uFFFDé"},               // contradicted by another lead byte
+             {"\xC0\xAF", "\uFFFD\uFFFD"},                      // overlong
+             {"\xED\xA0\x80", "\uFFFD\uFFFD\uFFFD"},            // a surrogate
+             {"\xF4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD"},  // beyond U+10FFFF
+         }) {
         EXPECT_EQ(repairedUtf8(input), expected) << testing::PrintToString(input);
         EXPECT_EQ(isValidUtf8(input), input == expected) << testing::PrintToString(input);
         EXPECT_EQ(composed(input), expected) << testing::PrintToString(input);
     }
+}
+
+TEST(Text, leavesNothingThatALineWouldObey) {
+    for (const auto& [input, expected] : Rows{
+             {"Salt & Pepper_Mill <b> \u200Dkept\u2026\u00a0",
+              "Salt & Pepper_Mill <b> \u200Dkept\u2026\u00a0"},
+             {"two\r\n\tlines\x1b[31m\x7f", "two   lines [31m "},
+             {"nul\0l"sv, "nul l"},
+             {"c1 \u0085\u009b2J", "c1   2J"},
+             {"line\u2028paragraph\u2029", "line paragraph "},
+             {"\u202Egnp.exe\u202C \u2066x\u2069", "gnp.exe x"},
+             {"\uFFFEa\uFDD0b\uFDEFc\U0001FFFEd\U0010FFFF", "abcd"},
+             {"\uFFFD\uFDCF\uFDF0\U0001FFFD\u202F\u2065", "\uFFFD\uFDCF\uFDF0\U0001FFFD\u202F\u2065"},
+             {"a\xE2\x80", "a\uFFFD"},
+         })
+        EXPECT_EQ(onOneLine(input), expected) << input;
+    for (const std::string input : {"Editor \u05d0", "\u0627", "1.\u0660"})
+        EXPECT_EQ(isolated(input), "\u2068" + input + "\u2069");
+    EXPECT_EQ(isolated("Editor 藍 1.0 ½ ०"), "Editor 藍 1.0 ½ ०");
 }
 
 TEST(Text, knowsAsciiByEachOfItsBytes) {
@@ -47,25 +64,21 @@ TEST(Text, knowsAsciiByEachOfItsBytes) {
 }
 
 TEST(Text, trimsSpaceSeparatorsAndTabsButNoLineBreaks) {
-    const TextCase cases[] = {
-        {" \t ", ""},
-        {" \t1 2 \t", "1 2"},
-        {" \n1\r\n ", "\n1\r\n"},
-        {"\u00A0\u20031\u3000", "1"},
-        {"\u00851\u2028", "\u00851\u2028"},
-        {"\u200B1", "\u200B1"},  // a format character, not a space
-        {" \x80 ", "\x80"},
-        {"\xE2\x80\x83\x80", "\x80"},
-        {"1\xE2\x80\x83\x80", "1\xE2\x80\x83\x80"},
-    };
-    for (const auto& [input, expected] : cases) {
+    for (const auto& [input, expected] : Rows{
+             {" \t ", ""},
+             {" \t1 2 \t", "1 2"},
+             {" \n1\r\n ", "\n1\r\n"},
+             {"\u00A0\u20031\u3000", "1"},
+             {"\u00851\u2028", "\u00851\u2028"},
+             {"\u200B1", "\u200B1"},  // a format character, not a space
+             {"\xE2\x80\x83\x80", "\x80"},
+             {"1\xE2\x80\x83\x80", "1\xE2\x80\x83\x80"},
+         })
         EXPECT_EQ(trimmed(input), expected) << testing::PrintToString(input);
-    }
 }
 
 TEST(Text, splitsIntoUserPerceivedCharacters) {
     using Characters = std::vector<std::string_view>;
-    EXPECT_EQ(characters(""), Characters{});
     EXPECT_EQ(characters("a\r\n\n"), (Characters{"a", "\r\n", "\n"}));
     EXPECT_EQ(characters("\x80.\u0301+\xE2\x82"), (Characters{"\x80", ".\u0301", "+", "\xE2\x82"}));
     EXPECT_EQ(graphemeCount("🇩🇪🇫🇷\r\n"), 3U);
@@ -75,11 +88,10 @@ TEST(Text, splitsIntoUserPerceivedCharacters) {
 
 TEST(Text, findsNumericCharactersAndDecimalDigits) {
     const struct {
-        std::string_view input;
-        std::string_view numericPrefix;
+        std::string_view input, numericPrefix;
         bool hasNumeric;
         std::optional<std::size_t> decimalDigit;
-    } cases[] = {
+    } rows[] = {
         {"", "", false, std::nullopt},
         {"007b", "007", true, 0},
         {"v1", "", true, 1},
@@ -88,41 +100,28 @@ TEST(Text, findsNumericCharactersAndDecimalDigits) {
         {"é٣", "", true, 2},
         {"é-", "", false, std::nullopt},
         {"1\u0301\u03022x", "1\u0301\u03022", true, 0},  // marks go with their digit
-        {"x\u0301"
-         "1",
-         "", true, 3},
         {"1\x80", "1", true, 0},
-        {"\x80"
-         "7",
-         "", true, 1},
+        {"\2007", "", true, 1},  // a malformed byte, and a seven
     };
-    for (const auto& row : cases) {
+    for (const auto& row : rows) {
         EXPECT_EQ(numericPrefix(row.input), row.numericPrefix) << row.input;
         EXPECT_EQ(containsNumericCharacter(row.input), row.hasNumeric) << row.input;
         EXPECT_EQ(findDecimalDigit(row.input), row.decimalDigit) << row.input;
     }
 }
 
-TEST(Text, lowersCaseWithoutTheUsersLocale) {
+TEST(Text, lowersCaseWithoutTheUsersLocaleAndComposesCanonically) {
     UErrorCode status = U_ZERO_ERROR;
     uloc_setDefault("tr_TR", &status);
-    const TextCase cases[] = {
-        {"BETA@Z[", "beta@z["}, {"Ié", "ié"}, {"İΩЖ", "i\u0307ωж"}, {"A\x80É", "a\uFFFDé"}};
-    for (const auto& [input, expected] : cases)
+    for (const auto& [input, expected] :
+         Rows{{"BETA@Z[", "beta@z["}, {"Ié", "ié"}, {"İΩЖ", "i\u0307ωж"}, {"A\x80É", "a\uFFFDé"}})
         EXPECT_EQ(lowerCased(input), expected) << input;
-}
-
-TEST(Text, composesCanonically) {
     EXPECT_EQ(composed("e\u0301ﬁ"), "éﬁ");
-    // A composition that is longer.
-    EXPECT_EQ(composed("\U0001D160").size(), 12U);
+    EXPECT_EQ(composed("\U0001D160").size(), 12U) << "a composition that is longer";
 }
 
 TEST(Text, countsTerminalColumns) {
-    const struct {
-        std::string_view input;
-        std::size_t expected;
-    } cases[] = {
+    const std::pair<std::string_view, std::size_t> rows[] = {
         {"", 0},
         {"a\tb\n\x7F", 2},
         {"e\u0301…→", 3},
@@ -135,31 +134,26 @@ TEST(Text, countsTerminalColumns) {
         {"\u200B\u200D\u2068", 0},
         {"\x80", 1},
     };
-    for (const auto& [input, expected] : cases)
+    for (const auto& [input, expected] : rows)
         EXPECT_EQ(displayWidth(input), expected) << input;
 }
 
 TEST(NameCollator, ordersNamesByTheFirstLocaleThatTheEnvironmentNames) {
     using Names = std::vector<std::string>;
-    const Names german{"alpha", "Äther", "Beta", "Zed"};
-    const Names swedish{"alpha", "Beta", "Zed", "Äther"};
-    const std::string tooLong(200, 'x');
+    const Names german{"alpha", "Äther", "Beta", "Zed"}, swedish{"alpha", "Beta", "Zed", "Äther"};
     constexpr std::array variables{"LC_ALL", "LC_COLLATE", "LANG"};
-    const struct {
-        std::array<const char*, 3> values;
-        const Names& expected;
-    } cases[] = {
+    const std::pair<std::array<std::string, 3>, const Names&> rows[] = {
         {{"", "", ""}, german},
         {{"sv_SE.UTF-8", "de_DE", "de_DE"}, swedish},
         {{"", "sv_SE", "de_DE"}, swedish},
         {{"", "", "sv_SE.UTF-8@euro"}, swedish},
         {{"C.UTF-8", "sv_SE", "sv_SE"}, german},
         {{"", "no such locale", "sv_SE"}, german},
-        {{tooLong.c_str(), "sv_SE", "sv_SE"}, german},
+        {{std::string(200, 'x'), "sv_SE", "sv_SE"}, german},
     };
-    for (const auto& [values, expected] : cases) {
+    for (const auto& [values, expected] : rows) {
         for (std::size_t index = 0; index < variables.size(); ++index)
-            setenv(variables[index], values[index], 1);
+            setenv(variables[index], values[index].c_str(), 1);
         const NameCollator collator(userLocale());
         Names names{"Zed", "Äther", "alpha", "Beta"};
         std::ranges::sort(names, {}, [&](const auto& name) { return collator.sortKey(name); });
@@ -177,10 +171,8 @@ TEST(NameCollator, ignoresCaseButNotAccents) {
     EXPECT_LT(collator.sortKey("resume"), collator.sortKey("résumé"));
     EXPECT_LT(collator.sortKey(""), collator.sortKey("a"));
     EXPECT_EQ(collator.sortKey("\xFF"), collator.sortKey("\uFFFD"));
-    // A key far longer than its name is whole.
-    std::string name;
-    for (int count = 0; count < 50; ++count)
-        name += "\uFDFA";  // one letter that sorts as 18
+    // One letter that sorts as 18: a key far longer than its name is whole.
+    const auto name = repeated(50, "\uFDFA");
     EXPECT_LT(collator.sortKey(name + "a"), collator.sortKey(name + "b"));
 }
 

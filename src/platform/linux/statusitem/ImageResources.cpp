@@ -13,17 +13,14 @@ constexpr std::string_view templateEnding = "Template";
 
 }  // namespace
 
-ImageResources::ImageResources(std::span<const EmbeddedPicture> pictures) : pictures(pictures) {}
-
 std::optional<Image> ImageResources::imageNamed(const std::string& name) const {
+    const auto pictures = embeddedPictures();
     const auto found = std::ranges::find(pictures, name, &EmbeddedPicture::name);
     if (found == pictures.end()) return std::nullopt;
 
     Image image;
-    for (const auto png : found->pngs) {
-        if (auto bitmap = decodedPng(png)) image.bitmaps.push_back(std::move(*bitmap));
-    }
-    if (image.bitmaps.empty()) return std::nullopt;
+    for (const auto png : found->pngs)
+        image.bitmaps.push_back(decodedPng(png).value());
     image.size = image.bitmaps.front().width;
     image.isTemplate = name.ends_with(templateEnding);
     if (image.isTemplate) image.themeName = statusThemeName;

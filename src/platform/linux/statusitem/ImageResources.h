@@ -24,16 +24,10 @@ std::span<const EmbeddedPicture> embeddedPictures();
 /// between two times nothing is kept.
 class ImageResources : public ImageCatalog {
 public:
-    explicit ImageResources(std::span<const EmbeddedPicture> pictures = embeddedPictures());
-
-    /// The pixels are those of the coloured style, and their alpha is the template's shape. Bitmaps that
-    /// cannot be decoded are left out.
+    /// The pixels are those of the coloured style, and their alpha is the template's shape.
     std::optional<Image> imageNamed(const std::string& name) const override;
     /// Always none: this platform has no pictures of its own that every desktop could show.
     std::optional<Image> systemSymbol(const std::string& name) const override;
-
-private:
-    std::span<const EmbeddedPicture> pictures;
 };
 
 }  // namespace quorvel

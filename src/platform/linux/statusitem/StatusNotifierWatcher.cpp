@@ -1,6 +1,7 @@
 #include "platform/linux/statusitem/StatusNotifierWatcher.h"
 
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "platform/Weakly.h"
@@ -55,34 +56,24 @@ int StatusNotifierWatcher::ownerChanged(sd_bus_message* signal) {
 
 void StatusNotifierWatcher::askForHosts() {
     if (!hostsChanged) return;
-    BusMessage call;
-    require(sd_bus_message_new_method_call(bus.connection(), OutPtr(call), name, path,
-                                           "org.freedesktop.DBus.Properties", "Get"));
-    require(sd_bus_message_append(call.get(), "ss", name, "IsStatusNotifierHostRegistered"));
-    require(sd_bus_message_set_auto_start(call.get(), 0));
-    require(sd_bus_call_async(bus.connection(), OutPtr(answerSlot), call.get(),
-                              busCall<&StatusNotifierWatcher::answered>, this, 0));
+    require(sd_bus_call_method_async(
+        bus.connection(), OutPtr(answerSlot), name, path, "org.freedesktop.DBus.Properties", "Get",
+        busCall<&StatusNotifierWatcher::answered>, this, "ss", name, "IsStatusNotifierHostRegistered"));
 }
 
 /// A watcher that does not know the question hosts its items itself.
 int StatusNotifierWatcher::answered(sd_bus_message* reply) {
-    int isRegistered = 1;
-    if (const auto* const error = sd_bus_message_get_error(reply)) {
-        const bool isThere =
-            sd_bus_error_has_names(error, SD_BUS_ERROR_SERVICE_UNKNOWN, SD_BUS_ERROR_NAME_HAS_NO_OWNER,
-                                   SD_BUS_ERROR_NO_REPLY) == 0;
-        report(isThere);
-    } else {
-        require(sd_bus_message_read(reply, "v", "b", &isRegistered));
-        report(isRegistered != 0);
-    }
+    const auto* const error = sd_bus_message_get_error(reply);
+    int areThere = sd_bus_error_has_names(error, SD_BUS_ERROR_SERVICE_UNKNOWN, SD_BUS_ERROR_NAME_HAS_NO_OWNER,
+                                          SD_BUS_ERROR_NO_REPLY) == 0;
+    if (!error) require(sd_bus_message_read(reply, "v", "b", &areThere));
+    report(areThere != 0);
     return 0;
 }
 
 int StatusNotifierWatcher::signalled(sd_bus_message* signal) {
-    if (sd_bus_message_is_signal(signal, nullptr, "StatusNotifierHostRegistered") > 0 ||
-        sd_bus_message_is_signal(signal, nullptr, "StatusNotifierHostUnregistered") > 0)
-        askForHosts();
+    const std::string_view member = sd_bus_message_get_member(signal);
+    if (member == "StatusNotifierHostRegistered" || member == "StatusNotifierHostUnregistered") askForHosts();
     return 0;
 }
 

@@ -12,28 +12,12 @@
 #include "platform/linux/desktop/DesktopWorkspace.h"
 #include "platform/linux/desktop/RunningInstance.h"
 #include "platform/posix/process/DetachedProgram.h"
-#include "support/FakePanel.h"
-#include "support/PrivateBus.h"
+#include "support/BusFixture.h"
 
 namespace quorvel {
 namespace {
 
 using Texts = std::vector<std::string>;
-
-/// The program's side and a desktop's, in one loop on a bus of their own.
-class DesktopTest : public testing::Test {
-protected:
-    void SetUp() override {
-        if (!daemon.reasonToSkip().empty()) GTEST_SKIP() << daemon.reasonToSkip();
-        ASSERT_TRUE(bus.connect());
-        desktop = std::make_unique<FakePanel>(queue);
-    }
-
-    PrivateBus daemon;
-    EventQueue queue;
-    SessionBus bus{queue};
-    std::unique_ptr<FakePanel> desktop;
-};
 
 /// The portal and the file manager of a desktop.
 class FakeServices {
@@ -83,6 +67,8 @@ const std::string trickyFile = "/srv/$(touch x)/-n \"q\" 'r' `b`;&\nöä/A%20.ap
 const std::string trickyURL =
     "file:///srv/%24%28touch%20x%29/-n%20%22q%22%20%27r%27%20%60b%60%3B%26%0A%C3%B6%C3%A4/A%2520.app";
 
+using DesktopTest = BusFixture;
+
 TEST_F(DesktopTest, opensByThePortalAndTheFileManagerOrElseStartsAnOpener) {
     std::vector<Texts> started;
     const auto start = [&](const auto& arguments) { started.push_back(arguments); };
@@ -101,7 +87,7 @@ TEST_F(DesktopTest, opensByThePortalAndTheFileManagerOrElseStartsAnOpener) {
     EXPECT_TRUE(runUntil(queue, [&] { return started.size() >= 2; }));
     EXPECT_EQ(started, openers) << "nobody answers";
 
-    FakeServices services(desktop->connection());
+    FakeServices services(panel->connection());
     openBoth(bus);
     ASSERT_TRUE(runUntil(queue, [&] { return services.calls.size() == 2; }));
     EXPECT_EQ(services.calls, (Texts{address, trickyURL}));
@@ -127,10 +113,10 @@ TEST(DetachedProgram, handsEachArgumentOverAsItIsAndLeavesNoZombie) {
     EXPECT_EQ(errno, ECHILD);
 }
 
-class RunningInstanceTest : public DesktopTest {
+class RunningInstanceTest : public BusFixture {
 protected:
     void SetUp() override {
-        DesktopTest::SetUp();
+        BusFixture::SetUp();
         if (IsSkipped()) return;
         ASSERT_EQ(first.claim(), RunningInstance::Claim::first);
         first.onRequest([this](const RunningInstance::Request& request) {
@@ -165,8 +151,8 @@ TEST_F(RunningInstanceTest, handlesWhatASecondStartAsksFor) {
 /// Desktops differ in what they send and may send anything.
 TEST_F(RunningInstanceTest, findsTheTokenAmongWhatADesktopSends) {
     const auto ask = [&](const char* method, const char* types, auto... arguments) {
-        return desktop->call(busName, "/com/example/Program", "org.freedesktop.Application", method, types,
-                             arguments...);
+        return panel->call(busName, "/com/example/Program", "org.freedesktop.Application", method, types,
+                           arguments...);
     };
     const char *token = "activation-token", *older = "desktop-startup-id";
     EXPECT_EQ(ask("Activate", "a{sv}", 0), "");

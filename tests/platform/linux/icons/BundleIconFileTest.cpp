@@ -25,11 +25,7 @@ protected:
     /// What the file holds that is opened for the bundle; "none" when none is.
     std::string opened() const {
         const auto file = openIconFile({bundle});
-        if (!file) return "none";
-        std::string content(300, '\0');
-        const auto count = read(file.get(), content.data(), content.size());
-        content.resize(count < 0 ? 0 : static_cast<std::size_t>(count));
-        return content;
+        return file ? TemporaryFolder::contentOf("/proc/self/fd/" + std::to_string(file.get())) : "none";
     }
 
     TemporaryFolder folder;

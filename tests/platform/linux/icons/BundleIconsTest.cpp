@@ -6,9 +6,9 @@
 
 #include "platform/linux/icons/BundleIcons.h"
 #include "platform/linux/icons/Png.h"
-#include "support/FakePanel.h"
+#include "support/EventLoop.h"
 #include "support/IconSamples.h"
-#include "support/TemporaryFolder.h"
+#include "support/Texts.h"
 
 namespace quorvel {
 namespace {
@@ -22,7 +22,7 @@ protected:
     void SetUp() override { complaints = std::cerr.rdbuf(said.rdbuf()); }
     void TearDown() override {
         icons.reset();
-        EXPECT_TRUE(comesTrue([] { return !hasChild(); })) << "a decoder outlives the program";
+        EXPECT_TRUE(comesTrue([] { return childProcess() < 0; })) << "a decoder outlives the program";
         std::cerr.rdbuf(complaints);
     }
 
@@ -61,17 +61,6 @@ protected:
     int timesSaid(const std::string& text) const { return countIn(said.str(), text); }
     int timesReceived(const std::string& line) const { return countIn(folder.read("received"), line + '\n'); }
 
-    static int countIn(const std::string& all, const std::string& text) {
-        int count = 0;
-        for (auto at = all.find(text); at != std::string::npos; at = all.find(text, at + 1))
-            ++count;
-        return count;
-    }
-    static bool hasChild() {
-        const auto self = std::to_string(getpid());
-        return !TemporaryFolder::contentOf("/proc/" + self + "/task/" + self + "/children").empty();
-    }
-
     TemporaryFolder folder;
     EventQueue queue;
     std::ostringstream said;
@@ -98,7 +87,8 @@ TEST_F(BundleIconsTest, decodesWhatIsListedAndKeepsNoDecoderAfterwards) {
     }
     for (const char* none : {"Cut.app", "Missing.app", "Unlisted.app"})
         EXPECT_FALSE(icons->pngFor({folder.path / none})) << none;
-    EXPECT_TRUE(comesTrue([] { return !hasChild(); })) << "a decoder stays though nothing is to decode";
+    EXPECT_TRUE(comesTrue([] { return childProcess() < 0; }))
+        << "a decoder stays though nothing is to decode";
     EXPECT_EQ(said.str(), "");
 }
 
@@ -124,21 +114,16 @@ TEST_F(BundleIconsTest, aFileThatCrashesItsDecoderHasNoPictureAndIsGivenToNoOthe
 }
 
 TEST_F(BundleIconsTest, withoutADecoderThereAreNoPicturesAndTheNextListTriesAnew) {
-    struct Row {
-        Lines command;
-        const char* reason;
-        milliseconds startTimeout = milliseconds(60'000);
-    };
     const auto fake = [&](const char* start) { return Lines{FAKE_DECODER, folder.path.string(), start}; };
-    const Row rows[] = {{fake("die"), "It ended."},
-                        {fake("picture"), "It broke the protocol."},
-                        {fake("hang"), "It did not answer in time.", milliseconds(1)},
-                        {{SOURCE_ROOT "/none"}, "did not start"}};
+    const std::pair<Lines, const char*> rows[] = {{fake("die"), "It ended."},
+                                                  {fake("picture"), Worker::protocolBroken},
+                                                  {fake("hang"), "It did not answer in time."},
+                                                  {{SOURCE_ROOT "/none"}, "did not start"}};
     add("1.app", "picture");
     add("2.app", "picture");
-    for (const auto& [command, reason, startTimeout] : rows) {
+    for (const auto& [command, reason] : rows) {
         IconLimits limits;
-        limits.startTimeout = startTimeout;
+        if (command.back() == "hang") limits.startTimeout = milliseconds(1);
         open(command, limits);
         list({"1.app", "2.app"});
         ASSERT_TRUE(comesTrue([&] { return timesSaid(reason) == 1; })) << reason << said.str();

@@ -17,8 +17,7 @@ void obey(const std::string& text) {
     if (text == "hang") pause();
     if (text == "unknown") send({static_cast<Answer::Kind>('?'), {}});
     if (text == "ready") send({Answer::Kind::ready, {}});
-    if (text == "twice") send({Answer::Kind::none, {}});
-    if (text.starts_with("picture") || text == "twice") send({Answer::Kind::picture, {}});
+    if (text.starts_with("picture")) send({Answer::Kind::picture, {}});
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <memory>
 #include <sstream>
@@ -8,8 +7,8 @@
 #include <vector>
 
 #include "platform/linux/painter/PainterChannel.h"
-#include "support/FakePanel.h"
-#include "support/TemporaryFolder.h"
+#include "support/EventLoop.h"
+#include "support/Texts.h"
 
 namespace quorvel {
 
@@ -18,14 +17,10 @@ using Lines = std::vector<std::string>;
 /// Notes down what a window reports.
 struct WindowLog final : WindowDelegate {
     void buttonPressed(const std::string& title) override { pressed.push_back(title); }
-    TableRows tableRows() override {
-        ++timesAsked;
-        return rows;
-    }
+    TableRows tableRows() override { return rows; }
 
     Lines pressed;
     TableRows rows;
-    int timesAsked = 0;
 };
 
 /// A channel to painters that are shell scripts, one for each start.
@@ -43,12 +38,12 @@ protected:
 
     void open(const Lines& scripts, const PainterLimits& limits = {}) {
         channel.reset();
-        for (const auto& entry : std::filesystem::directory_iterator(folder.path))
-            std::filesystem::remove(entry);
+        for (const char* const log : {"started", "received"})
+            folder.write(log, "");
         for (std::size_t index = 0; index < scripts.size(); ++index)
             folder.write(std::to_string(index), scripts[index]);
         const std::string program = R"(
-            n=0; while [ -e "$0/started$n" ]; do n=$((n+1)); done; : >"$0/started$n"
+            n=$(wc -l <"$0/started"); echo >>"$0/started"
             say() { printf '%s\n' "$1" >&0; }
             await() {
                 while IFS= read -r line; do
@@ -60,12 +55,7 @@ protected:
         channel = std::make_unique<PainterChannel>(
             queue, Lines{"/bin/sh", "-c", program, folder.path.string()}, limits);
     }
-    int starts() const {
-        int count = 0;
-        while (std::filesystem::exists(folder.path / ("started" + std::to_string(count))))
-            ++count;
-        return count;
-    }
+    int starts() const { return countIn(folder.read("started"), "\n"); }
 
     /// The types of all that the painters were sent, in order.
     std::string received() const {
@@ -75,13 +65,7 @@ protected:
             types += line.substr(2, line.find('"', 2) - 2) + ' ';
         return types;
     }
-    int countOf(const std::string& text) const {
-        const std::string all = folder.read("received");
-        int count = 0;
-        for (auto at = all.find(text); at != all.npos; at = all.find(text, at + 1))
-            ++count;
-        return count;
-    }
+    int countOf(const std::string& text) const { return countIn(folder.read("received"), text); }
 
     std::unique_ptr<Window> makeLog() {
         return channel->makeWindow({"Error Log", 600, 400, true, {TextView{{}, {}, 8, "first"}}}, delegate);
@@ -91,27 +75,8 @@ protected:
     void waitForPresses(std::size_t count) {
         waitFor([&] { return delegate->pressed.size() >= count; });
     }
-    /// Until all has been handled that was posted or came before; a message takes a few turns of the loop.
-    void waitForTurn() {
-        int turns = 0;
-        const std::function<void()> next = [&] {
-            if (++turns < 40) queue.post(next);
-        };
-        queue.post(next);
-        waitFor([&] { return turns == 40; });
-    }
     void waitForNoChild() {
-        waitFor([] { return child() < 0; });
-    }
-
-    /// The only painter; -1 when there is none.
-    static int child() {
-        const auto self = std::to_string(getpid());
-        std::istringstream children(
-            TemporaryFolder::contentOf("/proc/" + self + "/task/" + self + "/children"));
-        int found = -1;
-        children >> found;
-        return found;
+        waitFor([] { return childProcess() < 0; });
     }
 
     TemporaryFolder folder;

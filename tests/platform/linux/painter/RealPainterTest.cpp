@@ -25,7 +25,7 @@ protected:
     }
 };
 
-TEST_F(RealPainterTest, staysWhileAWindowIsOpenAndEndsAfterTheLastOne) {
+TEST_F(RealPainterTest, staysWhileAWindowIsOpenAndEndsAfterTheLastOneOrWithTheProgram) {
     auto text = makeLog();
     auto table = channel->makeWindow(
         {"Ignored", 480, 320, true, {TableView{{0, 44, 480, 276}, 20, {}, {{"name", "App Name", 280}}}}},
@@ -33,23 +33,18 @@ TEST_F(RealPainterTest, staysWhileAWindowIsOpenAndEndsAfterTheLastOne) {
     delegate->rows = {{"name"}};
     text->show();
     waitForPainter();
-    const int painter = child();
+    const int painter = childProcess();
     table->show();
     table->reloadTable();
     text->setText("second");
     waitForPainter();
     text.reset();
     waitForPainter();
-    EXPECT_EQ(child(), painter) << "one painter did all this";
+    EXPECT_EQ(childProcess(), painter) << "one painter did all this";
     table.reset();
     waitForNoChild();
-}
-
-TEST_F(RealPainterTest, endsWithTheProgram) {
     channel->runAlert("message", "<b>more</b>", [] {});
     waitForPainter();
-    channel.reset();
-    waitForNoChild();
 }
 
 TEST_F(RealPainterTest, withoutADisplayAnAlertIsDismissedAtOnce) {

@@ -3,8 +3,7 @@
 #include <stdlib.h>
 
 #include "platform/linux/process/Worker.h"
-#include "support/FakePanel.h"
-#include "support/TemporaryFolder.h"
+#include "support/EventLoop.h"
 
 namespace quorvel {
 namespace {
@@ -15,10 +14,7 @@ using Lines = std::vector<std::string>;
 /// Workers that are shell scripts; a message is a line.
 class WorkerTest : public testing::Test {
 protected:
-    std::expected<std::shared_ptr<Worker>, std::string> start(const std::string& program,
-                                                              const Lines& arguments) {
-        Lines command{program};
-        command.insert(command.end(), arguments.begin(), arguments.end());
+    std::expected<std::shared_ptr<Worker>, std::string> start(const Lines& command) {
         const Worker::Settings settings{
             .command = command,
             .passesOn = [](std::string_view variable) { return !variable.starts_with("SECRET="); },
@@ -36,17 +32,14 @@ protected:
     void run(const std::string& script) {
         messages.clear();
         reasons.clear();
-        worker = start("/bin/sh", {"-c", script}).value();
+        worker = start({"/bin/sh", "-c", script}).value();
     }
-    /// Until the worker has ended and is reaped.
-    void finish(std::size_t reasonCount = 1) {
-        ASSERT_TRUE(runUntil(queue, [&] { return reasons.size() >= reasonCount && !hasChild(); }));
-        EXPECT_EQ(reasons.size(), reasonCount);
-    }
-
-    static bool hasChild() {
-        const auto self = std::to_string(getpid());
-        return !TemporaryFolder::contentOf("/proc/" + self + "/task/" + self + "/children").empty();
+    /// Until the worker is reaped: what it said, and why it ended.
+    void expectEnd(const Lines& expectedMessages, const Lines& expectedReasons) {
+        ASSERT_TRUE(
+            runUntil(queue, [&] { return reasons.size() >= expectedReasons.size() && childProcess() < 0; }));
+        EXPECT_EQ(messages, expectedMessages);
+        EXPECT_EQ(reasons, expectedReasons);
     }
 
     EventQueue queue;
@@ -60,77 +53,63 @@ TEST_F(WorkerTest, bringsEachMessageAndThenTheReasonOfItsEnd) {
     struct Row {
         std::string script;
         Lines messages;
-        const char* reason;
+        const char* reason = "It ended.";
     };
-    const std::string longest(99, 'x'), stays = "exec sleep 1000";
+    const std::string longest(99, 'x');
     const Row rows[] = {
-        {"printf 'one\\ntwo\\nthr' >&0", {"one\n", "two\n"}, "It ended."},
-        {"printf one >&0; printf '\\n' >&0; kill -9 $$", {"one\n"}, "It ended."},
-        {"read word; echo $word >&0", {"word\n"}, "It ended."},
-        {"echo $SECRET$PUBLIC >&0", {"public\n"}, "It ended."},
-        {"grep -c 'SigBlk:.0*$' /proc/self/status >&0", {"1\n"}, "It ended."},
-        {"printf " + longest + "x >&0; echo >&0", {longest + "x\n"}, "It ended."},
-        {"printf " + longest + "xx >&0; " + stays, {}, Worker::protocolBroken},
+        {"printf 'one\\ntwo\\nthr' >&0", {"one\n", "two\n"}},
+        {"printf one >&0; printf '\\n' >&0; kill -9 $$", {"one\n"}},
+        {"read word; echo $word >&0", {"word\n"}},
+        {"echo $SECRET$PUBLIC >&0", {"public\n"}},
+        {"grep -c 'SigBlk:.0*$' /proc/self/status >&0", {"1\n"}},
+        {"printf " + longest + "x >&0; echo >&0", {longest + "x\n"}},
+        {"printf " + longest + "xx >&0; exec sleep 1000", {}, Worker::protocolBroken},
     };
     queue.onSignal(SIGUSR1, [] {});  // which the main queue blocks, and a worker does not
     setenv("SECRET", "secret", 1);
     setenv("PUBLIC", "public", 1);
     for (const auto& [script, expected, reason] : rows) {
+        SCOPED_TRACE(script);
         run(script);
         worker->send("word\n");
         worker->send("word\n");
-        finish();
-        EXPECT_EQ(messages, expected) << script;
-        EXPECT_EQ(reasons, Lines{reason}) << script;
+        expectEnd(expected, {reason});
         worker->send("nobody reads this\n");
         EXPECT_FALSE(worker->sendFile(0));
     }
+    EXPECT_EQ(start({SOURCE_ROOT "/none"}).error(),
+              "Could not start " SOURCE_ROOT "/none: No such file or directory.");
 }
 
 TEST_F(WorkerTest, endsAWorkerThatIsLateOrDoesNotRead) {
     startTimeout = milliseconds(1);
     run("exec sleep 1000");
-    finish();
-    EXPECT_EQ(reasons, Lines{"It did not answer in time."});
+    expectEnd({}, {"It did not answer in time."});
 
     startTimeout = milliseconds(60'000);
     andThen = [this] { worker->expectMessage(milliseconds(1)); };
     run("echo one >&0; exec sleep 1000");
-    finish();
-    EXPECT_EQ(reasons, Lines{"It did not answer in time."});
-    EXPECT_EQ(messages, Lines{"one\n"});
+    expectEnd({"one\n"}, {"It did not answer in time."});
 
     andThen = nullptr;
     run("exec sleep 1000");
     for (int count = 0; count < 4; ++count)
         worker->send(std::string(500'000, 'x'));
-    finish();
-    EXPECT_EQ(reasons, Lines{"It does not read its messages."});
-}
+    expectEnd({}, {"It does not read its messages."});
 
-TEST_F(WorkerTest, sendsAllThatAWorkerIsSlowToRead) {
     run("exec 3<&0; head -c 900000 <&3 | wc -c >&3");
     worker->send(std::string(900'000, 'x'));
-    finish();
-    EXPECT_EQ(messages, Lines{"900000\n"});
+    expectEnd({"900000\n"}, {"It ended."});
 }
 
 TEST_F(WorkerTest, hearsNothingMoreOfAWorkerThatWasEndedOrLetGo) {
     andThen = [this] { worker->end("Enough."); };
     run("printf 'one\\ntwo\\n' >&0; exec sleep 1000");
-    finish();
-    EXPECT_EQ(messages, Lines{"one\n"});
-    EXPECT_EQ(reasons, Lines{"Enough."});
+    expectEnd({"one\n"}, {"Enough."});
 
     andThen = [this] { worker.reset(); };
     run("printf 'one\\ntwo\\n' >&0; read end");
-    finish(0);
-    EXPECT_EQ(messages, Lines{"one\n"});
-}
-
-TEST_F(WorkerTest, saysWhatCouldNotBeStarted) {
-    EXPECT_EQ(start(SOURCE_ROOT "/none", {}).error(),
-              "Could not start " SOURCE_ROOT "/none: No such file or directory.");
+    expectEnd({"one\n"}, {});
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <utility>
@@ -17,9 +18,8 @@ struct FakeTrayItem final : TrayItem {
     void setImage(const Image& newImage) override { image = newImage; }
     void setToolTip(const std::string& text) override { toolTip = text; }
     void setMenu(std::shared_ptr<const Menu> newMenu) override { menu = std::move(newMenu); }
-
     void show(std::function<void()> onMissing) override {
-        shows.push_back(queue->now);
+        shows.push_back(std::chrono::duration_cast<std::chrono::seconds>(queue->now).count());
         isShown = hasTray;
         missing = std::move(onMissing);
         if (!hasTray) queue->post(missing);
@@ -30,12 +30,12 @@ struct FakeTrayItem final : TrayItem {
     }
 
     void lose() {
-        if (isShown) queue->post(missing);
-        isShown = false;
+        if (std::exchange(isShown, false)) queue->post(missing);
     }
 
     FakeQueue* queue;
-    std::vector<FakeQueue::Duration> shows;
+    /// In seconds.
+    std::vector<long> shows;
     bool hasTray = false;
     bool isShown = false;
     int hides = 0;

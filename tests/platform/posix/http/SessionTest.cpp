@@ -1,4 +1,5 @@
 #include <atomic>
+#include <functional>
 #include <future>
 #include <memory>
 #include <thread>
@@ -10,43 +11,34 @@ namespace {
 
 const Reply silent{.pieces = {}, .then = Then::stall};
 
-TEST(Session, completesEachRequestOnceOnItsOwnThread) {
-    constexpr int count = 40;
-    std::vector<Reply> script(count, ScriptedServer::answer("{}"));
-    ScriptedServer server(script);
+TEST(Session, completesEachRequestOnceOnItsOwnThreadAlsoThatOfACompletion) {
+    constexpr int first = 20, count = 2 * first;
+    ScriptedServer server(std::vector<Reply>(count, ScriptedServer::answer("{}")));
     std::vector<std::atomic<int>> completions(count);
-    std::atomic<int> elsewhere = 0;
     CurlSession session;
+    const std::function<void(int)> send = [&](int index) {
+        const bool isFirst = index < first;
+        session.dataTask(post(server.url("/")), [&, isFirst, index, caller = std::this_thread::get_id()](
+                                                    const HttpOutcome& outcome) {
+            const bool isElsewhere = std::this_thread::get_id() != caller;
+            if (text(outcome) == "200 {}" && isElsewhere == isFirst)
+                ++completions[static_cast<std::size_t>(index)];
+            if (isFirst) send(index + first);
+        });
+    };
     {
         std::vector<std::future<void>> callers;
         for (int caller = 0; caller < 4; ++caller) {
             callers.push_back(std::async(std::launch::async, [&, caller] {
-                for (int index = caller; index < count; index += 4) {
-                    const auto self = std::this_thread::get_id();
-                    session.dataTask(post(server.url("/")), [&, index, self](HttpOutcome outcome) {
-                        if (text(outcome) == "200 {}") ++completions[static_cast<std::size_t>(index)];
-                        if (std::this_thread::get_id() != self) ++elsewhere;
-                    });
-                }
+                for (int index = caller; index < first; index += 4)
+                    send(index);
             }));
         }
     }
     EXPECT_TRUE(session.finish(std::chrono::seconds(30)));
-    for (int index = 0; index < count; ++index)
-        EXPECT_EQ(completions[static_cast<std::size_t>(index)], 1) << index;
-    EXPECT_EQ(elsewhere, count);
-    EXPECT_EQ(server.requests().size(), static_cast<std::size_t>(count));
-}
-
-TEST(Session, takesARequestFromACompletion) {
-    ScriptedServer server({ScriptedServer::answer("1"), ScriptedServer::answer("2")});
-    std::string second;
-    CurlSession session;
-    session.dataTask(post(server.url("/")), [&](const HttpOutcome&) {
-        session.dataTask(post(server.url("/")), [&](const HttpOutcome& outcome) { second = text(outcome); });
-    });
-    EXPECT_TRUE(session.finish(std::chrono::seconds(30)));
-    EXPECT_EQ(second, "200 2");
+    for (const auto& completed : completions)
+        EXPECT_EQ(completed, 1) << "request " << &completed - completions.data();
+    EXPECT_EQ(server.requests().size(), completions.size());
 }
 
 TEST(Session, finishGivesUpAfterItsBound) {

@@ -51,7 +51,7 @@ TEST_F(ThousandChecks, leaveNothingBehind) {
         };
         for (auto number = reported(); number < count; ++number) {
             const auto seen = panel->layoutUpdates.size();
-            choose(panel->menu(item).root.named("Check for Updates"));
+            choose(panel->menu(item).named("Check for Updates"));
             // A menu when the check starts, another when it has ended.
             ASSERT_TRUE(comesTrue([&] { return panel->layoutUpdates.size() >= seen + 2; }));
         }

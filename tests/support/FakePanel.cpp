@@ -160,12 +160,10 @@ std::string FakePanel::property(const std::string& item, const char* name) {
                 name);
 }
 
-ShownMenu FakePanel::menu(const std::string& item) {
+ShownItem FakePanel::menu(const std::string& item) {
     const auto layout = reply(item, "/MenuBar", menuInterface, "GetLayout", "iias", 0, -1, 0);
-    ShownMenu shown;
-    require(sd_bus_message_read(layout.get(), "u", &shown.revision));
-    shown.root = readItem(layout.get());
-    return shown;
+    require(sd_bus_message_skip(layout.get(), "u"));
+    return readItem(layout.get());
 }
 
 bool FakePanel::click(const std::string& item, std::int32_t id, const char* event) {

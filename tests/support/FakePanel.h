@@ -25,11 +25,6 @@ private:
     const ShownItem* find(const std::string& label) const;
 };
 
-struct ShownMenu {
-    std::uint32_t revision = 0;
-    ShownItem root;
-};
-
 /// The watcher and the host of status items on a connection of their own, as a panel has them, in the loop of
 /// the program that it watches.
 class FakePanel {
@@ -64,7 +59,8 @@ public:
     /// A property of the status item.
     std::string property(const std::string& item, const char* name);
 
-    ShownMenu menu(const std::string& item);
+    /// The whole menu of an item.
+    ShownItem menu(const std::string& item);
     /// What a panel sends when the user chooses. False for an error reply.
     bool click(const std::string& item, std::int32_t id, const char* event = "clicked");
 

@@ -45,19 +45,19 @@ void DesktopProgramFixture::start(const Words& before) {
     ASSERT_TRUE(comesTrue([&] { return panel->layoutUpdates.size() > seen; }));
 }
 
-ShownMenu DesktopProgramFixture::menuWhere(const std::function<bool(const ShownItem& root)>& condition) {
-    ShownMenu menu;
+ShownItem DesktopProgramFixture::menuWhere(const std::function<bool(const ShownItem& root)>& condition) {
+    ShownItem menu;
     std::size_t seen = 0;
     do {
         seen = panel->layoutUpdates.size();
         menu = panel->menu(item);
-        if (condition(menu.root)) return menu;
+        if (condition(menu)) return menu;
     } while (comesTrue([&] { return panel->layoutUpdates.size() > seen; }));
     ADD_FAILURE() << "the menu does not come";
     return menu;
 }
 
-ShownMenu DesktopProgramFixture::menuWith(const std::string& label) {
+ShownItem DesktopProgramFixture::menuWith(const std::string& label) {
     SCOPED_TRACE(label);
     return menuWhere([&](const ShownItem& root) { return root.has(label); });
 }

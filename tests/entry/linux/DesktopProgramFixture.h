@@ -36,10 +36,10 @@ protected:
     bool comesTrue(const std::function<bool()>& condition) { return runUntil(queue, condition); }
 
     /// The newest menu once `condition` holds for it, or once it has an item of that label.
-    ShownMenu menuWhere(const std::function<bool(const ShownItem& root)>& condition);
-    ShownMenu menuWith(const std::string& label);
+    ShownItem menuWhere(const std::function<bool(const ShownItem& root)>& condition);
+    ShownItem menuWith(const std::string& label);
     void choose(const ShownItem& chosen) { EXPECT_TRUE(panel->click(item, chosen.id)); }
-    void choose(const std::string& label) { choose(menuWith(label).root.named(label)); }
+    void choose(const std::string& label) { choose(menuWith(label).named(label)); }
 
     /// What the catalog was asked, in order: tracking events by their message, others by their path.
     Words recordedMessages() const;

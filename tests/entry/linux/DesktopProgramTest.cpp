@@ -33,12 +33,11 @@ TEST_F(DesktopProgramTest, fillsTheMenuAtItsFirstLaunchAndKeepsWhatIsChosenThere
     startCatalog();
     start();
     const auto menu = menuWith(found);
-    const auto& updates = menu.root.named(found).children;
+    const auto& updates = menu.named(found).children;
     ASSERT_EQ(updates.size(), 15U);
     EXPECT_EQ(updates.front().properties.at("label"), "Amberleaf (3.1.0 → 3.2.1)");
-    EXPECT_TRUE(
-        comesTrue([&] { return hasOwnIcon(panel->menu(item).root.named("Cobblestone (1.8 → 1.9)")); }));
-    EXPECT_FALSE(hasOwnIcon(panel->menu(item).root.named("Driftmark (418 → 431)"))) << "it has none";
+    EXPECT_TRUE(comesTrue([&] { return hasOwnIcon(panel->menu(item).named("Cobblestone (1.8 → 1.9)")); }));
+    EXPECT_FALSE(hasOwnIcon(panel->menu(item).named("Driftmark (418 → 431)"))) << "it has none";
     // Those after the first may overtake each other on their way.
     ASSERT_TRUE(comesTrue([&] { return recordedMessages().size() >= 5; }));
     auto messages = recordedMessages();
@@ -68,7 +67,7 @@ TEST_F(DesktopProgramTest, fillsTheMenuAtItsFirstLaunchAndKeepsWhatIsChosenThere
     EXPECT_EQ(program->finish().status, 0);
 
     start();
-    EXPECT_TRUE(opensAtLogin(menuWith("New Versions Available (14)").root));
+    EXPECT_TRUE(opensAtLogin(menuWith("New Versions Available (14)")));
     EXPECT_EQ(panel->registrations.size(), 2U);
 }
 
@@ -89,12 +88,12 @@ TEST_F(OfflineProgramTest, saysThatThereIsNoNetworkAndChecksWhenItComes) {
     // An address that leads to this machine too, but does not say so.
     url.replace(url.find("127.0.0.1"), std::string("127.0.0.1").size(), "0.0.0.0");
     start();
-    EXPECT_TRUE(menuWith("No internet connection.").root.has("Last check failed"));
+    EXPECT_TRUE(menuWith("No internet connection.").has("Last check failed"));
     EXPECT_TRUE(recordedMessages().empty());
     NetworkNamespace::ip(
         "link set way up\nlink set out up\naddress replace 192.0.2.1/24 dev way\n"
         "route add default via 192.0.2.2\n");
-    EXPECT_FALSE(menuWith(found).root.has("Last check failed"));
+    EXPECT_FALSE(menuWith(found).has("Last check failed"));
     EXPECT_FALSE(log().contains("No internet connection.")) << "the retry starts the log afresh";
 }
 

@@ -54,11 +54,11 @@ protected:
         panel.come();
         const Process program({PROGRAM_FOLDER "/quorvel", "--data-dir", (folder.path / "panel").string(),
                                "--system-root", SOURCE_ROOT "/demo/system", "--catalog", url});
-        ShownMenu menu;
+        ShownItem menu;
         runUntil(queue, [&] {
-            return !panel.layoutUpdates.empty() && (menu = panel.menu("com.ob.quorvel")).root.has(found);
+            return !panel.layoutUpdates.empty() && (menu = panel.menu("com.ob.quorvel")).has(found);
         });
-        return outline(menu.root);
+        return outline(menu);
     }
 
     MacConfiguration configuration() {

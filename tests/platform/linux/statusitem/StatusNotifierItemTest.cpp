@@ -238,7 +238,7 @@ TEST_F(StatusNotifierItemTest, picturesThatComeLaterAreOneSignal) {
     EXPECT_EQ(panel->signals,
               Texts{"ItemsPropertiesUpdated [(2 [icon-data=[1 2 3]]) (5 [icon-data=[4]])] []"});
     EXPECT_EQ(panel->layoutUpdates.size(), 2U) << "it is still the same menu";
-    EXPECT_EQ(panel->menu(name).root.named("/C.app").properties.at("icon-data"), "[4]");
+    EXPECT_EQ(panel->menu(name).named("/C.app").properties.at("icon-data"), "[4]");
     item.reset();
     icons.come({{"/B.app", {}}});
 }
@@ -257,7 +257,7 @@ TEST_F(StatusNotifierItemTest, runsAChosenItemsActionAfterTheTokenForItAndWhileI
         return actionItem(title, std::move(target));
     };
     item->setMenu(menuOf({noting("other"), submenuItem("sub", {noting("it")})}));
-    const auto root = panel->menu(name).root;
+    const auto root = panel->menu(name);
     EXPECT_TRUE(panel->click(name, root.named("other").id, "hovered"));
     EXPECT_TRUE(panel->click(name, root.named("other").id, "opened"));
     EXPECT_TRUE(panel->click(name, root.named("sub").id));
@@ -267,7 +267,7 @@ TEST_F(StatusNotifierItemTest, runsAChosenItemsActionAfterTheTokenForItAndWhileI
     EXPECT_TRUE(runUntil(queue, [&] { return !happened.empty() && happened.back() != "token"; }));
     EXPECT_EQ(happened, (Texts{"token", "it"}));
     EXPECT_TRUE(chosen.expired());
-    EXPECT_TRUE(panel->menu(name).root.has("new"));
+    EXPECT_TRUE(panel->menu(name).has("new"));
 }
 
 TEST_F(StatusNotifierItemTest, answersTheCallsForItemsThatAreThereAndForStaleOnes) {

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <functional>
 #include <optional>
 #include <random>
 
@@ -106,35 +107,23 @@ protected:
     }
 
     void doSomething() {
-        switch (upTo(12)) {
-            case 0:
-                return chooseItem({"Check for Updates"});
-            case 1:
-                return ignoreAny();
-            case 2:
-                return upTo(3) == 0 ? resetIgnored() : void();
-            case 3:
-                return toggle("Color Icon");
-            case 4:
-                return toggle("Open at Login");
-            case 5:
-                return changePath(isOut ? PathStatus::satisfied : PathStatus::unsatisfied);
-            case 6:
-            case 7:
-                catalog = static_cast<Catalog>(upTo(4));
-                return;
-            case 8:
-                return install(anyName(), upTo(9));
-            case 9:
-                return list(anyName(), upTo(9));
-            case 10:
-                std::filesystem::remove(instanceStore.url);
-                return;
-            case 11:
-                return chooseItem({"Settings", "Show Error Log"});
-            default:
-                return queue.advance(std::chrono::seconds(upTo(50)));
-        }
+        const auto changeCatalog = [&] { catalog = static_cast<Catalog>(upTo(4)); };
+        const std::function<void()> deeds[] = {
+            [&] { chooseItem({"Check for Updates"}); },
+            [&] { chooseItem({"Settings", "Show Error Log"}); },
+            [&] { ignoreAny(); },
+            [&] { upTo(3) == 0 ? resetIgnored() : void(); },
+            [&] { toggle("Color Icon"); },
+            [&] { toggle("Open at Login"); },
+            [&] { changePath(isOut ? PathStatus::satisfied : PathStatus::unsatisfied); },
+            changeCatalog,
+            changeCatalog,
+            [&] { install(anyName(), upTo(9)); },
+            [&] { list(anyName(), upTo(9)); },
+            [&] { std::filesystem::remove(instanceStore.url); },
+            [&] { queue.advance(std::chrono::seconds(upTo(50))); },
+        };
+        deeds[static_cast<std::size_t>(upTo(std::size(deeds) - 1))]();
     }
 
     // What must hold

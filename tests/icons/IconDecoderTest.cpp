@@ -95,5 +95,17 @@ TEST(IconDecoderTest, aPictureKeepsItsPlacesAndItsTransparency) {
     EXPECT_EQ(at(14, 29), green) << "no white edge";
 }
 
+TEST(IconDecoderTest, valuesThatArePackedAsTheyAreComeOutAsTheyWentIn) {
+    std::string plane;
+    for (int value = 0; value < side * side; ++value) {
+        if (value % 128 == 0) plane += '\x7F';  // so many and one more follow
+        plane += static_cast<char>(value | 1);
+    }
+    const auto pixels = decoded(iconFile(iconChunk("ic05", "ARGB" + plane + plane + plane + plane)));
+    ASSERT_TRUE(pixels);
+    for (std::size_t byte = 0; byte < pixels->size(); ++byte)
+        ASSERT_EQ((*pixels)[byte], (byte / 4 | 1) & 0xFF) << byte;
+}
+
 }  // namespace
 }  // namespace quorvel::icons

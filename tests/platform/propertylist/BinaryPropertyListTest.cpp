@@ -20,15 +20,6 @@ std::string withRaw(const std::string& raw) {
     return withValue([&](Writer& writer) { return writer.object(raw); });
 }
 
-std::string hexadecimal(const std::string& bytes) {
-    std::string digits;
-    for (const char byte : bytes) {
-        digits += "0123456789ABCDEF"[static_cast<unsigned char>(byte) >> 4];
-        digits += "0123456789ABCDEF"[static_cast<unsigned char>(byte) & 0xF];
-    }
-    return digits;
-}
-
 TEST(BinaryPropertyList, readsTexts) {
     const std::string longText(300, 'x');
     const auto list = [](auto text) { return withValue([&](Writer& writer) { return writer.text(text); }); };
@@ -79,7 +70,7 @@ TEST(BinaryPropertyList, passesOverEveryOtherSoundValue) {
          {"\x00"s, "\x08"s, "\x09"s, "\x10\x01"s, "\x14" + Writer::number(0, 16),
           "\x22" + Writer::number(1, 4), "\x23" + Writer::number(1, 8), "\x33" + Writer::number(1, 8),
           "\x42\xFF\xFF"s, "\x80\x01"s, "\x87" + Writer::number(1, 8), "\xA0"s, "\xD0"s}) {
-        expectTexts({{hexadecimal(raw), withRaw(raw), Texts{none, "after"}}});
+        expectTexts({{testing::PrintToString(raw), withRaw(raw), Texts{none, "after"}}});
     }
     for (const std::string& raw :
          {"\x01"s, "\x0F"s, "\x15" + std::string(32, '\0'), "\x20"s, "\x24" + std::string(16, '\0'), "\x30"s,
@@ -91,7 +82,7 @@ TEST(BinaryPropertyList, passesOverEveryOtherSoundValue) {
           "\xDF\x13" + Writer::number(1ULL << 63, 8),
           // references to what is not there
           "\xA1\xFF"s, "\xD1\xFF\x00"s, "\xD1\x00\xFF"s}) {
-        expectTexts({{hexadecimal(raw), withRaw(raw), refused}});
+        expectTexts({{testing::PrintToString(raw), withRaw(raw), refused}});
     }
     // What would reach into the table of offsets.
     for (const std::string raw : {"\x51", "\x61x", "\x41", "\x10", "\x23xxxxxxx", "\x33xxxxxxx", "\x80",
@@ -100,7 +91,7 @@ TEST(BinaryPropertyList, passesOverEveryOtherSoundValue) {
         const auto key = writer.text("a");
         const auto root = writer.dictionary({{key, 2}});
         writer.object(raw);
-        expectTexts({{hexadecimal(raw), writer.finish(root), refused}});
+        expectTexts({{testing::PrintToString(raw), writer.finish(root), refused}});
     }
 }
 

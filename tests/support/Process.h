@@ -3,7 +3,7 @@
 #include <array>
 #include <csignal>
 #include <fcntl.h>
-#include <poll.h>
+#include <future>
 #include <pty.h>
 #include <spawn.h>
 #include <stdexcept>
@@ -75,22 +75,8 @@ public:
 
     /// Gathers both streams to their ends, then the exit status.
     Result finish() {
-        Result result{};
-        std::array<pollfd, 2> streams{pollfd{out, POLLIN, 0}, pollfd{err, POLLIN, 0}};
-        std::array<std::string*, 2> texts{&result.output, &result.errors};
-        while (streams[0].fd >= 0 || streams[1].fd >= 0) {
-            if (poll(streams.data(), streams.size(), -1) < 0) throw std::runtime_error("poll");
-            for (std::size_t index = 0; index < streams.size(); ++index) {
-                if (streams[index].revents == 0) continue;
-                std::array<char, 4096> buffer{};
-                const auto count = read(streams[index].fd, buffer.data(), buffer.size());
-                if (count <= 0) {
-                    streams[index].fd = -1;
-                } else {
-                    texts[index]->append(buffer.data(), static_cast<std::size_t>(count));
-                }
-            }
-        }
+        auto errors = std::async(std::launch::async, readAll, err);
+        Result result{0, readAll(out), errors.get()};
         int status = 0;
         waitpid(pid, &status, 0);
         pid = 0;
@@ -99,6 +85,14 @@ public:
     }
 
 private:
+    static std::string readAll(int stream) {
+        std::string text;
+        std::array<char, 4096> buffer{};
+        for (ssize_t count; (count = read(stream, buffer.data(), buffer.size())) > 0;)
+            text.append(buffer.data(), static_cast<std::size_t>(count));
+        return text;
+    }
+
     pid_t pid = 0;
     int out = -1, err = -1;
 };

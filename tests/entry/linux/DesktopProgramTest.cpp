@@ -13,7 +13,6 @@ namespace {
 class DesktopProgramTest : public DesktopProgramFixture {
 protected:
     void SetUp() override {
-        if (!daemon.reasonToSkip().empty()) GTEST_SKIP() << daemon.reasonToSkip();
         watchSession();
         panel->come();
     }

@@ -34,8 +34,11 @@ install_missing() {
 }
 
 build_packages=(g++ cmake ninja-build pkg-config ccache libexpat1-dev libicu-dev libcurl4-openssl-dev libssl-dev
-    libsystemd-dev libpng-dev libseccomp-dev librsvg2-bin nlohmann-json3-dev libsimdjson-dev libcpp-httplib-dev ca-certificates qt6-base-dev)
-test_packages=(git libgtest-dev clang-19 gobjc++-12 libgnustep-gui-dev gnustep-back0.29-cairo icnsutils clang-format-19 python3 python3-jsonschema iproute2 dbus xvfb xfce4-panel trayer weston
-    qt6-wayland xdotool xclip imagemagick appstream desktop-file-utils groff-base systemd)
+    libsystemd-dev libpng-dev libseccomp-dev librsvg2-bin nlohmann-json3-dev libsimdjson-dev libcpp-httplib-dev ca-certificates
+    qt6-base-dev)
+test_packages=(git libgtest-dev clang-format-19 python3 python3-jsonschema iproute2 dbus xvfb xfce4-panel trayer weston
+    qt6-wayland xdotool xclip imagemagick appstream desktop-file-utils groff-base systemd
+    clang-19 gobjc++-12 libgnustep-gui-dev gnustep-back0.29-cairo icnsutils
+    ansible-core prometheus prometheus-node-exporter curl)
 # What ./test --all needs besides.
 more_test_packages=(clang-tidy-19 libclang-rt-19-dev libc++-19-dev libc++abi-19-dev googletest)

@@ -8,10 +8,15 @@ _quorvel_check() {
             compopt -o filenames
             return
             ;;
-        --catalog | --os-version | --timeout | --explain | --ignore | --unignore) return ;;
+        --inventory | --prometheus)
+            mapfile -t COMPREPLY < <(compgen -f -- "$current")
+            compopt -o filenames
+            return
+            ;;
+        --host | --catalog | --os-version | --timeout | --explain | --ignore | --unignore) return ;;
     esac
-    local options="--root --system-root --os-version --catalog --timeout --data-dir --all --json --exit-zero
-        --explain --ignore --unignore --show-request --version --help"
+    local options="--root --system-root --os-version --inventory --host --catalog --timeout --data-dir --all --json
+        --json-lines --prometheus --exit-zero --explain --ignore --unignore --show-request --version --help"
     mapfile -t COMPREPLY < <(compgen -W "$options" -- "$current")
 }
 complete -F _quorvel_check quorvel-check

@@ -1,7 +1,6 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include "persistence/ErrorLogger.h"
@@ -55,33 +54,6 @@ TEST_F(FaultsTest, aFullDiskCostsNothingButTheNewContent) {
                            "\nnew\n");
     });
     if (!isRun) GTEST_SKIP();
-}
-
-TEST_F(FaultsTest, aWriteThatRunsOutOfDescriptorsOnItsWayIsDoneOrNotDone) {
-    runInChild([&] {
-        rlimit usual{};
-        getrlimit(RLIMIT_NOFILE, &usual);
-        int firstFree = -1;
-        for (int gap = 0; gap < 32; ++gap)  // below it, nothing is free
-            firstFree = open("/", O_RDONLY | O_CLOEXEC);
-        close(firstFree);
-        // From no descriptor to enough of them, so that each open in turn is the one that fails.
-        std::string done;
-        for (rlim_t more = 0; more <= 4; ++more) {
-            write(false, "");
-            log.resetWithEntry("old");
-            const rlimit tight{static_cast<rlim_t>(firstFree) + more, usual.rlim_max};
-            setrlimit(RLIMIT_NOFILE, &tight);
-            settings.save({.openAtLogin = true, .colorIcon = true});
-            log.resetWithEntry("new");
-            setrlimit(RLIMIT_NOFILE, &usual);
-            const auto content = files();
-            for (const char* const text : {"true,", "true}", "] new\n"})
-                done += content.contains(text) ? '+' : '-';
-            EXPECT_TRUE(content.ends_with("] new\n") || content.ends_with("] old\n")) << content;
-        }
-        EXPECT_EQ(done, "------+++++++++") << "a write needs the folder and the file at once";
-    });
 }
 
 TEST_F(FaultsTest, aFolderThatIsRemovedUnderItsStoresIsMissedByNobody) {

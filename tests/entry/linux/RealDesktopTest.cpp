@@ -143,27 +143,6 @@ TEST_F(RealDesktopTest, itEndsWithItsSessionAndTheNextLoginHasIt) {
         << errors;
 }
 
-TEST_F(RealDesktopTest, aWindowComesBackWhenItsPainterIsKilledAndCopiesTheLog) {
-    start();
-    menuWith(found);
-    choose("Show Error Log");
-    window("Error Log");
-    const pid_t firstPainter = VirtualDesktop::childOf(program->id(), "quorvel-painter");
-    ASSERT_GT(firstPainter, 0);
-    kill(firstPainter, SIGKILL);
-    // The old window outlives its painter by a moment, and the new one may have its number.
-    ASSERT_TRUE(comesTrue([&] {
-        const auto owner = VirtualDesktop::ownerOf(VirtualDesktop::windowNamed("Error Log"));
-        return owner > 0 && owner != firstPainter;
-    }));
-    VirtualDesktop::press(window("Error Log"), {"Tab", "Tab", "space"});
-    EXPECT_TRUE(comesTrue([&] { return run({"xclip", "-o", "-selection", "clipboard"}).output == log(); }));
-    VirtualDesktop::press(window("Error Log"), {"Escape"});
-    EXPECT_TRUE(closes("Error Log"));
-    choose("Quit");
-    EXPECT_EQ(expectProgramToEnd(), "quorvel: The painter is gone. It ended.\n");
-}
-
 TEST_F(RealDesktopTest, anUncaughtExceptionIsLoggedReportedAndShownInAnAlert) {
     // AddressSanitizer insists on being loaded first.
     start({"/usr/bin/env", "LD_PRELOAD=" THROWING_SYNC, "ASAN_OPTIONS=verify_asan_link_order=0",

@@ -17,8 +17,7 @@ namespace quorvel {
 class VirtualDesktop {
 public:
     VirtualDesktop() {
-        for (const char* tool :
-             {"Xvfb", "xfce4-panel", "trayer", "xdotool", "xclip", "import", "weston", "pgrep"}) {
+        for (const char* tool : {"Xvfb", "xfce4-panel", "trayer", "xdotool", "import", "weston", "pgrep"}) {
             if (run({"which", tool}).status != 0) {
                 reason = std::string(tool) + " is not installed";
                 return;
@@ -67,12 +66,9 @@ public:
     }
 
     /// Takes the display from under its programs.
-    void endDisplay() const { kill(childOf(desktop->id(), "Xvfb"), SIGTERM); }
-
-    /// The child that runs the program of this name; 0 when there is none.
-    static pid_t childOf(pid_t parent, const std::string& program) {
-        const auto found = run({"pgrep", "-x", "-P", std::to_string(parent), program}).output;
-        return found.empty() ? 0 : std::stoi(found);
+    void endDisplay() const {
+        const auto server = run({"pgrep", "-x", "-P", std::to_string(desktop->id()), "Xvfb"}).output;
+        kill(std::stoi(server), SIGTERM);
     }
 
     /// The visible window with exactly that title; empty when there is none.
@@ -81,12 +77,6 @@ public:
     }
     /// Any visible window of the painter, an icon in a tray too.
     static std::string paintedWindow() { return windowWith("--class", "^quorvel$"); }
-
-    /// The process that shows the window; 0 when the window is gone.
-    static pid_t ownerOf(const std::string& window) {
-        const auto owner = run({"xdotool", "getwindowpid", window}).output;
-        return owner.empty() ? 0 : std::stoi(owner);
-    }
 
     /// In pixels from the upper left corner of the screen.
     static void click(int x, int y) {

@@ -17,8 +17,6 @@ public:
     }
 
     /// Ends the newest request.
-    void answer(int statusCode, std::string body) { end({std::move(body), statusCode, {}}); }
-    void fail(SessionError error) { end({{}, {}, std::move(error)}); }
     void end(HttpOutcome outcome) { completions.back()(std::move(outcome)); }
 
     std::vector<HttpRequest> requests;

@@ -14,9 +14,13 @@ std::string launchHeader(const std::string& instance, const std::string& version
            "\nOS: macOS 14.5.0\n---\n";
 }
 
-/// The requests of a check of one application that goes well.
-std::string requestsOf(const std::string& trigger, int updates = 0) {
-    return "/apps/auto-match-collection 1\n/qvl/tracking success instance_running trigger=" + trigger +
+const std::string asked = "/apps/auto-match-collection 1\n", checking = "checking\n";
+const std::string noUpdates = "!No Updates Available\n";
+const std::string noConnection = "!Last check failed\n!<No internet connection.>\n";
+
+/// The event at the end of a check of one application that goes well.
+std::string success(const std::string& trigger, int updates = 0) {
+    return "/qvl/tracking success instance_running trigger=" + trigger +
            " apps=1 updates=" + std::to_string(updates) + "\n";
 }
 
@@ -28,17 +32,14 @@ TEST_F(AppDelegateTest, launchShowsTheCheckOnTheIconAndTheResultInTheMenu) {
     SettingsStore(persistence).save({.openAtLogin = true, .colorIcon = true});
     queue.advance(1h);
     launchOnline();
+    EXPECT_EQ(news(), asked + noUpdates + checking);
     EXPECT_EQ(statusBar.itemsMade, 1);
-    EXPECT_TRUE(iconShowsFetching());
-    EXPECT_EQ(statusBar.menusSet, 1);
-    EXPECT_EQ(updatesText(), "!No Updates Available\n");
     EXPECT_EQ(itemAt(*statusBar.menu, {"Settings", "Color Icon"}).state, MenuItem::State::on);
     queue.advance(3470ms);
     settleLaunch();
+    EXPECT_EQ(news(), success("launch", 1) + amberleaf);
     EXPECT_EQ(queue.untilNext(), 6h) << "the timer runs after every outcome";
-    EXPECT_EQ(updatesText(), amberleaf);
     EXPECT_FALSE(statusBar.image.isTemplate);
-    EXPECT_EQ(newRequests(), requestsOf("launch", 1));
     EXPECT_EQ(log(),
               launchHeader("7") +
                   "[1970-01-01T01:00:00Z] Launch started\n---\n[1970-01-01T01:00:03Z] Check completed\n"
@@ -54,8 +55,7 @@ TEST_F(AppDelegateTest, aMachineWithoutApplicationsAsksTheCatalogNothing) {
     launch();
     settleLaunch();
     EXPECT_TRUE(log().contains("Z] Scanner found 0 apps — skipping API call\n---\n")) << log();
-    EXPECT_EQ(newRequests(), "");
-    EXPECT_EQ(updatesText(), "!No Updates Available\n");
+    EXPECT_EQ(news(), noUpdates);
     EXPECT_EQ(queue.untilNext(), 6h);
 }
 
@@ -65,25 +65,20 @@ TEST_F(AppDelegateTest, aLaunchWithoutNetworkRunsAgainWhenTheNetworkReturns) {
     path->report(PathStatus::unsatisfied);
     launch();
     settleLaunch();
+    EXPECT_EQ(news(), noConnection) << "neither scanned nor reported";
     EXPECT_EQ(queue.untilNext(), 6h) << "the timer runs after every outcome";
-    const std::string noConnection = launchHeader("7") + stamp + "Launch started\n---\n" + stamp +
-                                     "No internet connection.\n---\n" + stamp +
-                                     "Launch check completed in 0.00s\n";
-    EXPECT_EQ(log(), noConnection);
-    EXPECT_EQ(updatesText(), "!Last check failed\n!<No internet connection.>\n");
-    EXPECT_EQ(newRequests(), "") << "neither scanned nor reported";
+    const std::string offlineLog = launchHeader("7") + stamp + "Launch started\n---\n" + stamp +
+                                   "No internet connection.\n---\n" + stamp +
+                                   "Launch check completed in 0.00s\n";
+    EXPECT_EQ(log(), offlineLog);
 
     queue.advance(90s);
-    const int menus = statusBar.menusSet;
     path->report(PathStatus::satisfied);
-    EXPECT_EQ(log(), noConnection) << "the monitor's queue touches nothing";
-    EXPECT_FALSE(iconShowsFetching());
+    EXPECT_EQ(news() + log(), offlineLog) << "the monitor's queue touches nothing";
     queue.runUntilIdle();
-    EXPECT_TRUE(iconShowsFetching());
-    EXPECT_EQ(statusBar.menusSet, menus) << "a launch check leaves the menu until its end";
+    EXPECT_EQ(news(), asked + checking) << "a launch check leaves the menu until its end";
     settleLaunch();
-    EXPECT_EQ(newRequests(), requestsOf("launch", 1));
-    EXPECT_EQ(updatesText(), amberleaf);
+    EXPECT_EQ(news(), success("launch", 1) + amberleaf);
     EXPECT_TRUE(log().starts_with(launchHeader("7") + "[1970-01-01T00:01:30Z] Launch started\n"));
     EXPECT_TRUE(log().ends_with("Launch check completed in 90.00s\n")) << "counted from the launch";
 }
@@ -97,43 +92,39 @@ TEST_F(AppDelegateTest, everyTriggerWithoutNetworkAppendsToTheLogAndLeavesOneRet
     for (const auto check : {&AppDelegate::runManualCheck, &AppDelegate::runBackgroundCheck}) {
         (*delegate.*check)();
         settle();
+        EXPECT_EQ(news(), noConnection);
         EXPECT_EQ(log(), expectedLog += "---\n" + stamp + "No internet connection.\n");
     }
     EXPECT_EQ(updatesTitle(), "New Versions Available (1)") << "the last result is still counted";
-    EXPECT_EQ(updatesText(), "!Last check failed\n!<No internet connection.>\n");
-    EXPECT_EQ(newRequests(), "");
     queue.advance(1h);
-    for (const char* const expected : {"one retry", "and no more"}) {
+    for (const auto& expected : {asked + success("launch", 1) + amberleaf, std::string()}) {
         path->report(PathStatus::satisfied);
         settleLaunch();
-        EXPECT_EQ(newRequests(), expected == std::string("one retry") ? requestsOf("launch", 1) : "");
+        EXPECT_EQ(news(), expected) << "one retry";
         path->report(PathStatus::unsatisfied);
     }
-    EXPECT_EQ(updatesText(), amberleaf);
     queue.advance(6h - 1s);
-    EXPECT_FALSE(iconShowsFetching()) << "the retry has restarted the timer";
+    EXPECT_EQ(news(), "") << "the retry has restarted the timer";
 }
 
 TEST_F(AppDelegateTest, aManualCheckIsRefusedWhileOneRuns) {
     addApp("Amberleaf", "1.0");
     launchOnline();
+    news();
     const std::string before = log();
-    const int menus = statusBar.menusSet;
-    newRequests();
     chooseItem({"Check for Updates"});
     EXPECT_TRUE(alerts.shown.empty()) << "the first menu knows of no check";
-    EXPECT_EQ(newRequests() + log(), before);
-    EXPECT_EQ(statusBar.menusSet, menus);
+    EXPECT_EQ(news() + log(), checking + before);
     settleLaunch();
-    newRequests();
+    news();
 
     queue.advance(2h);
     chooseItem({"Check for Updates"});
-    EXPECT_TRUE(iconShowsFetching());
+    EXPECT_EQ(news(), asked + noUpdates + checking);
     chooseItem({"Check for Updates"});
     EXPECT_EQ(alerts.shown, std::vector<std::string>{"Update check is already running.|"});
     settle();
-    EXPECT_EQ(newRequests(), requestsOf("manual"));
+    EXPECT_EQ(news(), success("manual") + noUpdates);
     EXPECT_EQ(queue.untilNext(), 4h) << "a manual check leaves the timer running";
 }
 
@@ -143,20 +134,18 @@ TEST_F(AppDelegateTest, aBackgroundCheckRunsBesideAManualOneAndTheLaterEndWins) 
     queue.advance(6h - 1s);
     chooseItem({"Check for Updates"});
     queue.advance(1s);
-    EXPECT_EQ(newRequests(), "/apps/auto-match-collection 1\n/apps/auto-match-collection 1\n");
+    EXPECT_EQ(news(), asked + asked + noUpdates + checking);
     const auto first = session.completions.size() - 2, second = first + 1;
     answer(second, {500, ""});
-    EXPECT_FALSE(iconShowsFetching());
-    EXPECT_TRUE(updatesText().starts_with("!Last check failed\n"));
+    EXPECT_TRUE(news().contains("\n!Last check failed\n"));
     listInCatalog({{"Amberleaf", "2.0"}});
     answer(first, answerTo(session.requests[first]));
-    EXPECT_EQ(updatesText(), amberleaf);
-    EXPECT_TRUE(newRequests().ends_with("trigger=manual apps=1 updates=1\n"));
+    EXPECT_EQ(news(), success("manual", 1) + amberleaf);
 
     queue.advance(6h);
-    EXPECT_TRUE(iconShowsFetching());
+    EXPECT_EQ(news(), asked + amberleaf + checking);
     settle();
-    EXPECT_EQ(newRequests(), requestsOf("background", 1));
+    EXPECT_EQ(news(), success("background", 1) + amberleaf);
     EXPECT_EQ(queue.untilNext(), 6h);
 }
 
@@ -164,30 +153,30 @@ TEST_F(AppDelegateTest, aFailureOfTheCatalogIsShownLoggedAndReported) {
     addApp("Amberleaf", "1.0");
     const std::string description =
         "Failed to check for updates (scanned 1 apps): Server returned HTTP 500 — overloaded.";
-    const std::string asked = "/apps/auto-match-collection 1\n/qvl/tracking error " + description + "\n";
+    const auto failure =
+        asked + "/qvl/tracking error " + description + "\n!Last check failed\n!<" + description + ">\n";
     failCatalog(500, "overloaded");
     launchOnline();
     settleLaunch();
+    EXPECT_EQ(news(), failure);
     EXPECT_EQ(queue.untilNext(), 6h) << "the timer runs after every outcome";
-    EXPECT_EQ(updatesText(), "!Last check failed\n!<" + description + ">\n");
     const auto beforeReport = launchHeader("7") + stamp + "Launch started\n" + stamp +
                               "Chunk 1/1 failed: Server returned HTTP 500 — overloaded.\n" + stamp +
                               description + "\n";
     EXPECT_EQ(log(), beforeReport + "---\n" + stamp + "Launch check completed in 0.00s\n");
-    EXPECT_EQ(newRequests(), asked);
     const std::string environment = "version: 1.4.2\nos: macOS 14.5.0";
     EXPECT_EQ(backtrace(), environment + "\n---\n" + beforeReport);
     for (const auto check : {&AppDelegate::runManualCheck, &AppDelegate::runBackgroundCheck}) {
         (*delegate.*check)();
         settle();
+        EXPECT_EQ(news(), failure);
         EXPECT_EQ(log(), stamp + description + "\n");
-        EXPECT_EQ(newRequests(), asked);
         EXPECT_EQ(backtrace(), environment + "\n---\n" + log());
     }
     path->report(PathStatus::unsatisfied);
     path->report(PathStatus::satisfied);
     settle();
-    EXPECT_EQ(newRequests(), "") << "no retry but for a lost connection";
+    EXPECT_EQ(news(), "") << "no retry but for a lost connection";
 
     std::filesystem::remove(persistence.appSupportURL / "error.log");
     std::filesystem::create_directories(persistence.appSupportURL / "error.log/in the way");
@@ -198,7 +187,7 @@ TEST_F(AppDelegateTest, aFailureOfTheCatalogIsShownLoggedAndReported) {
     delegate->runManualCheck();
     EXPECT_TRUE(updatesText().starts_with("!Last check failed\n")) << "until the next result";
     settle();
-    EXPECT_EQ(updatesText(), "!No Updates Available\n");
+    EXPECT_EQ(updatesText(), noUpdates);
 }
 
 TEST_F(AppDelegateTest, anUnregisteredInstallationReportsNothing) {

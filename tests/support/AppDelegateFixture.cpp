@@ -78,7 +78,7 @@ void AppDelegateFixture::launchOnline() {
 void AppDelegateFixture::finishLaunch() {
     launchOnline();
     settleLaunch();
-    newRequests();
+    news();
 }
 
 void AppDelegateFixture::addApp(const std::string& name, const std::string& version,
@@ -161,6 +161,7 @@ void AppDelegateFixture::expectAtRest() {
     delegate->rebuildMenu();
     EXPECT_EQ(outline(*shown), menuText());
     statusBar.menu = shown;  // with what its items captured
+    --statusBar.menusSet;
 }
 
 std::string AppDelegateFixture::newRequests() {
@@ -172,6 +173,12 @@ std::string AppDelegateFixture::newRequests() {
             request.url.substr(std::string(baseURL).size()) + (summary.empty() ? "" : " ") + summary + "\n";
     }
     return text;
+}
+
+std::string AppDelegateFixture::news() {
+    std::string text = newRequests();
+    if (std::exchange(menusTold, statusBar.menusSet) != statusBar.menusSet) text += updatesText();
+    return text + (iconShowsFetching() ? "checking\n" : "");
 }
 
 std::string AppDelegateFixture::backtrace() const {

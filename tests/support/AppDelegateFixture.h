@@ -57,6 +57,8 @@ protected:
     void settleLaunch();
     /// The paths of the requests since the last call, a line each, with what their bodies say.
     std::string newRequests();
+    /// The same, then the updates' items if there is a new menu, and whether a check is shown now.
+    std::string news();
     /// What the newest request reports beside its message.
     std::string backtrace() const;
 
@@ -106,6 +108,7 @@ private:
     Versions listed;
     std::size_t answered = 0;
     std::size_t told = 0;
+    int menusTold = 0;
 };
 
 }  // namespace quorvel

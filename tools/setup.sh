@@ -37,7 +37,7 @@ build_packages=(g++ cmake ninja-build pkg-config ccache libexpat1-dev libicu-dev
     libsystemd-dev libpng-dev libseccomp-dev librsvg2-bin nlohmann-json3-dev libsimdjson-dev libcpp-httplib-dev ca-certificates
     qt6-base-dev)
 test_packages=(git libgtest-dev clang-format-19 python3 python3-jsonschema iproute2 dbus xvfb xfce4-panel trayer weston
-    qt6-wayland xdotool xclip imagemagick appstream desktop-file-utils groff-base systemd
+    qt6-wayland xdotool imagemagick appstream desktop-file-utils groff-base systemd
     clang-19 gobjc++-12 libgnustep-gui-dev gnustep-back0.29-cairo icnsutils
     ansible-core prometheus prometheus-node-exporter curl)
 # What ./test --all needs besides.

@@ -21,15 +21,15 @@ inline const std::string catalog = PROGRAM_FOLDER "/quorvel-catalog";
 /// Runs quorvel-check over applications of its own against a sample catalog.
 class CheckProgramTest : public testing::Test {
 protected:
-    void installApp(const std::string& name, const std::string& identifier, const std::string& version,
-                    const std::string& bundleVersion = "") const {
-        folder.write(
-            "Applications/" + name + ".app/Contents/Info.plist",
-            "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>" + identifier +
-                "</string><key>CFBundleShortVersionString</key><string>" + version + "</string>" +
-                (bundleVersion.empty() ? ""
-                                       : "<key>CFBundleVersion</key><string>" + bundleVersion + "</string>") +
-                "</dict></plist>");
+    void installApp(const std::string& name, const std::string& identifier,
+                    const std::string& version) const {
+        const auto entry = [](const std::string& key, const std::string& text) {
+            return "<key>CFBundle" + key + "</key><string>" + text + "</string>";
+        };
+        folder.write("Applications/" + name + ".app/Contents/Info.plist",
+                     "<plist version=\"1.0\"><dict>" + entry("Identifier", identifier) +
+                         entry("ShortVersionString", version) +
+                         (version.empty() ? "" : entry("Version", "7")) + "</dict></plist>");
     }
 
     void installApps(std::size_t count) const {

@@ -166,7 +166,6 @@ TEST_F(CheckProgramTest, ignoresTheVersionOnOfferUntilToldOtherwise) {
 
 TEST_F(CheckProgramTest, explainsHowOneApplicationCameToItsOutcome) {
     installApps(3);
-    installApp("App 0", "com.example.0", "1.0", "7");
     folder.write("Applications/App 1.app/Contents/Info.plist", "no property list");
     installApp("Bare", "com.example.bare", "");
     installApp("Odd", "com.example.0", "-");

@@ -6,7 +6,7 @@ namespace quorvel {
 namespace {
 
 /// What one check asks of the catalog and makes of its answers.
-class UpdateChecksTest : public AppDelegateFixture {
+class UpdateCheckServiceTest : public AppDelegateFixture {
 protected:
     /// Applications whose names are their numbers, all of them in the catalog, in version 2.0.
     void addListedApps(std::size_t count) {
@@ -37,7 +37,7 @@ protected:
     }
 };
 
-TEST_F(UpdateChecksTest, sendTheInventoryInChunksOfTwoHundredWithAPauseBetween) {
+TEST_F(UpdateCheckServiceTest, sendsTheInventoryInChunksOfTwoHundredWithAPauseBetween) {
     const std::string path = "/apps/auto-match-collection ";
     const std::tuple<std::size_t, std::string, std::chrono::milliseconds> rows[] = {
         {200, path + "200\n", std::chrono::milliseconds(0)},
@@ -53,7 +53,7 @@ TEST_F(UpdateChecksTest, sendTheInventoryInChunksOfTwoHundredWithAPauseBetween) 
     }
 }
 
-TEST_F(UpdateChecksTest, surviveFailedChunksAsLongAsOneBringsAMatch) {
+TEST_F(UpdateCheckServiceTest, survivesFailedChunksAsLongAsOneBringsAMatch) {
     const std::string failed =
         "Failed to check for updates (scanned 401 apps): Server returned HTTP 500 — a.";
     const std::string refused =
@@ -89,7 +89,7 @@ TEST_F(UpdateChecksTest, surviveFailedChunksAsLongAsOneBringsAMatch) {
     }
 }
 
-TEST_F(UpdateChecksTest, registerTheInstallationOnceBeforeTheFirst) {
+TEST_F(UpdateCheckServiceTest, registersTheInstallationOnceBeforeTheFirstCheck) {
     addApp("Amberleaf", "1.0");
     std::filesystem::remove(instanceStore.url);
     answers["/qvl/instance"] = {200, R"({"success":false,"error":{"message":"Rate limited"}})"};
@@ -108,7 +108,7 @@ TEST_F(UpdateChecksTest, registerTheInstallationOnceBeforeTheFirst) {
     EXPECT_EQ(instanceStore.load(), 48213);
 }
 
-TEST_F(UpdateChecksTest, listWhatIsNewerInOrderAndCountWhatIsIgnored) {
+TEST_F(UpdateCheckServiceTest, listsWhatIsNewerInOrderAndCountsWhatIsIgnored) {
     for (const char* name : {"zebra", "Apple", "Current", "Stranger"})
         addApp(name, "1.0");
     addApp("Broken", "");

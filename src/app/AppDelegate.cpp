@@ -79,8 +79,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     auto& statusItem = controllers.statusItemController;
     statusItem = std::make_unique<StatusItemController>(platform.statusBar, platform.imageCatalog);
     statusItem->updateIcon(stores.settingsStore.load().colorIcon);
-    // The icon shows the check already; the first menu does not.
-    statusItem->setFetching(true);
+    // The first menu shows no check.
     rebuildMenu();
     runLaunchCheck();
 }

@@ -113,6 +113,13 @@ TEST_F(CheckProgramTest, distinguishesNothingReadFromNothingThere) {
             const auto other = runWith(mode);
             EXPECT_EQ(other.status == 6, status == 6) << mode[0];
             EXPECT_TRUE(status != 6 || other.errors == plain.errors) << mode[0];
+            EXPECT_TRUE(status != 0 ||
+                        (other.output + other.errors).ends_with(" in " + folder.path.string() + "/empty.\n"))
+                << other.output << other.errors;
+            if (mode[0] == "--show-request" && status == 0) {
+                EXPECT_TRUE(
+                    other.output.starts_with("Nothing would be sent: no applications were found in "));
+            }
         }
     }
     for (const char* name : {"locked", "outer/inner"})

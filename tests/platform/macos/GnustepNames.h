@@ -9,6 +9,14 @@
 #define NSBitmapFormatAlphaNonpremultiplied NSAlphaNonpremultipliedBitmapFormat
 using NSWindowStyleMask = NSUInteger;
 
+struct NSOperatingSystemVersion {
+    NSInteger majorVersion, minorVersion, patchVersion;
+};
+
+@interface NSProcessInfo (QVNames)
+- (NSOperatingSystemVersion)operatingSystemVersion;
+@end
+
 @interface NSColor (QVNames)
 + (NSColor*)linkColor;
 @end

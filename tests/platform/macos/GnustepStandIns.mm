@@ -172,3 +172,8 @@ NSMutableArray* itemsOfTheBar() {
 NSArray* quorvel::toolkit::statusItems() {
     return itemsOfTheBar();
 }
+
+/// The free toolkit keeps much to its end.
+extern "C" const char* __lsan_default_suppressions() {
+    return "leak:libgnustep\nleak:libobjc\nleak:libfontconfig\n";
+}

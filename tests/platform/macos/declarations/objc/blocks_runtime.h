@@ -1,0 +1,3 @@
+#pragma once
+
+/// Which the free toolkit includes where the compiler knows blocks.

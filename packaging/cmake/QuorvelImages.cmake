@@ -3,6 +3,9 @@
 
 find_program(RSVG_CONVERT rsvg-convert REQUIRED)
 
+# The program's own, seen on light bars and panels and on dark ones.
+set(QUORVEL_STATUS_ITEM_COLOUR "#3a86e8")
+
 #   quorvel_draw_png(OUTPUT file DRAWING svg SIZE pixels)
 function(quorvel_draw_png)
     cmake_parse_arguments(arg "" "OUTPUT;DRAWING;SIZE" "" ${ARGN})

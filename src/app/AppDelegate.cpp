@@ -1,7 +1,6 @@
 #include "app/AppDelegate.h"
 
-#include <array>
-#include <charconv>
+#include <cmath>
 #include <utility>
 
 #include "check/Chunks.h"
@@ -25,10 +24,9 @@ ErrorLogger makeErrorLogger(const AppDelegate::Platform& platform) {
 
 /// With two decimals and a point, whatever the locale.
 std::string secondsText(std::chrono::duration<double> duration) {
-    std::array<char, 32> text{};
-    const auto end =
-        std::to_chars(text.data(), text.data() + text.size(), duration.count(), std::chars_format::fixed, 2);
-    return {text.data(), end.ptr};
+    const auto hundredths = std::llround(duration.count() * 100);
+    const auto text = std::to_string(hundredths % 100);
+    return std::to_string(hundredths / 100) + (text.size() == 1 ? ".0" : ".") + text;
 }
 
 }  // namespace

@@ -22,7 +22,9 @@ public:
     }
     void quit() {
         isQuitting = true;
-        post(toolkit::stop);
+        post([this] {
+            if (isQuitting) toolkit::stop();
+        });
     }
 
     MainQueue queue;

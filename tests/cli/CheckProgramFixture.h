@@ -88,18 +88,32 @@ protected:
 
     /// A check's one document, which is held against the schema when the test ends.
     nlohmann::json document(const Process::Result& result) {
-        EXPECT_TRUE(nlohmann::json::accept(result.output)) << result.output << result.errors;
-        const auto name = "document" + std::to_string(documents.size()) + ".json";
-        documents.push_back(folder.write(name, result.output).string());
-        return nlohmann::json::parse(result.output, nullptr, false);
+        return document(result.output, result.errors, documents);
+    }
+    /// The same of a fleet, or one of its lines.
+    nlohmann::json fleetDocument(const std::string& output, const std::string& errors = "") {
+        return document(output, errors, fleetDocuments);
     }
 
     void TearDown() override {
-        if (documents.empty()) return;
+        holdAgainst("quorvel-check-1", documents);
+        holdAgainst("quorvel-fleet-1", fleetDocuments);
+    }
+
+    nlohmann::json document(const std::string& output, const std::string& errors,
+                            std::vector<std::string>& list) const {
+        EXPECT_TRUE(nlohmann::json::accept(output)) << output << errors;
+        const auto name = "document" + std::to_string(documents.size() + fleetDocuments.size()) + ".json";
+        list.push_back(folder.write(name, output).string());
+        return nlohmann::json::parse(output, nullptr, false);
+    }
+
+    static void holdAgainst(const std::string& schema, const std::vector<std::string>& list) {
+        if (list.empty()) return;
         std::vector<std::string> command{JSONSCHEMA};
-        for (const auto& name : documents)
+        for (const auto& name : list)
             command.insert(command.end(), {"-i", name});
-        command.push_back(SOURCE_ROOT "/packaging/schema/quorvel-check-1.schema.json");
+        command.push_back(SOURCE_ROOT "/packaging/schema/" + schema + ".schema.json");
         const auto verdict = Process(std::move(command)).finish();
         EXPECT_EQ(verdict.status, 0) << verdict.output << verdict.errors;
     }
@@ -107,6 +121,7 @@ protected:
     TemporaryFolder folder;
     std::optional<Process> server;
     std::vector<std::string> documents;
+    std::vector<std::string> fleetDocuments;
 };
 
 }  // namespace quorvel

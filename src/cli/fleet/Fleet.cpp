@@ -1,6 +1,7 @@
 #include "cli/fleet/Fleet.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <functional>
 #include <iterator>
@@ -51,6 +52,13 @@ const FleetHost* newest(std::span<const FleetHost> inventories) {
 }
 
 }  // namespace
+
+std::string_view name(FleetFailure::Code code) {
+    constexpr std::array<std::string_view, 8> names{
+        "unreadable",     "not_an_inventory", "damaged",       "differential_log", "no_bundle_identifiers",
+        "clipped_report", "too_large",        "duplicate_host"};
+    return names[static_cast<std::size_t>(code)];
+}
 
 void Fleet::settle() {
     std::ranges::stable_sort(hosts, {}, &FleetHost::name);

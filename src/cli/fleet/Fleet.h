@@ -86,12 +86,16 @@ struct FleetFailure {
         duplicateHost
     };
 
+    /// As reports name it.
     std::string source;
     std::optional<std::string> host;
     Code code = Code::unreadable;
     /// A sentence.
     std::string reason;
 };
+
+/// As documents name it.
+std::string_view name(FleetFailure::Code code);
 
 /// The hosts of all inventories.
 struct Fleet {

@@ -179,21 +179,21 @@ bool JsonPieces::skipValue() {
 }
 
 bool JsonPieces::skipString() {
-    ++position;
-    while (hasByte()) {
-        switch (kindOf(buffer[position++])) {
+    for (++position; hasByte(); ++position) {
+        const char byte = buffer[position];
+        switch (kindOf(byte)) {
             case Byte::quote:
+                ++position;
                 return true;
             case Byte::backslash:
-                if (!hasByte()) return false;
                 ++position;
+                if (!hasByte()) return false;
                 break;
             case Byte::space:
-                if (buffer[position - 1] == ' ') break;
-                [[fallthrough]];
             case Byte::control:
                 fault = Fault::malformed;
-                return false;
+                if (byte != ' ') return false;
+                break;
             default:
                 break;
         }

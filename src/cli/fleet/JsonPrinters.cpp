@@ -1,4 +1,3 @@
-#include <array>
 #include <unistd.h>
 
 #include "cli/JsonEntries.h"
@@ -9,13 +8,6 @@ namespace quorvel {
 namespace {
 
 constexpr std::string_view schema = "quorvel-fleet/1";
-
-std::string_view name(FleetFailure::Code code) {
-    constexpr std::array<std::string_view, 8> names{
-        "unreadable",     "not_an_inventory", "damaged",       "differential_log", "no_bundle_identifiers",
-        "clipped_report", "too_large",        "duplicate_host"};
-    return names[static_cast<std::size_t>(code)];
-}
 
 ApplicationEntry entry(const FleetApp& app) {
     return {app.name, app.identifier, app.path, app.version};

@@ -1,0 +1,129 @@
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <map>
+#include <random>
+
+#include "check/MatchEvaluation.h"
+#include "cli/fleet/FleetEvaluation.h"
+#include "cli/fleet/FleetOutline.h"
+#include "support/TemporaryFolder.h"
+
+namespace quorvel {
+namespace {
+
+/// Hosts of applications that share identifiers, versions and names at random, some of them unusable.
+void fillAtRandom(Fleet& fleet, std::mt19937& random) {
+    const auto choose = [&](const std::vector<std::string>& texts) { return texts[random() % texts.size()]; };
+    const auto hosts = 1 + random() % 6;
+    for (std::size_t number = 0; number < hosts; ++number) {
+        auto& host = fleet.hosts.emplace_back();
+        host.name = "host " + std::to_string(number);
+        if (random() % 3 > 0) host.system = OSVersion{static_cast<std::int64_t>(10 + random() % 5), 0, 0};
+        const auto apps = random() % 20;
+        for (std::size_t app = 0; app < apps; ++app) {
+            host.apps.push_back(
+                fleet.table.add({choose({"b", "A", "á", "c"}), choose({"", "i", "j", "k", "l"}),
+                                 choose({"1.0", "2.0", "beta", "-", "3.0"}),
+                                 "/Applications/" + std::to_string(app) + ".app"}));
+        }
+    }
+}
+
+/// An outcome as reports tell it.
+using Outcomes = std::vector<std::string>;
+
+Outcomes outcomesAlone(const Fleet& fleet, const FleetHost& host, const std::vector<AutoMatchResult>& results,
+                       const IgnoredVersionsStore& ignored) {
+    std::vector<InstalledApp> apps;
+    for (const auto number : host.apps) {
+        const auto& [name, identifier, version, path] = fleet.table[number];
+        apps.push_back(
+            {std::string(name), std::string(identifier), std::string(version), std::string(path), {}});
+    }
+    // A system so new that it runs anything stands for one that nobody knows.
+    auto alone =
+        evaluate(apps, results, VersionComparator(), ignored, host.system.value_or(OSVersion{99, 0, 0}));
+    sortByName(alone.updates, "");
+    Outcomes outcomes;
+    for (const auto& update : alone.updates)
+        outcomes.push_back(update.app.path + update.app.name + update.latestVersion +
+                           (update.isIgnored ? " ignored" : ""));
+    for (const auto& skipped : alone.skipped)
+        outcomes.push_back(skipped.path + skipped.name + skipped.version + skipped.reason +
+                           std::to_string(static_cast<int>(skipped.code)));
+    return outcomes;
+}
+
+Outcomes outcomesInFleet(const FleetEvaluation::HostResult& host) {
+    Outcomes outcomes;
+    for (const auto& update : host.updates)
+        outcomes.push_back(std::string(update.app->path).append(update.app->name) + update.result->version +
+                           (update.isIgnored ? " ignored" : ""));
+    for (const auto& skipped : host.skipped)
+        outcomes.push_back(
+            std::string(skipped.app->path).append(skipped.app->name).append(skipped.app->version) +
+            skipped.skip->reason + std::to_string(static_cast<int>(skipped.skip->code)));
+    return outcomes;
+}
+
+TEST(FleetEvaluation, saysOfEachHostWhatItWouldHearAlone) {
+    const std::vector<AutoMatchResult> results{
+        {.id = 1, .title = "", .version = "2.0", .bundleIdentifiers = {"i"}, .minimumOSVersion = "12"},
+        {.id = 2, .title = "", .version = "9", .bundleIdentifiers = {"j", "k"}, .minimumOSVersion = {}},
+        {.id = 3, .title = "", .version = "x", .bundleIdentifiers = {"k"}, .minimumOSVersion = {}}};
+    const TemporaryFolder folder;
+    const IgnoredVersionsStore ignored(PersistenceManager::at(folder.path));
+    ignored.ignore("9", "A", "j");
+    const auto entries = ignored.load();
+    std::mt19937 random(1);
+    std::map<std::string, int> kinds;
+    for (int round = 0; round < 200; ++round) {
+        Fleet fleet;
+        fillAtRandom(fleet, random);
+        FleetEvaluation evaluation(fleet, results, {}, entries);
+        for (const auto& host : fleet.hosts) {
+            const auto alone = outcomesAlone(fleet, host, results, ignored);
+            EXPECT_EQ(outcomesInFleet(evaluation.evaluate(host, host.system)), alone) << "round " << round;
+            for (const auto& outcome : alone)
+                ++kinds[outcome.substr(outcome.size() - 7)];
+        }
+    }
+    EXPECT_GT(kinds.size(), 6U) << "the samples say too little";
+}
+
+TEST(FleetEvaluation, asksForEachIdentifierOnceByTheNameThatMostRowsHave) {
+    Fleet fleet;
+    const auto add = [&](const std::string& host, const std::string& name, const std::string& identifier) {
+        if (fleet.hosts.empty() || fleet.hosts.back().name != host) fleet.hosts.emplace_back().name = host;
+        fleet.hosts.back().apps.push_back(fleet.table.add({name, identifier, "1", "/" + name}));
+    };
+    add("a", "Old", "z");
+    add("b", "New", "z");
+    add("c", "New", "z");
+    add("c", "Tie", "y");
+    add("d", "Even", "y");
+    add("d", "Nameless", "");
+    fleet.table.add({"Superseded", "x", "1", ""});
+    std::string asked;
+    for (const auto& app : distinctApplications(fleet))
+        asked += app.bundleID + "=" + app.name + " ";
+    EXPECT_EQ(asked, "y=Even z=New ");
+}
+
+TEST(FleetEvaluation, tellsAMissingAnswerFromOneThatKnowsNothing) {
+    Fleet fleet;
+    auto& host = fleet.hosts.emplace_back();
+    for (const char* identifier : {"lost", "unknown", "known", ""})
+        host.apps.push_back(fleet.table.add({"N", identifier, "1", identifier}));
+    const std::vector<AutoMatchResult> results{
+        {.id = 1, .title = "", .version = "1", .bundleIdentifiers = {"known"}, .minimumOSVersion = {}}};
+    const IgnoredVersions none;
+    FleetEvaluation evaluation(fleet, results, {"lost", "known"}, none);
+    std::string answered;
+    for (const auto& skipped : evaluation.evaluate(host, std::nullopt).skipped)
+        answered += std::string(skipped.app->identifier) + (skipped.isAnswered ? "+ " : "- ");
+    EXPECT_EQ(answered, "lost- unknown+ known+ + ");
+}
+
+}  // namespace
+}  // namespace quorvel

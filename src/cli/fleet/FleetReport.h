@@ -6,6 +6,7 @@
 
 #include "cli/CommandLine.h"
 #include "cli/Console.h"
+#include "cli/JsonWriter.h"
 #include "cli/ReportHead.h"
 #include "cli/fleet/Fleet.h"
 #include "cli/fleet/FleetEvaluation.h"
@@ -20,6 +21,9 @@ struct HostReport {
     std::optional<RunningSystem> system;
     FleetEvaluation::HostResult result;
 };
+
+/// As an object of the schema "quorvel-fleet/1".
+void writeHost(JsonWriter& json, const HostReport& report);
 
 /// Prints a fleet, a host at a time, so that only one is in memory.
 class FleetPrinter {

@@ -63,13 +63,15 @@ bool JsonPieces::skipWhiteSpace() {
 
 std::string_view JsonPieces::peek() {
     using namespace std::string_view_literals;
-    constexpr std::size_t enough = 8;
-    mark = 0;
-    while (filled < enough && refill()) {
-    }
-    if (std::string_view(buffer.data(), filled).starts_with("\xEF\xBB\xBF"sv)) mark = position = 3;
+    const auto readOn = [this] {
+        constexpr std::size_t enough = 8;
+        while (filled - position < enough && refill()) {
+        }
+        return std::string_view(buffer.data() + position, filled - position);
+    };
+    if (readOn().starts_with("\xEF\xBB\xBF"sv)) mark = position = 3;
     skipWhiteSpace();
-    return {buffer.data() + position, filled - position};
+    return readOn();
 }
 
 std::expected<std::string, JsonPieces::Fault> JsonPieces::readAll(std::size_t limit) {

@@ -13,7 +13,7 @@ ApplicationEntry entry(const FleetApp& app) {
     return {app.name, app.identifier, app.path, app.version};
 }
 
-std::optional<std::string> text(const std::optional<std::chrono::sys_seconds>& time) {
+std::optional<std::string> isoTime(const std::optional<std::chrono::sys_seconds>& time) {
     return time ? std::optional(timestamp(*time)) : std::nullopt;
 }
 
@@ -22,30 +22,6 @@ void writeSystem(JsonWriter& json, const std::optional<RunningSystem>& system) {
     json.member("os_version_source", !system                                          ? "unknown"
                                      : system->source == RunningSystem::Source::given ? "given"
                                                                                       : "inventory");
-}
-
-void writeHost(JsonWriter& json, const HostReport& report) {
-    const FleetHost& host = report.host;
-    json.beginObject();
-    json.member("host", host.name);
-    json.member("source", report.source);
-    json.member("collected_at", text(host.collectedAt));
-    writeSystem(json, report.system);
-    json.member("apps", host.apps.size());
-    json.member("outside", host.outside);
-    json.beginArray("updates");
-    for (const auto& update : report.result.updates)
-        writeUpdate(json, entry(*update.app), update.result->version, update.result->id, update.isIgnored);
-    json.endArray();
-    json.beginArray("skipped");
-    for (const auto& skipped : report.result.skipped)
-        writeSkipped(json, entry(*skipped.app), skipped.skip->code, skipped.skip->reason, skipped.isAnswered);
-    json.endArray();
-    json.beginArray("issues");
-    for (const auto& issue : host.issues)
-        writeIssue(json, issue, codeOf(issue));
-    json.endArray();
-    json.endObject();
 }
 
 void writeFailure(JsonWriter& json, const FleetFailure& failure) {
@@ -136,6 +112,30 @@ private:
 };
 
 }  // namespace
+
+void writeHost(JsonWriter& json, const HostReport& report) {
+    const FleetHost& host = report.host;
+    json.beginObject();
+    json.member("host", host.name);
+    json.member("source", report.source);
+    json.member("collected_at", isoTime(host.collectedAt));
+    writeSystem(json, report.system);
+    json.member("apps", host.apps.size());
+    json.member("outside", host.outside);
+    json.beginArray("updates");
+    for (const auto& update : report.result.updates)
+        writeUpdate(json, entry(*update.app), update.result->version, update.result->id, update.isIgnored);
+    json.endArray();
+    json.beginArray("skipped");
+    for (const auto& skipped : report.result.skipped)
+        writeSkipped(json, entry(*skipped.app), skipped.skip->code, skipped.skip->reason, skipped.isAnswered);
+    json.endArray();
+    json.beginArray("issues");
+    for (const auto& issue : host.issues)
+        writeIssue(json, issue, codeOf(issue));
+    json.endArray();
+    json.endObject();
+}
 
 std::unique_ptr<FleetPrinter> makeJsonPrinter(const Fleet& fleet, const ReportHead& head) {
     return std::make_unique<DocumentPrinter>(fleet, head);

@@ -166,7 +166,8 @@ TEST_F(CheckProgramTest, ignoresTheVersionOnOfferUntilToldOtherwise) {
                             {"catalog_url", "https://www.orbisto.example/app/mac/1"},
                             {"ignored", true}}}));
     EXPECT_EQ(run({"--unignore", "com.example.0"}).output, "Version 2.0 of App 0 is no longer ignored.\n");
-    EXPECT_EQ(run({"--unignore", "com.example.0"}).status, 1);
+    EXPECT_EQ(run({"--unignore", "com.example.0"}).errors,
+              "quorvel-check: No version of com.example.0 is ignored.\n");
     EXPECT_EQ(run({"--catalog", url}).status, 100);
     EXPECT_EQ(run({"--ignore", "com.example.1", "--catalog", url}).status, 1);
 }
@@ -301,7 +302,8 @@ TEST_F(CheckProgramTest, saysOnceThatNothingCanBeKept) {
                   ": the catalog is asked to register this installation at every check, and no "
                   "version can be ignored.\n");
     EXPECT_EQ(folder.read("data"), "a file where the folder should be");
-    EXPECT_EQ(run({"--ignore", "com.example.0", "--catalog", url}).status, 1);
+    EXPECT_EQ(run({"--ignore", "com.example.0", "--catalog", url}).errors,
+              "quorvel-check: Could not keep that in " + (folder.path / "data").string() + ".\n");
     // An installation that is registered stays so where only reading is left.
     const auto data = folder.path / "data";
     fs::remove(data);

@@ -23,7 +23,8 @@ class Alerts {
 public:
     virtual ~Alerts() = default;
     /// Shows an alert with an OK button, or brings the one that shows these texts to the front. `dismissed`
-    /// runs once, later, also when no alert could be shown.
+    /// runs once, when that is over or no alert could be shown: later, or before this returns where alerts
+    /// are modal.
     virtual void runAlert(const std::string& messageText, const std::string& informativeText,
                           Task dismissed) = 0;
 };

@@ -98,8 +98,8 @@ TEST(FleetEvaluation, asksForEachIdentifierOnceByTheNameThatMostRowsHave) {
         fleet.hosts.back().apps.push_back(fleet.table.add({name, identifier, "1", "/" + name}));
     };
     add("a", "Old", "z");
-    add("b", "New", "z");
-    add("c", "New", "z");
+    add("b", "Renamed", "z");
+    add("c", "Renamed", "z");
     add("c", "Tie", "y");
     add("d", "Even", "y");
     add("d", "Nameless", "");
@@ -107,7 +107,7 @@ TEST(FleetEvaluation, asksForEachIdentifierOnceByTheNameThatMostRowsHave) {
     std::string asked;
     for (const auto& app : distinctApplications(fleet))
         asked += app.bundleID + "=" + app.name + " ";
-    EXPECT_EQ(asked, "y=Even z=New ");
+    EXPECT_EQ(asked, "y=Even z=Renamed ");
 }
 
 TEST(FleetEvaluation, tellsAMissingAnswerFromOneThatKnowsNothing) {

@@ -97,6 +97,7 @@ private:
     static std::vector<std::pair<std::string_view, std::size_t>> byNumber(
         const std::map<std::string_view, HostCount>& counts) {
         std::vector<std::pair<std::string_view, std::size_t>> list;
+        list.reserve(counts.size());
         for (const auto& [what, count] : counts)
             list.emplace_back(what, count.number);
         std::ranges::stable_sort(list, std::ranges::greater(),

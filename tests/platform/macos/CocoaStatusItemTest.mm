@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <gtest/gtest.h>
 
 #include "platform/linux/statusitem/MenuSamples.h"
@@ -81,7 +82,9 @@ TEST_F(CocoaStatusItem, showsPicturesPixelByPixel) {
     const Bitmap small{1, 2, {1, 2, 3, 4, 250, 128, 0, 255}}, large{2, 1, {0, 0, 0, 0, 9, 99, 199, 77}};
     for (const bool isTemplate : {true, false}) {
         const Image image{.themeName = "", .bitmaps = {small, large}, .size = 24, .isTemplate = isTemplate};
-        item->setImage(image);
+        auto largestFirst = image;
+        std::ranges::reverse(largestFirst.bitmaps);
+        item->setImage(largestFirst);
         NSImage* const picture = [[shown button] image];
         EXPECT_EQ(imageFrom(picture), image);
         EXPECT_EQ([[[picture representations] objectAtIndex:0] size].width, 24);

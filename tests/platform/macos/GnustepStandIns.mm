@@ -8,7 +8,7 @@
 namespace {
 
 std::set<const NSImage*> templates;
-NSString* pasteboardText = nil;
+NSString* pasteboardText = @"of another program";
 
 NSMutableArray* itemsOfTheBar() {
     static NSMutableArray* const items = [[NSMutableArray alloc] init];

@@ -102,9 +102,9 @@ void AppDelegateFixture::failCatalog(int status, const std::string& body) {
 }
 
 AppDelegateFixture::Answer AppDelegateFixture::answerTo(const HttpRequest& request) const {
-    const auto path = request.url.substr(std::string(baseURL).size());
-    if (answers.contains(path)) return answers.at(path);
-    if (path != autoMatch) return {};
+    const auto endpoint = request.url.substr(std::string(baseURL).size());
+    if (answers.contains(endpoint)) return answers.at(endpoint);
+    if (endpoint != autoMatch) return {};
     const auto asked = nlohmann::json::parse(request.body);
     auto data = nlohmann::json::array();
     for (std::size_t index = 0; index < asked["titles"].size(); ++index) {

@@ -210,7 +210,13 @@ void PainterChannel::ended(const std::string& reason) {
     if (!isNeeded()) return;
     std::cerr << "quorvel: The painter is gone. " << reason << '\n';
     const auto now = steady_clock::now();
-    if (lastRestart && now - *lastRestart < limits.restartPause) return giveUp();
+    if (lastRestart && now - *lastRestart < limits.restartPause) {
+        giveUp();
+        // A display that is ending may have taken both; another painter finds out whether it is still there.
+        const auto look = [](PainterChannel& channel) { channel.startIfNeeded(); };
+        if (displayLost) queue.postAfter(limits.restartPause, weakly(self, look));
+        return;
+    }
     lastRestart = now;
     startIfNeeded();
 }

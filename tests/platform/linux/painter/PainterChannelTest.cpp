@@ -112,6 +112,18 @@ TEST_F(PainterChannelTest, afterTwoPaintersAllIsOverUntilSomethingIsAskedFor) {
     }
 }
 
+TEST_F(PainterChannelTest, findsTheDisplayGoneAlsoWhenTheSecondPainterHadItStill) {
+    const std::string dies = hello + await("showTrayIcon"), findsNone;
+    PainterLimits limits;
+    limits.restartPause = std::chrono::milliseconds(200);
+    open({dies, dies, findsNone, findsNone}, limits);
+    bool isLost = false;
+    channel->onDisplayLost([&] { isLost = true; });
+    const auto item = channel->makeTrayItem(nullptr);
+    item->show([] {});
+    waitFor([&] { return isLost; });
+}
+
 TEST_F(PainterChannelTest, endsAndReplacesAPainterThatBreaksTheProtocol) {
     const std::string stays = await("end");
     const Lines broken = {

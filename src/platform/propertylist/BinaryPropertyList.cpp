@@ -137,11 +137,14 @@ private:
         const auto count = static_cast<std::size_t>(object.count);
         const std::size_t values = object.content + (hasKeys ? count * referenceWidth : 0);
         path[depth++] = {object.content, values, count, 0, hasKeys};
-        if (hasKeys && depth == rowDepth) {
-            rows.emplace_back(keys.size());
-            isSeen.assign(keys.size(), false);
-        }
+        if (hasKeys && depth == rowDepth) startRow();
         return true;
+    }
+
+    /// Kept out of the walk, which is half again as slow with it inside.
+    [[gnu::noinline]] void startRow() {
+        rows.emplace_back(keys.size());
+        isSeen.assign(keys.size(), false);
     }
 
     /// Visits the next member of the innermost collection, or leaves it behind its last one.

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstdint>
 #include <cstring>
 #include <expat.h>
@@ -9,7 +8,7 @@
 #include <utility>
 
 #include "platform/propertylist/PropertyListReaders.h"
-#include "platform/text/Text.h"
+#include "platform/propertylist/XmlValues.h"
 #include "platform/text/Utf16.h"
 
 namespace quorvel {
@@ -50,68 +49,6 @@ std::optional<Element> elementNamed(std::string_view name) {
 
 bool isContainer(Element element) {
     return element <= Element::array;
-}
-
-constexpr std::string_view whiteSpace = " \t\r\n";
-
-void skipWhiteSpace(std::string_view& text) {
-    text.remove_prefix(std::min(text.find_first_not_of(whiteSpace), text.size()));
-}
-
-bool skip(std::string_view& text, std::string_view characters) {
-    const bool isThere = !text.empty() && characters.contains(text.front());
-    if (isThere) text.remove_prefix(1);
-    return isThere;
-}
-
-/// A decimal or hexadecimal number of 64 bits. As a Mac has it, white space may stand before the sign and
-/// the digits, not behind them.
-bool isInteger(std::string_view text) {
-    skipWhiteSpace(text);
-    const bool isNegative = text.starts_with('-');
-    skip(text, "+-");
-    skipWhiteSpace(text);
-    const bool isHexadecimal = text.starts_with("0x") || text.starts_with("0X");
-    if (isHexadecimal) text.remove_prefix(2);
-    std::uint64_t magnitude = 0;
-    const char* const end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, magnitude, isHexadecimal ? 16 : 10);
-    if (error != std::errc{} || rest != end) return false;
-    return !isNegative || magnitude <= std::uint64_t{1} << 63;
-}
-
-std::size_t skipDigits(std::string_view& text) {
-    const std::size_t count = std::min(text.find_first_not_of("0123456789"), text.size());
-    text.remove_prefix(count);
-    return count;
-}
-
-/// A decimal number, of any size, or one of the words that stand for no finite one.
-bool isReal(std::string_view text) {
-    skipWhiteSpace(text);
-    skip(text, "+-");
-    const std::string word = text::lowerCased(text);
-    if (word == "inf" || word == "infinity" || word == "nan") return true;
-    std::size_t digits = skipDigits(text);
-    if (skip(text, ".")) digits += skipDigits(text);
-    if (digits == 0) return false;
-    if (skip(text, "eE")) {
-        skip(text, "+-");
-        if (skipDigits(text) == 0) return false;
-    }
-    return text.empty();
-}
-
-/// 2001-02-03T04:05:06Z, also of a year before the first.
-bool isDate(std::string_view text) {
-    if (text.starts_with('-')) text.remove_prefix(1);
-    constexpr std::string_view form = "0000-00-00T00:00:00Z";
-    if (text.size() != form.size()) return false;
-    for (std::size_t index = 0; index < form.size(); ++index) {
-        const bool isDigit = text[index] >= '0' && text[index] <= '9';
-        if (form[index] == '0' ? !isDigit : text[index] != form[index]) return false;
-    }
-    return true;
 }
 
 class Reader {
@@ -270,7 +207,7 @@ private:
         spend(1);
         if (isRefused) return;
         if (!leaf) {
-            if (run.find_first_not_of(whiteSpace) != std::string_view::npos) refuse();
+            if (run.find_first_not_of(xmlWhiteSpace) != std::string_view::npos) refuse();
         } else if (*leaf == Element::boolean) {
             refuse();
         } else if (keepsLeafText) {

@@ -3,8 +3,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <string>
 #include <string_view>
 
 #include "platform/text/Text.h"
@@ -34,26 +32,5 @@ inline std::string_view takeUpTo(std::string_view separator, std::string_view& i
     input.remove_prefix(end == std::string_view::npos ? input.size() : end + separator.size());
     return head;
 }
-
-/// A folder of this process's own, in memory where the system has such a place, until the process ends.
-class ScratchFolder {
-public:
-    ScratchFolder() {
-        std::error_code error;
-        const bool hasMemory = std::filesystem::is_directory("/dev/shm", error);
-        std::string name = (hasMemory ? "/dev/shm" : std::filesystem::temp_directory_path().string());
-        name += "/quorvel-fuzz-XXXXXX";
-        require(mkdtemp(name.data()) != nullptr, "there is a place for a folder");
-        path = name;
-    }
-    ~ScratchFolder() {
-        std::error_code error;
-        std::filesystem::remove_all(path, error);
-    }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-
-    std::filesystem::path path;
-};
 
 }  // namespace quorvel::fuzz

@@ -1,54 +1,37 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <string_view>
 
 #include "FuzzSupport.h"
-#include "persistence/FirstRunStore.h"
 #include "persistence/IgnoredVersionsStore.h"
 #include "persistence/InstanceStore.h"
 #include "persistence/SettingsStore.h"
-#include "platform/Files.h"
+#include "support/TemporaryFolder.h"
 
 namespace {
 
 using namespace quorvel;
 using fuzz::require;
 
-void put(const std::filesystem::path& url, std::string_view bytes) {
-    std::ofstream file(url, std::ios::binary | std::ios::trunc);
-    file << bytes;
-    require(file.good(), "the folder can be written");
-}
-
-void checkSettings(const PersistenceManager& folder, std::string_view bytes) {
-    const SettingsStore store(folder);
-    put(store.url, bytes);
+void checkSettings(const SettingsStore& store) {
     const Settings settings = store.load();
-    require(files::read(store.url) == bytes, "reading leaves the file alone");
     store.save(settings);
     require(store.load() == settings, "settings are read as they were written");
 }
 
-void checkInstance(const PersistenceManager& folder, std::string_view bytes) {
-    const InstanceStore store(folder);
-    put(store.url, bytes);
-    const auto id = store.load();
-    store.save(id.value_or(0));
-    require(store.load() == id.value_or(0), "an instance id is read as it was written");
-    std::int64_t other = 0;
-    std::memcpy(&other, bytes.data(), std::min(bytes.size(), sizeof other));
-    store.save(other);
-    require(store.load() == other, "any instance id is read as it was written");
+void checkInstance(const InstanceStore& store, std::string_view bytes) {
+    std::int64_t id = store.load().value_or(0);
+    store.save(id);
+    require(store.load() == id, "an instance id is read as it was written");
+    std::memcpy(&id, bytes.data(), std::min(bytes.size(), sizeof id));
+    store.save(id);
+    require(store.load() == id, "any instance id is read as it was written");
 }
 
 /// The bytes are also taken for texts: a version, a name and an identifier.
-void checkIgnoredVersions(const PersistenceManager& folder, std::string_view bytes) {
-    const IgnoredVersionsStore store(folder);
-    put(store.url, bytes);
+void checkIgnoredVersions(const IgnoredVersionsStore& store, std::string_view bytes) {
     IgnoredVersions entries = store.load();
     for (const auto& [bundleID, entry] : entries)
         fuzz::requireText(bundleID + entry.appName + entry.version);
@@ -66,24 +49,16 @@ void checkIgnoredVersions(const PersistenceManager& folder, std::string_view byt
     require(store.load().empty(), "none is left after a reset");
 }
 
-void checkFirstRun(const PersistenceManager& folder, std::string_view bytes) {
-    const FirstRunStore store(folder);
-    put(store.url, bytes);
-    store.markFirstRun();
-    require(files::read(store.url) == "", "the marker is empty");
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const fuzz::ScratchFolder scratch;
-    static const auto folder = PersistenceManager::at(scratch.path);
+    static const TemporaryFolder folder;
+    static const auto persistence = PersistenceManager::at(folder.path);
     const std::string_view bytes = fuzz::textOf(data, size);
-    checkSettings(folder, bytes);
-    checkInstance(folder, bytes);
-    checkIgnoredVersions(folder, bytes);
-    checkFirstRun(folder, bytes);
-    const std::filesystem::directory_iterator files(scratch.path);
-    require(std::distance(begin(files), end(files)) == 4, "the folder holds the files of the stores only");
+    for (const char* const file : {"settings.json", "instance_id.json", "ignored_versions.json"})
+        folder.write(file, bytes);
+    checkSettings(SettingsStore(persistence));
+    checkInstance(InstanceStore(persistence), bytes);
+    checkIgnoredVersions(IgnoredVersionsStore(persistence), bytes);
     return 0;
 }

@@ -2,7 +2,6 @@
 #include <array>
 #include <cstdlib>
 #include <functional>
-#include <optional>
 #include <random>
 
 #include "support/AppDelegateFixture.h"
@@ -17,80 +16,26 @@ constexpr std::array names{"Alder", "Birch", "Cedar", "Dogwood", "Elm"};
 
 /// A year in the life of the program, chosen by a seed: checks of all triggers, some of them at the same
 /// time, outages, a catalog that fails, changes to what is installed and to what the catalog knows, and
-/// everything that the menu offers. What holds of every state is looked for after every step; and once
-/// nothing goes wrong any more, a check finds the world as it is.
+/// everything that the menu offers. Once nothing goes wrong any more, a check finds the world as it is.
 class SimulatedYear : public AppDelegateFixture, public testing::WithParamInterface<std::uint64_t> {
 protected:
-    enum class Catalog { works, overloaded, blocked, talksNonsense, isGone };
-
     int upTo(int limit) { return std::uniform_int_distribution<int>(0, limit)(random); }
     std::string anyName() { return names.at(static_cast<std::size_t>(upTo(names.size() - 1))); }
+    /// Of one digit, so that its text sorts as it does.
+    std::string anyVersion() { return std::to_string(upTo(9)) + ".0"; }
 
-    // The world
-
-    void install(const std::string& name, int version) {
-        addApp(name, std::to_string(version) + ".0");
-        installed[name] = version;
+    void install(const std::string& name) {
+        installed[name] = anyVersion();
+        addApp(name, installed[name]);
     }
 
-    void list(const std::string& name, int version) {
-        listed[name] = version;
-        std::map<std::string, std::string> versions;
-        for (const auto& [listedName, newest] : listed)
-            versions[listedName] = std::to_string(newest) + ".0";
-        listInCatalog(versions);
+    void offer(const std::string& name) {
+        offered[name] = anyVersion();
+        listInCatalog(offered);
     }
 
-    void changePath(PathStatus status) {
-        const bool retries = isOut && status == PathStatus::satisfied && !iconShowsFetching() &&
-                             updatesText() == "!Last check failed\n!<No internet connection.>\n";
-        path->report(status);
-        queue.runUntilIdle();
-        isOut = status == PathStatus::unsatisfied;
-        EXPECT_TRUE(!retries || iconShowsFetching()) << "a lost connection returned and nobody tried again";
-    }
-
-    HttpOutcome outcomeOf(const std::string& body) const {
-        if (catalog == Catalog::works) return {body, 200, {}};
-        if (catalog == Catalog::overloaded) return {"overloaded", 503, {}};
-        if (catalog == Catalog::blocked) return {"IP blocked", 403, {}};
-        if (catalog == Catalog::talksNonsense) return {"<html>", 200, {}};
-        return {{}, {}, SessionError{SessionError::Code::timedOut, "The request timed out."}};
-    }
-
-    /// The requests without an answer that `part` of their address tells from others.
-    std::vector<std::size_t> open(const std::string& part) const {
-        std::vector<std::size_t> requests;
-        for (auto request = firstOpen; request < session.requests.size(); ++request) {
-            if (session.completions[request] && session.requests[request].url.contains(part))
-                requests.push_back(request);
-        }
-        return requests;
-    }
-
-    /// Ends a request, by what the catalog is up to at that time.
-    void answerOne() {
-        const auto requests = open("");
-        const auto request =
-            requests.at(static_cast<std::size_t>(upTo(static_cast<int>(requests.size()) - 1)));
-        const auto body = answerTo(session.requests[request]).body;
-        std::exchange(session.completions[request], nullptr)(outcomeOf(body));
-        queue.runUntilIdle();
-    }
-
-    /// No request outlives a minute.
-    void answerAll() {
-        while (!open("").empty())
-            answerOne();
-        firstOpen = session.requests.size();
-    }
-
-    // The user
-
-    void ignoreAny() {
-        const auto header = itemAt(*statusBar.menu, {"New Versions Available (…"});
-        const auto& item = header.submenu->items.at(
-            static_cast<std::size_t>(upTo(static_cast<int>(header.submenu->items.size()) - 1)));
+    void ignoreTheFirst() {
+        const auto item = itemAt(*statusBar.menu, {"New Versions Available (…"}).submenu->items.front();
         if (item.submenu) chooseItem({"New Versions Available (…", titleOf(item), "Ignore This Version"});
     }
 
@@ -100,44 +45,30 @@ protected:
         (*std::ranges::find_if(windowServer.windows, titled))->press("Reset All");
     }
 
-    void toggle(const std::string& title) {
-        const auto before = itemAt(*statusBar.menu, {"Settings", title}).state;
-        chooseItem({"Settings", title});
-        EXPECT_NE(itemAt(*statusBar.menu, {"Settings", title}).state, before);
-    }
-
     void doSomething() {
-        const auto changeCatalog = [&] { catalog = static_cast<Catalog>(upTo(4)); };
         const std::function<void()> deeds[] = {
             [&] { chooseItem({"Check for Updates"}); },
             [&] { chooseItem({"Settings", "Show Error Log"}); },
-            [&] { ignoreAny(); },
-            [&] { upTo(3) == 0 ? resetIgnored() : void(); },
-            [&] { toggle("Color Icon"); },
-            [&] { toggle("Open at Login"); },
-            [&] { changePath(isOut ? PathStatus::satisfied : PathStatus::unsatisfied); },
-            changeCatalog,
-            changeCatalog,
-            [&] { install(anyName(), upTo(9)); },
-            [&] { list(anyName(), upTo(9)); },
+            [&] { ignoreTheFirst(); },
+            [&] { resetIgnored(); },
+            [&] { chooseItem({"Settings", "Color Icon"}); },
+            [&] { chooseItem({"Settings", "Open at Login"}); },
+            [&] { path->report(PathStatus::unsatisfied); },
+            [&] { path->report(PathStatus::satisfied); },
+            [&] { failCatalog(503, "overloaded"); },
+            [&] { failCatalog(200, "<html>"); },
+            [&] { listInCatalog(offered); },
+            [&] { install(anyName()); },
+            [&] { offer(anyName()); },
             [&] { std::filesystem::remove(instanceStore.url); },
             [&] { queue.advance(std::chrono::seconds(upTo(50))); },
+            // Before the ones that were asked earlier.
+            [&] {
+                if (session.completions.empty() || !session.completions.back()) return;
+                answer(session.completions.size() - 1, answerTo(session.requests.back()));
+            },
         };
         deeds[static_cast<std::size_t>(upTo(std::size(deeds) - 1))]();
-    }
-
-    // What must hold
-
-    void expectOfEveryState() {
-        queue.runUntilIdle();
-        const bool isChecking = !open("auto-match").empty() || !open("instance").empty();
-        EXPECT_TRUE(isChecking || !iconShowsFetching()) << "the icon shows a check that nobody runs";
-        const auto shown = statusBar.menu;
-        delegate->rebuildMenu();
-        EXPECT_EQ(outline(*shown), menuText()) << "the menu is the one that would be built now";
-        statusBar.menu = shown;
-        EXPECT_LE(std::ranges::count(log(), '\n'), 500);
-        EXPECT_LE(queue.untilNext(), 6h) << "the next check is later than its timer";
     }
 
     /// What a check must list that nothing keeps from its end.
@@ -145,55 +76,47 @@ protected:
         const auto ignored = IgnoredVersionsStore(persistence).load();
         std::string text;
         for (const auto& [name, local] : installed) {
-            const auto newest = listed.at(name);
-            const auto version = std::to_string(newest) + ".0";
+            const auto& newest = offered.at(name);
             const auto entry = ignored.find("com.example." + name);
-            if (newest <= local || (entry != ignored.end() && entry->second.version == version)) continue;
-            text += "<" + name + "> (<" + std::to_string(local) + ".0> → <" + version + ">)\n";
+            const bool isIgnored = entry != ignored.end() && entry->second.version == newest;
+            if (newest > local && !isIgnored)
+                text.append("<" + name + "> (<" + local + "> → <" + newest + ">)\n");
         }
         return text.empty() ? "!No Updates Available\n" : text;
     }
 
     void expectACheckToFindTheWorld() {
-        catalog = Catalog::works;
-        changePath(PathStatus::satisfied);
-        answerAll();
+        listInCatalog(offered);
+        path->report(PathStatus::satisfied);
+        settle();
         chooseItem({"Check for Updates"});
-        answerAll();
-        expectOfEveryState();
-        const auto updates = updatesOfTheWorld();
-        EXPECT_EQ(updatesText(), updates);
-        const auto count = std::ranges::count(updates, '(');
-        EXPECT_EQ(updatesTitle(), "New Versions Available (" + std::to_string(count) + ")");
+        settle();
+        EXPECT_EQ(updatesText(), updatesOfTheWorld());
         EXPECT_TRUE(instanceStore.load().has_value()) << "a check that succeeds has registered";
     }
 
     std::mt19937_64 random{GetParam()};
-    Catalog catalog = Catalog::works;
-    std::map<std::string, int> installed, listed;
-    bool isOut = false;
-    std::size_t firstOpen = 0;
+    Versions installed, offered;
 };
 
 TEST_P(SimulatedYear, everyCheckThatCanFindsTheWorldAsItIs) {
     for (const char* name : names) {
-        install(name, upTo(5));
-        list(name, upTo(9));
+        install(name);
+        offer(name);
     }
-    changePath(upTo(1) == 0 ? PathStatus::satisfied : PathStatus::unsatisfied);
     launch();
-    for (int step = 0; queue.now < year; ++step) {
-        SCOPED_TRACE("seed " + std::to_string(GetParam()) + ", step " + std::to_string(step));
-        if (!open("").empty() && upTo(2) == 0) answerOne();
+    settle();
+    for (int step = 0; queue.now < year && !HasFailure(); ++step) {
+        SCOPED_TRACE("step " + std::to_string(step));
         doSomething();
-        expectOfEveryState();
         if (upTo(2) == 0) {
-            answerAll();
+            settle();
+            EXPECT_LE(std::ranges::count(log(), '\n'), 500);
+            EXPECT_GT(queue.untilNext(), 0h) << "no timer runs";
+            EXPECT_LE(queue.untilNext(), 6h) << "the next check is later than its timer";
             queue.advance(std::chrono::minutes(upTo(6 * 60)));
-            expectOfEveryState();
         }
         if (upTo(9) == 0) expectACheckToFindTheWorld();
-        if (HasFailure()) FAIL() << "see above";
     }
 }
 

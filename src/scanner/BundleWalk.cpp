@@ -42,7 +42,7 @@ BundleWalk::BundleWalk(const std::string& root) : path(root) {
     // The slash lets a root that could not be resolved be a link.
     if (Folder folder{openFolder(AT_FDCWD, path.c_str())}) {
         opened = true;
-        enter(std::move(folder), {});
+        enter(std::move(folder));
     } else {
         noteUnreadable(errno);
     }
@@ -65,7 +65,7 @@ std::optional<BundleWalk::Bundle> BundleWalk::next() {
         if (kind == bundleKind) return Bundle{folder, {name, length}, path};
         if (Folder inner{openFolder(folder, name)}) {
             path += '/';
-            enter(std::move(inner), {name, length});
+            enter(std::move(inner));
         } else {
             noteUnreadable(errno);
         }
@@ -73,12 +73,11 @@ std::optional<BundleWalk::Bundle> BundleWalk::next() {
     return std::nullopt;
 }
 
-void BundleWalk::enter(Folder folder, std::string name) {
+void BundleWalk::enter(Folder folder) {
     std::string entries = readEntries(folder.get());
     if (entries.empty()) return;
     Level level;
     level.folder = std::move(folder);
-    level.name = std::move(name);
     level.entries = std::move(entries);
     level.pathLength = path.size();
     levels.push_back(std::move(level));
@@ -109,7 +108,7 @@ void BundleWalk::noteUnreadable(int error) {
     if (error != ENOENT && error != ENOTDIR && error != ELOOP) unreadable.push_back(path);
 }
 
-/// The root stays open: from it any level can be found again.
+/// The root stays open, whatever happens to the folders inside it.
 void BundleWalk::closeOuterLevel() {
     Level& outer = levels[levels.size() - 1 - openFolderLimit];
     if (!outer.folder) return;
@@ -128,28 +127,14 @@ void BundleWalk::leave() {
 }
 
 /// Opens the innermost folder again, from the folder inside it that was just left. When that one has been
-/// moved meanwhile, the way down from the root tells where the innermost is, or that its rest is lost.
+/// moved meanwhile, the rest of the innermost is lost.
 void BundleWalk::reopenInnermost(int leftFolder) {
     Level& level = levels.back();
-    Folder outer(openFolder(leftFolder, ".."));
-    const bool isFound = outer && isSame(outer.get(), level.device, level.inode);
-    level.folder = isFound ? std::move(outer) : openByNames(levels.size() - 1);
-    if (level.folder) return;
+    level.folder.reset(openFolder(leftFolder, ".."));
+    if (level.folder && isSame(level.folder.get(), level.device, level.inode)) return;
+    level.folder.reset();
     level.position = level.entries.size();
     unreadable.push_back(path.substr(0, level.pathLength));
-}
-
-BundleWalk::Folder BundleWalk::openByNames(std::size_t index) const {
-    std::size_t outer = index;
-    while (!levels[outer].folder)
-        --outer;
-    Folder folder;
-    for (int parent = dirfd(levels[outer].folder.get()); outer < index; parent = dirfd(folder.get())) {
-        Folder inner{openFolder(parent, levels[++outer].name.c_str())};
-        if (!inner || !isSame(inner.get(), levels[outer].device, levels[outer].inode)) return nullptr;
-        folder = std::move(inner);
-    }
-    return folder;
 }
 
 }  // namespace quorvel

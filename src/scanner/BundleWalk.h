@@ -45,7 +45,6 @@ private:
     struct Level {
         /// Closed when many folders deeper in are open.
         Folder folder;
-        std::string name;
         /// What is to be looked at, all read at once: for each entry a byte that tells its kind, the name,
         /// NUL.
         std::string entries;
@@ -57,13 +56,12 @@ private:
         ino_t inode = 0;
     };
 
-    void enter(Folder folder, std::string name);
+    void enter(Folder folder);
     std::string readEntries(DIR* folder);
     void noteUnreadable(int error);
     void leave();
     void closeOuterLevel();
     void reopenInnermost(int leftFolder);
-    Folder openByNames(std::size_t level) const;
 
     std::string path;
     bool opened = false;

@@ -35,8 +35,6 @@ public:
         return object(raw);
     }
 
-    Index data(std::string_view content) { return object(marker(0x4, content.size()).append(content)); }
-
     Index array(const std::vector<Index>& members) {
         std::string raw = marker(0xA, members.size());
         for (const Index member : members)
@@ -52,9 +50,6 @@ public:
             raw += number(value, referenceWidth);
         return object(raw);
     }
-
-    /// The index that the next object gets.
-    Index next() const { return offsets.size(); }
 
     std::string finish(Index root) const {
         constexpr std::size_t offsetWidth = 4;

@@ -4,7 +4,6 @@
 
 #include "platform/ProgramInfo.h"
 #include "platform/text/PercentEncoding.h"
-#include "platform/text/Text.h"
 
 namespace quorvel {
 
@@ -38,11 +37,8 @@ std::string mailURL(std::string_view query) {
     return "mailto:" + std::string(supportMailbox) + "?subject=" + std::string(query);
 }
 
-std::optional<std::string> reportMailURL(std::string_view subject, std::string_view text,
-                                         std::string_view log, std::size_t maxSize) {
-    for (const auto part : {subject, text, log}) {
-        if (!text::isValidUtf8(part)) return std::nullopt;
-    }
+std::string reportMailURL(std::string_view subject, std::string_view text, std::string_view log,
+                          std::size_t maxSize) {
     const std::string url = mailURL(encodedQuery(subject) + "&body=" + encodedQuery(text));
     return url + lastLines(encodedQuery(log), maxSize - std::min(maxSize, url.size()));
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -9,9 +8,8 @@ namespace quorvel {
 
 /// The "mailto:" URL of a message to the support mailbox whose body is `text` and then `log`. Where the URL
 /// would have more than `maxSize` bytes, the log's oldest lines are left out, and one line says how many.
-/// None for malformed UTF-8.
-std::optional<std::string> reportMailURL(std::string_view subject, std::string_view text,
-                                         std::string_view log, std::size_t maxSize);
+std::string reportMailURL(std::string_view subject, std::string_view text, std::string_view log,
+                          std::size_t maxSize);
 
 /// The "mailto:" URL of a message to the support mailbox; `query` is what follows "subject=", encoded.
 std::string mailURL(std::string_view query);

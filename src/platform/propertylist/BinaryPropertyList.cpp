@@ -85,7 +85,7 @@ private:
         rootIndex = numberAt(trailer + 16, 8);
         const std::uint64_t table = numberAt(trailer + 24, 8);
         if (offsetWidth < 1 || offsetWidth > 8 || referenceWidth < 1 || referenceWidth > 8) return false;
-        if (objectCount > maxPropertyListNodes || rootIndex >= objectCount) return false;
+        if (objectCount > maxPropertyListNodes) return false;
         if (table <= headerSize || table > trailer) return false;
         objectsEnd = static_cast<std::size_t>(table);
         // Nothing may stand between the table and the trailer: a cut or padded file is a damaged one.

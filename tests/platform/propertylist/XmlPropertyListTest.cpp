@@ -108,6 +108,7 @@ TEST(XmlPropertyList, readsEveryEncodingAMacReads) {
         {"without <plist>", bareList, expected},
         {"UTF-8 with mark", "\xEF\xBB\xBF" + inList(bareList), expected},
         {"white space first", "\n " + inList(bareList), expected},
+        {"white space first, UTF-16", inUtf16("\n" + inList(bareList), false, true), expected},
         {"UTF-16 big without mark", inUtf16(bareList, true, false), expected},
         {"UTF-16 little without mark", inUtf16(bareList, false, false), expected},
         {"UTF-16 declared", inUtf16(declared, false, true), expected},

@@ -104,7 +104,7 @@ TEST_P(SimulatedYear, everyCheckThatCanFindsTheWorldAsItIs) {
         install(name);
         offer(name);
     }
-    launch();
+    delegate->applicationDidFinishLaunching();
     settle();
     for (int step = 0; queue.now < year && !HasFailure(); ++step) {
         SCOPED_TRACE("step " + std::to_string(step));

@@ -36,7 +36,7 @@ TEST_F(AppDelegateTest, launchShowsTheCheckOnTheIconAndTheResultInTheMenu) {
     EXPECT_EQ(statusBar.itemsMade, 1);
     EXPECT_EQ(itemAt(*statusBar.menu, {"Settings", "Color Icon"}).state, MenuItem::State::on);
     queue.advance(3470ms);
-    settleLaunch();
+    settle();
     EXPECT_EQ(news(), success("launch", 1) + amberleaf);
     EXPECT_EQ(queue.untilNext(), 6h) << "the timer runs after every outcome";
     EXPECT_FALSE(statusBar.image.isTemplate);
@@ -52,8 +52,8 @@ TEST_F(AppDelegateTest, aMachineWithoutApplicationsAsksTheCatalogNothing) {
     // Nor does a network that is not monitored have to be reported.
     skipMonitoring = true;
     start();
-    launch();
-    settleLaunch();
+    delegate->applicationDidFinishLaunching();
+    settle();
     EXPECT_TRUE(log().contains("Z] Scanner found 0 apps — skipping API call\n---\n")) << log();
     EXPECT_EQ(news(), noUpdates);
     EXPECT_EQ(queue.untilNext(), 6h);
@@ -63,8 +63,8 @@ TEST_F(AppDelegateTest, aLaunchWithoutNetworkRunsAgainWhenTheNetworkReturns) {
     addApp("Amberleaf", "1.0");
     listInCatalog({{"Amberleaf", "2.0"}});
     path->report(PathStatus::unsatisfied);
-    launch();
-    settleLaunch();
+    delegate->applicationDidFinishLaunching();
+    settle();
     EXPECT_EQ(news(), noConnection) << "neither scanned nor reported";
     EXPECT_EQ(queue.untilNext(), 6h) << "the timer runs after every outcome";
     const std::string offlineLog = launchHeader("7") + stamp + "Launch started\n---\n" + stamp +
@@ -77,7 +77,7 @@ TEST_F(AppDelegateTest, aLaunchWithoutNetworkRunsAgainWhenTheNetworkReturns) {
     EXPECT_EQ(news() + log(), offlineLog) << "the monitor's queue touches nothing";
     queue.runUntilIdle();
     EXPECT_EQ(news(), asked + checking) << "a launch check leaves the menu until its end";
-    settleLaunch();
+    settle();
     EXPECT_EQ(news(), success("launch", 1) + amberleaf);
     EXPECT_TRUE(log().starts_with(launchHeader("7") + "[1970-01-01T00:01:30Z] Launch started\n"));
     EXPECT_TRUE(log().ends_with("Launch check completed in 90.00s\n")) << "counted from the launch";
@@ -99,7 +99,7 @@ TEST_F(AppDelegateTest, everyTriggerWithoutNetworkAppendsToTheLogAndLeavesOneRet
     queue.advance(1h);
     for (const auto& expected : {asked + success("launch", 1) + amberleaf, std::string()}) {
         path->report(PathStatus::satisfied);
-        settleLaunch();
+        settle();
         EXPECT_EQ(news(), expected) << "one retry";
         path->report(PathStatus::unsatisfied);
     }
@@ -115,7 +115,7 @@ TEST_F(AppDelegateTest, aManualCheckIsRefusedWhileOneRuns) {
     chooseItem({"Check for Updates"});
     EXPECT_TRUE(alerts.shown.empty()) << "the first menu knows of no check";
     EXPECT_EQ(news() + log(), checking + before);
-    settleLaunch();
+    settle();
     news();
 
     queue.advance(2h);
@@ -157,7 +157,7 @@ TEST_F(AppDelegateTest, aFailureOfTheCatalogIsShownLoggedAndReported) {
         asked + "/qvl/tracking error " + description + "\n!Last check failed\n!<" + description + ">\n";
     failCatalog(500, "overloaded");
     launchOnline();
-    settleLaunch();
+    settle();
     EXPECT_EQ(news(), failure);
     EXPECT_EQ(queue.untilNext(), 6h) << "the timer runs after every outcome";
     const auto beforeReport = launchHeader("7") + stamp + "Launch started\n" + stamp +
@@ -199,7 +199,7 @@ TEST_F(AppDelegateTest, anUnregisteredInstallationReportsNothing) {
     answers["/qvl/instance"] = {500, ""};
     launchOnline();
     EXPECT_TRUE(log().starts_with(launchHeader("not registered", "unknown"))) << log();
-    settleLaunch();
+    settle();
     chooseItem({"Try Orbisto Hub app"});
     uncaughtExceptionHandler({"logic_error", "broken", {}});
     chooseItem({"About"});

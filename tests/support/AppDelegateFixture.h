@@ -28,7 +28,6 @@ protected:
 
     /// A controller whose process has just started; a second one, on the same files, ends the first.
     void start();
-    void launch();
     /// With a satisfied network path.
     void launchOnline();
     /// The same, to the end of the launch check, whose requests have been told then.
@@ -53,8 +52,6 @@ protected:
     /// Answers every request, lets the pauses between those of a check pass, then checks what must hold
     /// whenever no check runs.
     void settle();
-    /// Lets the launch check run to its end.
-    void settleLaunch();
     /// The paths of the requests since the last call, a line each, with what their bodies say.
     std::string newRequests();
     /// The same, then the updates' items if there is a new menu, and whether a check is shown now.
@@ -95,15 +92,14 @@ protected:
     bool skipMonitoring = false;
     std::optional<std::string> ownVersion = "1.4.2";
 
-    /// By path, where X of applications get `chunkAnswers`
-    /// first.
+    /// By path; lists of applications get `chunkAnswers` first.
     std::map<std::string, Answer> answers;
     std::deque<std::optional<Answer>> chunkAnswers;
     std::shared_ptr<AppDelegate> delegate;
 
 private:
     AppDelegate::Platform platform();
-    void answerNext();
+    Answer nextAnswer();
 
     Versions listed;
     std::size_t answered = 0;

@@ -2,11 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <memory>
 #include <stdlib.h>
 #include <string_view>
-#include <sys/stat.h>
 #include <system_error>
 #include <utility>
 
@@ -25,13 +23,10 @@ enum Key : std::size_t { identifier, shortVersion, bundleVersion, bundleName };
 constexpr std::array<std::string_view, 4> infoKeys{"CFBundleIdentifier", "CFBundleShortVersionString",
                                                    "CFBundleVersion", "CFBundleName"};
 
-/// The root's path without links; none, and the reason in errno, when nothing can be found there.
-std::optional<std::string> resolvedRoot(const std::filesystem::path& root) {
+/// The root's path without links; as it is when nothing can be found there, or without links it is too long.
+std::string resolvedRoot(const std::filesystem::path& root) {
     const std::unique_ptr<char, decltype(&free)> resolved(realpath(root.c_str(), nullptr), &free);
-    if (resolved) return resolved.get();
-    struct stat status{};
-    if (stat(root.c_str(), &status) != 0) return std::nullopt;
-    return root.string();
+    return resolved ? resolved.get() : root.string();
 }
 
 /// `buffer` serves one bundle after another.
@@ -76,14 +71,6 @@ std::string displayedFolder(std::string path) {
     return text::repairedUtf8(path);
 }
 
-void noteAbsence(const std::filesystem::path& root, int error, ScanCoverage& coverage) {
-    if (error == ENOENT || error == ENOTDIR) {
-        coverage.missingRoots.push_back(root);
-    } else {
-        coverage.unreadableFolders.push_back(displayedFolder(root.string()));
-    }
-}
-
 }  // namespace
 
 AppScannerService::AppScannerService(std::vector<std::filesystem::path> folders,
@@ -123,12 +110,7 @@ std::vector<InstalledApp> AppScannerService::scan(std::vector<ScanIssue>& issues
     std::vector<InstalledApp> apps;
     std::string buffer;
     for (const auto& root : roots) {
-        const auto resolved = resolvedRoot(root);
-        if (!resolved) {
-            noteAbsence(root, errno, coverage);
-            continue;
-        }
-        BundleWalk walk(*resolved);
+        BundleWalk walk(resolvedRoot(root));
         if (walk.isRootOpen()) {
             ++coverage.rootsRead;
         } else if (walk.unreadableFolders().empty()) {

@@ -38,7 +38,7 @@ bool isSame(DIR* folder, dev_t device, ino_t inode) {
 }  // namespace
 
 BundleWalk::BundleWalk(const std::string& root) : path(root) {
-    if (!path.ends_with('/')) path += '/';
+    if (!path.empty() && !path.ends_with('/')) path += '/';
     // The slash lets a root that could not be resolved be a link.
     if (Folder folder{openFolder(AT_FDCWD, path.c_str())}) {
         opened = true;

@@ -153,18 +153,6 @@ TEST(AppScannerService, makesValidTextsOfNamesThatAreNot) {
         (Lines{"bad\xFF/A\xFE.app: A\uFFFD||1", "bad\uFFFD/B\uFFFD.app: B\uFFFD, could not read bundle"}));
 }
 
-TEST(AppScannerService, readsARootWhosePathIsTooLongWithoutItsLinks) {
-    const TemporaryFolder folder;
-    fs::path half;
-    for (int level = 0; level < 10; ++level)
-        half /= std::string(250, 'n');
-    fs::create_directories(folder.path / half);
-    fs::create_directory_symlink(half, folder.path / "link");
-    folder.write("link" / half / "My.app/Contents/Info.plist", ofVersion("1"));
-    const auto root = folder.path / "link" / half;
-    EXPECT_EQ(lines({root}, root), Lines{"My.app: My||1"});
-}
-
 TEST(AppScannerService, losesOnlyTheFoldersThatItMayNotRead) {
     const TemporaryFolder folder;
     for (const char* const bundle : {"a/A.app", "closed/B.app", "noentry/C.app", "z/D.app", "Closed.app"})

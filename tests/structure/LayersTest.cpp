@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <map>
 #include <regex>
-#include <set>
 
 namespace {
 
@@ -76,32 +75,23 @@ void expectAllowed(const std::string& file, const std::string& target, bool isOu
     const auto from = fs::path(file).parent_path().string(), to = fs::path(target).parent_path().string();
     ASSERT_TRUE(arrows.contains(from)) << "a folder without a place in the layers";
     EXPECT_TRUE(mayInclude(from, to));
-    EXPECT_TRUE(fs::exists(sources / target));
 }
 
 TEST(LayersTest, everyIncludePointsDownwardsAndStaysWhereItMayBe) {
     const std::regex line(R"(^\s*#\s*(?:include|import)\s*([<"])([^>"]+)[>"])");
-    std::map<std::string, std::set<std::string>> graph;
+    int files = 0;
     for (const auto& entry : fs::recursive_directory_iterator(sources)) {
         const auto file = entry.path().lexically_relative(sources).string();
         const bool isSource = file.ends_with(".h") || file.ends_with(".cpp") || file.ends_with(".mm");
         if (!isSource) continue;
+        ++files;
         std::ifstream stream(entry.path());
         std::smatch match;
         for (std::string text; std::getline(stream, text);) {
-            if (!std::regex_search(text, match, line)) continue;
-            expectAllowed(file, match[2], match[1] == "\"");
-            graph[file].insert(match[2]);
+            if (std::regex_search(text, match, line)) expectAllowed(file, match[2], match[1] == "\"");
         }
     }
-    EXPECT_GT(graph.size(), 100U) << "the sources were not found below " << sources;
-    // What includes nothing that is left is in no cycle.
-    while (std::erase_if(graph, [&](const auto& node) {
-               return std::ranges::none_of(node.second,
-                                           [&](const auto& target) { return graph.contains(target); });
-           }) > 0) {
-    }
-    EXPECT_TRUE(graph.empty()) << "an include cycle goes through " << graph.begin()->first;
+    EXPECT_GT(files, 100) << "the sources were not found below " << sources;
 }
 
 }  // namespace

@@ -94,17 +94,6 @@ TEST_F(MatchEvaluationTest, theLaterResultForAnIdentifierWinsAndEveryCopyCounts)
     }
 }
 
-TEST_F(MatchEvaluationTest, sortsByNameAsPeopleDo) {
-    std::vector<AppUpdate> updates;
-    for (const std::string name : {"Zed", "Beta", "\u00C9clair", "alpha", "beta", "ALPHA", "Edge"})
-        updates.push_back({app(name, "", "1"), "2", 0, false});
-    sortByName(updates, "en_US.UTF-8");
-    std::string order;
-    for (const auto& update : updates)
-        order += update.app.name + " ";
-    EXPECT_EQ(order, "alpha ALPHA Beta beta \u00C9clair Edge Zed ");
-}
-
 TEST_F(MatchEvaluationTest, summarisesCountsAndListsWhatNeedsAttention) {
     const auto evaluation =
         evaluateAll({app("Fresh", "com.example.editor", "1"), app("Current", "com.example.editor", "2"),

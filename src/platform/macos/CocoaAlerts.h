@@ -1,6 +1,7 @@
 #pragma once
 
 #include <list>
+#include <memory>
 
 #include "platform/Desktop.h"
 
@@ -15,7 +16,7 @@ public:
 private:
     struct Shown;
     /// One can be shown while another is.
-    std::list<Shown*> shown;
+    std::list<std::shared_ptr<Shown>> shown;
 };
 
 }  // namespace quorvel

@@ -19,7 +19,7 @@ struct CocoaAlerts::Shown {
 void CocoaAlerts::runAlert(const std::string& messageText, const std::string& informativeText,
                            Task dismissed) {
     const Pool pool;
-    const auto same = std::ranges::find_if(shown, [&](const Shown* other) {
+    const auto same = std::ranges::find_if(shown, [&](const auto& other) {
         return other->messageText == messageText && other->informativeText == informativeText;
     });
     [NSApp activateIgnoringOtherApps:YES];
@@ -27,14 +27,15 @@ void CocoaAlerts::runAlert(const std::string& messageText, const std::string& in
         (*same)->dismissed.push_back(std::move(dismissed));
         return [[(*same)->alert.get() window] makeKeyAndOrderFront:nil];
     }
-    Shown mine{.messageText = messageText, .informativeText = informativeText, .dismissed = {}};
-    mine.dismissed.push_back(std::move(dismissed));
-    [mine.alert.get() setMessageText:cocoaText(messageText)];
-    [mine.alert.get() setInformativeText:cocoaText(informativeText)];
-    shown.push_back(&mine);
-    [mine.alert.get() runModal];
-    shown.remove(&mine);
-    for (auto& task : mine.dismissed)
+    const auto mine = std::make_shared<Shown>(
+        Shown{.messageText = messageText, .informativeText = informativeText, .dismissed = {}});
+    mine->dismissed.push_back(std::move(dismissed));
+    [mine->alert.get() setMessageText:cocoaText(messageText)];
+    [mine->alert.get() setInformativeText:cocoaText(informativeText)];
+    shown.push_back(mine);
+    [mine->alert.get() runModal];
+    shown.remove(mine);
+    for (auto& task : mine->dismissed)
         task();
 }
 

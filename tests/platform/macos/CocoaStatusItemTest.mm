@@ -1,12 +1,12 @@
 #include <algorithm>
 #include <gtest/gtest.h>
 
-#include "platform/linux/statusitem/MenuSamples.h"
 #include "platform/macos/BundleImages.h"
 #include "platform/macos/CocoaImages.h"
 #include "platform/macos/CocoaStatusBar.h"
 #import "platform/macos/Kept.h"
 #import "platform/macos/Toolkit.h"
+#include "support/StatusBarContract.h"
 
 namespace quorvel {
 namespace {
@@ -16,65 +16,44 @@ protected:
     CocoaStatusItem() {
         toolkit::start();
         item = CocoaStatusBar().makeStatusItem();
-        shown = [toolkit::statusItems() lastObject];
+        shown = toolkit::statusItem();
+    }
+
+    std::string shownMenu() const { return toolkit::outline([shown menu]); }
+    void choose(const std::string& title) const {
+        const Pool pool;
+        EXPECT_TRUE(toolkit::choose([shown menu], title));
     }
 
     std::unique_ptr<StatusItem> item;
     NSStatusItem* shown = nil;
 };
 
-TEST_F(CocoaStatusItem, drawsItsMenuAsTheValueSays) {
-    auto update = actionItem(""), off = actionItem("an error that is longer than any line of a menu is wide, "
-                                                   "and so goes on in the next one");
-    update.title = {{"A long\nname", true}};
-    update.detail = {{"1.0", true}, {" → "}, {"2.0", true}};
+INSTANTIATE_TYPED_TEST_SUITE_P(Cocoa, StatusBarContract, CocoaStatusItem);
+
+TEST_F(CocoaStatusItem, drawsSmallIconsAndAGreyLineUnderATitleThatIsNotJustLong) {
+    auto update = actionItem("A name"),
+         error = actionItem("an error that is longer than any line of a menu is wide, "
+                            "and so goes on in the next one");
+    update.detail = {{"1.0"}};
     update.image = BundleIcon{SOURCE_ROOT "/demo/system/Applications/Amberleaf.app"};
-    off.isEnabled = false;
-    item->setMenu(menuOf({update, off}));
-
+    item->setMenu(menuOf({update, error}));
     NSMenuItem* const first = [[shown menu] itemAtIndex:0];
-    EXPECT_EQ(textFrom([first title]), "A long name");
-    EXPECT_EQ(textFrom([[first attributedTitle] string]), "A long name\n1.0 → 2.0");
-    EXPECT_EQ([[first image] size].width, 16);
-    const auto look = [&](NSString* attribute, NSUInteger place) {
-        return [[first attributedTitle] attribute:attribute atIndex:place effectiveRange:nullptr];
-    };
-    EXPECT_TRUE([look(NSFontAttributeName, 11) isEqual:[NSFont menuFontOfSize:0]]);
-    EXPECT_FALSE(look(NSForegroundColorAttributeName, 11)) << "the menu's own, also while it is highlighted";
-    NSFont* const small = [NSFont systemFontOfSize:[NSFont smallSystemFontSize]];
-    EXPECT_TRUE([look(NSFontAttributeName, 12) isEqual:small]);
-    EXPECT_TRUE([look(NSForegroundColorAttributeName, 12) isEqual:[NSColor secondaryLabelColor]]);
-
     NSMenuItem* const second = [[shown menu] itemAtIndex:1];
-    EXPECT_FALSE([second isEnabled]);
-    EXPECT_EQ(textFrom([[second attributedTitle] string]),
-              "an error that is longer than any line of a menu is wide, and\nso goes on in the next one");
-}
-
-TEST_F(CocoaStatusItem, keepsTargetsExactlyAsLongAsTheirMenu) {
-    std::vector<std::weak_ptr<CountingTarget>> targets;
-    int chosen = 0;
-    const auto setMenu = [&](std::function<void()> action) {
-        const Pool pool;
-        const auto target = std::make_shared<CountingTarget>();
-        target->andThen = std::move(action);
-        targets.push_back(target);
-        item->setMenu(menuOf({submenuItem("sub", {actionItem("choose", target)})}));
+    EXPECT_EQ(textFrom([first title]), "A name");
+    EXPECT_EQ([[first image] size].width, 16);
+    const auto look = [](NSMenuItem* at, NSString* attribute, NSUInteger place) {
+        return [[at attributedTitle] attribute:attribute atIndex:place effectiveRange:nullptr];
     };
-    setMenu([&] {
-        setMenu([] {});
-        ++chosen;
-        EXPECT_FALSE(targets[0].expired()) << "it is at work";
-    });
-    {
-        const Pool pool;
-        EXPECT_TRUE(toolkit::choose([shown menu], "choose"));
+    NSFont* const small = [NSFont systemFontOfSize:[NSFont smallSystemFontSize]];
+    EXPECT_TRUE([look(first, NSFontAttributeName, 7) isEqual:small]);
+    EXPECT_TRUE([look(first, NSForegroundColorAttributeName, 7) isEqual:[NSColor secondaryLabelColor]]);
+    for (const auto& [at, place] : {std::pair<NSMenuItem*, NSUInteger>{first, 0}, {second, 80}}) {
+        EXPECT_TRUE([look(at, NSFontAttributeName, place) isEqual:[NSFont menuFontOfSize:0]]);
+        EXPECT_FALSE(look(at, NSForegroundColorAttributeName, place)) << "highlighting changes it";
     }
-    EXPECT_EQ(chosen, 1);
-    EXPECT_TRUE(targets[0].expired());
-    EXPECT_FALSE(targets[1].expired());
     item.reset();
-    EXPECT_EQ([toolkit::statusItems() count], 0U);
+    EXPECT_FALSE(toolkit::statusItem());
 }
 
 /// Half transparent pixels too, and what nobody sees.

@@ -8,121 +8,116 @@
 namespace quorvel {
 namespace {
 
-class Delegate final : public WindowDelegate {
-public:
-    void buttonPressed(const std::string& title) override { pressed.push_back(title); }
+struct Delegate final : WindowDelegate {
+    void buttonPressed(const std::string& title) override { pressed += title; }
     TableRows tableRows() override { return rows; }
 
-    std::vector<std::string> pressed;
+    std::string pressed;
     TableRows rows{{"b", "2"}, {"a\nb", "1"}};
 };
 
+const std::vector<View> views{
+    Label{{1, 2, 90, 20}, "a\nb", {FontRole::system, 11}, ColorRole::tertiaryLabel},
+    Label{{0, 0, 80, 30}, "c", {FontRole::boldSystem, 18}, ColorRole::label},
+    Label{{5, 6, 70, 22}, "d", {FontRole::system, 13}, ColorRole::secondaryLabel},
+    Button{{8, 9, 80, 24}, "Copy", Button::Style::rounded},
+    Button{{1, 3, 99, 22}, "Terms", Button::Style::link},
+    TextView{{0, 40, 200, 60}, {FontRole::monospaced, 11}, 8, "log"},
+    TableView{{4, 44, 99, 50}, 20, {}, {{"name", "App", 180}, {"version", "Version", 100}}}};
+
 class CocoaWindows : public testing::Test {
 protected:
-    CocoaWindows() { toolkit::start(); }
-
-    /// Of a window with these views, the content view's.
-    NSArray* make(std::vector<View> views, bool isResizable = true) {
-        const auto title = std::to_string(++count);
-        window = CocoaWindowServer().makeWindow({title, 300, 200, isResizable, std::move(views)}, delegate);
-        return [[toolkit::windowTitled(title) contentView] subviews];
+    CocoaWindows() {
+        toolkit::start();
+        window = CocoaWindowServer().makeWindow({"Views", 300, 200, true, views}, delegate);
+        onScreen = toolkit::windowTitled("Views");
+        shown = [[onScreen contentView] subviews];
+        text = [[shown objectAtIndex:5] documentView];
+        table = [[shown objectAtIndex:6] documentView];
     }
 
     std::shared_ptr<Delegate> delegate = std::make_shared<Delegate>();
     std::unique_ptr<Window> window;
-    int count = 0;
-    const Button rounded{{8, 9, 80, 24}, "Copy", Button::Style::rounded},
-        link{{1, 2, 100, 22}, "Terms", Button::Style::link};
-    const TextView text{{0, 40, 300, 160}, {FontRole::monospaced, 11}, 8, "log"};
-    const TableView table{{0, 44, 300, 150}, 20, {}, {{"name", "App", 180}, {"version", "Version", 100}}};
+    NSWindow* onScreen = nil;
+    NSArray* shown = nil;
+    NSTextView* text = nil;
+    NSTableView* table = nil;
 };
 
-/// The values at the key paths in `paths`, parted by bars.
-std::string valuesAt(NSString* paths, NSView* view) {
-    std::string text;
-    for (NSString* path in [paths componentsSeparatedByString:@" "])
-        text += (text.empty() ? "" : "|") + textFrom([[view valueForKeyPath:path] description]);
-    return text;
-}
-
 TEST_F(CocoaWindows, haveTheViewsOfTheirValue) {
-    const auto name = [](NSFont* font) { return textFrom([font fontName]); };
-    const auto plain = name([NSFont systemFontOfSize:13]), bold = name([NSFont boldSystemFontOfSize:13]),
-               fixed = name([NSFont userFixedPitchFontOfSize:13]);
-    NSString* const ofLabels =
-        @"frame stringValue font.fontName font.pointSize textColor.colorNameComponent alignment editable";
-    NSString* const ofButtons = @"frame bezelStyle bordered title";
-    NSString* const ofScrolls =
-        @"frame autoresizingMask borderType hasHorizontalScroller autohidesScrollers documentView.";
     const struct {
-        View view;
-        NSString* paths;
+        NSRange places;
+        NSString* path;
         std::string values;
     } rows[] = {
-        {Label{{1, 2, 90, 20}, "a\nb", {FontRole::system, 11}, ColorRole::tertiaryLabel}, ofLabels,
-         "{x = 1; y = 2; width = 90; height = 20}|a b|" + plain + "|11|tertiaryLabelColor|2|0"},
-        {Label{{0, 0, 80, 30}, "c", {FontRole::boldSystem, 18}, ColorRole::label}, ofLabels,
-         "{x = 0; y = 0; width = 80; height = 30}|c|" + bold + "|18|labelColor|2|0"},
-        {Label{{5, 6, 70, 22}, "d", {FontRole::system, 13}, ColorRole::secondaryLabel}, ofLabels,
-         "{x = 5; y = 6; width = 70; height = 22}|d|" + plain + "|13|secondaryLabelColor|2|0"},
-        {rounded, ofButtons, "{x = 8; y = 9; width = 80; height = 24}|1|1|Copy"},
-        {link, @"frame bezelStyle bordered attributedTitle",
-         "{x = 1; y = 2; width = 100; height = 22}|15|0|Terms{NSColor = \"0 0 1\"; NSUnderline = 1; }"},
-        {text,
-         [ofScrolls stringByAppendingString:@"string documentView.font.fontName documentView.font.pointSize "
-                                            @"documentView.textContainerInset documentView.autoresizingMask "
-                                            @"documentView.editable documentView.selectable"],
-         "{x = 0; y = 40; width = 300; height = 160}|18|0|0|1|log|" + fixed + "|11|{x = 8; y = 8}|2|0|1"},
-        {table,
-         [ofScrolls stringByAppendingString:@"rowHeight documentView.tableColumns.width "
-                                            @"documentView.tableColumns.headerCell.stringValue"],
-         "{x = 0; y = 44; width = 300; height = 150}|18|2|0|1|20|(180, 116)|(App, Version)"}};
-    for (const auto& [value, paths, values] : rows) {
-        NSView* const view = [make({value}, false) objectAtIndex:0];
-        EXPECT_EQ([[view window] styleMask], 3U);
-        EXPECT_EQ(valuesAt(paths, view), values);
+        {{0, 3}, @"stringValue", "(\"a b\", c, d)"},
+        {{0, 3}, @"textColor.colorNameComponent", "(tertiaryLabelColor, labelColor, secondaryLabelColor)"},
+        {{3, 2}, @"bordered", "(1, 0)"},
+        {{3, 1}, @"title", "(Copy)"},
+        {{4, 1}, @"attributedTitle", R"(("Terms{NSColor = \"0 0 1\"; NSUnderline = 1; }"))"},
+        {{5, 1}, @"documentView.string", "(log)"},
+        {{5, 1}, @"documentView.editable", "(0)"},
+        {{6, 1}, @"documentView.rowHeight", "(20)"},
+        {{6, 1}, @"documentView.tableColumns.headerCell.stringValue", "((App, Version))"},
+    };
+    const auto frame = [&](std::size_t place) {
+        const NSRect rect = [[shown objectAtIndex:place] frame];
+        return Frame{rect.origin.x, rect.origin.y, rect.size.width, rect.size.height};
+    };
+    for (const auto& [places, path, values] : rows) {
+        NSArray* const found = [[shown subarrayWithRange:places] valueForKeyPath:path];
+        EXPECT_EQ(textFrom([found description]), values) << textFrom(path);
     }
+    NSArray* const fonts =
+        @[ [NSFont systemFontOfSize:11], [NSFont boldSystemFontOfSize:18], [NSFont systemFontOfSize:13] ];
+    EXPECT_TRUE([[[shown subarrayWithRange:NSMakeRange(0, 3)] valueForKey:@"font"] isEqual:fonts]);
+    EXPECT_TRUE([[text font] isEqual:[NSFont userFixedPitchFontOfSize:11]]);
+    for (std::size_t place = 0; place < views.size(); ++place)
+        EXPECT_EQ(frame(place), std::visit([](const auto& some) { return some.frame; }, views[place]))
+            << place;
+    [onScreen setContentSize:NSMakeSize(310, 220)];
+    EXPECT_EQ(frame(3), (Frame{8, 9, 80, 24}));
+    EXPECT_EQ(frame(5), (Frame{0, 40, 210, 80}));
+    EXPECT_EQ(frame(6), (Frame{4, 44, 109, 70}));
+    EXPECT_EQ([onScreen styleMask], 11U);
+    const auto fixed = CocoaWindowServer().makeWindow({"Fixed", 300, 200, false, {}}, delegate);
+    EXPECT_EQ([toolkit::windowTitled("Fixed") styleMask], 3U);
 }
 
-TEST_F(CocoaWindows, tellTheirDelegateOfButtonsAsLongAsItLives) {
-    NSArray* const buttons = make({rounded, link});
-    EXPECT_EQ([[[buttons lastObject] window] styleMask], 11U);
-    for (NSButton* button in buttons)
-        toolkit::press(button);
-    EXPECT_EQ(delegate->pressed, (std::vector<std::string>{"Copy", "Terms"}));
-    delegate.reset();
-    toolkit::press([buttons lastObject]);
-}
+/// Of its controller and its user.
+TEST_F(CocoaWindows, followThoseWhoUseThem) {
+    for (const char* title : {"Copy", "Terms"})
+        EXPECT_TRUE(toolkit::press(title, onScreen));
+    EXPECT_EQ(delegate->pressed, "CopyTerms");
 
-TEST_F(CocoaWindows, replaceTheWholeTextUnlessItIsTheSame) {
-    NSTextView* const view = [[make({text}) lastObject] documentView];
-    [view setSelectedRange:NSMakeRange(1, 2)];
+    [text setSelectedRange:NSMakeRange(1, 2)];
     window->setText("log");
-    EXPECT_EQ([view selectedRange].length, 2U);
+    EXPECT_EQ([text selectedRange].length, 2U) << "it is the same text";
     window->setText("a\nb");
-    EXPECT_EQ(textFrom([view string]), "a\nb");
-}
+    EXPECT_EQ(textFrom([text string]), "a\nb");
 
-TEST_F(CocoaWindows, askForTheRowsOfATableAnewWheneverItIsShown) {
-    NSTableView* const shown = [[make({table}) lastObject] documentView];
     const auto cell = [&](NSInteger row, NSUInteger column) {
-        return textFrom([[shown dataSource] tableView:shown
-                            objectValueForTableColumn:[[shown tableColumns] objectAtIndex:column]
+        return textFrom([[table dataSource] tableView:table
+                            objectValueForTableColumn:[[table tableColumns] objectAtIndex:column]
                                                   row:row]);
     };
-    EXPECT_EQ([shown numberOfRows], 2);
     EXPECT_EQ(cell(1, 0) + cell(0, 1), "a b2");
     delegate->rows.resize(1);
     EXPECT_EQ(cell(1, 0), "") << "of a row that is no more there";
     // Its height is that of the rows it knows of.
     delegate->rows.resize(20);
     window->reloadTable();
-    EXPECT_GE(NSHeight([shown frame]), 400);
+    EXPECT_GE(NSHeight([table frame]), 400);
     delegate->rows.resize(30);
     window->show();
-    EXPECT_GE(NSHeight([shown frame]), 600);
-    NSWindow* const onScreen = [shown window];
+    EXPECT_GE(NSHeight([table frame]), 600);
+
+    [onScreen performClose:nil];
+    EXPECT_FALSE([onScreen isVisible]);
+    window->show();
     EXPECT_TRUE([onScreen isVisible]);
+    delegate.reset();
+    toolkit::press("Copy", onScreen);
     window.reset();
     EXPECT_FALSE([onScreen isVisible]);
 }
@@ -132,11 +127,10 @@ TEST(CocoaAlerts, oneAlertShowsTheSameTextsAndIsDismissedForAll) {
     CocoaAlerts alerts;
     MainQueue user;
     std::string dismissed;
-    const auto pressOK = [] { toolkit::press(toolkit::buttonTitled("OK", [NSApp modalWindow])); };
+    const auto pressOK = [] { toolkit::press("OK", [NSApp modalWindow]); };
     user.post([&] {
         alerts.runAlert("Same.", "more", [&] { dismissed += "a"; });
         dismissed += "!";
-        toolkit::stop();
     });
     user.post([&] {
         alerts.runAlert("Same.", "more", [&] { dismissed += "b"; });
@@ -145,8 +139,7 @@ TEST(CocoaAlerts, oneAlertShowsTheSameTextsAndIsDismissedForAll) {
         alerts.runAlert("Same.", "other", [&] { dismissed += "c"; });
         pressOK();
     });
-    [NSApp run];
-    EXPECT_EQ(dismissed, "cab!");
+    toolkit::runUntil([&] { return dismissed.ends_with("!"); });
     user.post(pressOK);
     alerts.runAlert("Same.", "more", [&] { dismissed += "d"; });
     EXPECT_EQ(dismissed, "cab!d");

@@ -4,6 +4,7 @@
 /// What is declared here is defined in GnustepStandIns.mm.
 #import <AppKit/AppKit.h>
 
+#define linkColor blueColor
 #define NSBezelStyleRounded NSRoundedBezelStyle
 #define NSBezelStyleInline static_cast<NSBezelStyle>(15)
 #define NSBitmapFormatAlphaNonpremultiplied NSAlphaNonpremultipliedBitmapFormat
@@ -15,10 +16,6 @@ struct NSOperatingSystemVersion {
 
 @interface NSProcessInfo (QVNames)
 - (NSOperatingSystemVersion)operatingSystemVersion;
-@end
-
-@interface NSColor (QVNames)
-+ (NSColor*)linkColor;
 @end
 
 @interface NSFont (QVNames)

@@ -3,25 +3,12 @@
 #import <AppKit/AppKit.h>
 #include <set>
 
+#import "platform/macos/Kept.h"
 #import "platform/macos/Toolkit.h"
 
-namespace {
-
-std::set<const NSImage*> templates;
-NSString* pasteboardText = @"of another program";
-
-NSMutableArray* itemsOfTheBar() {
-    static NSMutableArray* const items = [[NSMutableArray alloc] init];
-    return items;
-}
-
-}  // namespace
-
-@implementation NSColor (QVNames)
-+ (NSColor*)linkColor {
-    return [NSColor blueColor];
-}
-@end
+static std::set<const NSImage*> templates;
+static NSString* pasteboardText = @"of another program";
+static quorvel::Kept<NSButton> itemOfTheBar;
 
 @implementation NSFont (QVNames)
 + (NSFont*)monospacedSystemFontOfSize:(CGFloat)size weight:(CGFloat)weight {
@@ -31,7 +18,7 @@ NSMutableArray* itemsOfTheBar() {
 
 @implementation NSImage (QVNames)
 - (void)setTemplate:(BOOL)isTemplate {
-    isTemplate ? static_cast<void>(templates.insert(self)) : static_cast<void>(templates.erase(self));
+    if (isTemplate) templates.insert(self);
 }
 - (BOOL)isTemplate {
     return templates.contains(self);
@@ -45,7 +32,6 @@ NSMutableArray* itemsOfTheBar() {
 + (NSButton*)buttonWithTitle:(NSString*)title target:(id)target action:(SEL)action {
     NSButton* const button = [[[NSButton alloc] init] autorelease];
     [button setTitle:title];
-    [button setButtonType:NSMomentaryPushInButton];
     [button setTarget:target];
     [button setAction:action];
     return button;
@@ -56,10 +42,6 @@ NSMutableArray* itemsOfTheBar() {
 + (NSTextField*)labelWithString:(NSString*)text {
     NSTextField* const label = [[[NSTextField alloc] init] autorelease];
     [label setStringValue:text];
-    [label setEditable:NO];
-    [label setSelectable:NO];
-    [label setBezeled:NO];
-    [label setDrawsBackground:NO];
     return label;
 }
 @end
@@ -107,39 +89,10 @@ NSMutableArray* itemsOfTheBar() {
 }
 @end
 
-@interface QVStatusItem : NSObject {
-    NSButton* button;
-    NSMenu* menu;
-}
-@end
-
-@implementation QVStatusItem
-- (id)init {
-    if ((self = [super init]) != nil) button = [[NSButton alloc] init];
-    return self;
-}
-- (void)dealloc {
-    [button release];
-    [menu release];
-    [super dealloc];
-}
+/// A button is the item of the bar, and has its menu.
+@implementation NSButton (QVStandIn)
 - (NSButton*)button {
-    return button;
-}
-- (NSMenu*)menu {
-    return menu;
-}
-- (void)setMenu:(NSMenu*)newMenu {
-    [newMenu retain];
-    [menu release];
-    menu = newMenu;
-}
-@end
-
-/// Would start such a program too.
-@implementation NSDistributedNotificationCenter (QVStandIn)
-+ (id)defaultCenter {
-    return nil;
+    return self;
 }
 @end
 
@@ -149,29 +102,31 @@ NSMutableArray* itemsOfTheBar() {
     return bar;
 }
 - (NSStatusItem*)statusItemWithLength:(CGFloat)length {
-    const id item = [[[QVStatusItem alloc] init] autorelease];
-    if (length == NSSquareStatusItemLength) [itemsOfTheBar() addObject:item];
-    return item;
+    if (length == NSSquareStatusItemLength) itemOfTheBar = quorvel::Kept([[NSButton alloc] init]);
+    return quorvel::toolkit::statusItem();
 }
 - (void)removeStatusItem:(NSStatusItem*)item {
-    [itemsOfTheBar() removeObjectIdenticalTo:item];
+    itemOfTheBar = {};
+}
+@end
+
+NSStatusItem* quorvel::toolkit::statusItem() {
+    return static_cast<id>(itemOfTheBar.get());
+}
+
+/// Would start such a program too.
+@implementation NSDistributedNotificationCenter (QVStandIn)
++ (id)defaultCenter {
+    return nil;
 }
 @end
 
 @implementation NSWorkspace (QVStandIn)
 - (BOOL)openURL:(NSURL*)url {
-    quorvel::toolkit::asked().push_back(std::string("open ") + [[url absoluteString] UTF8String]);
-    return YES;
-}
-- (BOOL)selectFile:(NSString*)file inFileViewerRootedAtPath:(NSString*)root {
-    quorvel::toolkit::asked().push_back(std::string("select ") + [file UTF8String] + [root UTF8String]);
+    quorvel::toolkit::openedURLs().push_back([[url absoluteString] UTF8String]);
     return YES;
 }
 @end
-
-NSArray* quorvel::toolkit::statusItems() {
-    return itemsOfTheBar();
-}
 
 /// The free toolkit keeps much to its end.
 extern "C" const char* __lsan_default_suppressions() {

@@ -17,15 +17,10 @@ public:
         queue.postAfter(delay, std::move(task));
     }
     void run() {
-        if (!isQuitting) [NSApp run];
+        toolkit::runUntil([this] { return isQuitting.load(); });
         isQuitting = false;
     }
-    void quit() {
-        isQuitting = true;
-        post([this] {
-            if (isQuitting) toolkit::stop();
-        });
-    }
+    void quit() { isQuitting = true; }
 
     MainQueue queue;
 

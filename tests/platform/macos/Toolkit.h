@@ -12,15 +12,13 @@ namespace quorvel::toolkit {
 
 /// Connects to a display of the test's own; the first call of a process counts.
 void start();
-/// Ends the application's loop.
-void stop();
-/// From inside the loop: serves it until `condition` holds.
+/// Serves the application's loop until `condition` holds.
 void runUntil(const std::function<bool()>& condition);
 
-/// What the status bar shows, in the order of coming.
-NSArray* statusItems();
-/// What the workspace was asked.
-std::vector<std::string>& asked();
+/// What the status bar shows; nil for nothing.
+NSStatusItem* statusItem();
+/// What the workspace was asked to open.
+std::vector<std::string>& openedURLs();
 
 /// The menu as text, an item a line, submenus indented: "(on) " before a check mark, "!" before what is
 /// disabled, " *" after what has an icon, the second line of a title after " | ", a key after " ^".
@@ -30,12 +28,7 @@ bool choose(NSMenu* menu, const std::string& title);
 
 /// Nil when there is none.
 NSWindow* windowTitled(const std::string& title);
-/// The button with that title; nil when there is none.
-NSButton* buttonTitled(const std::string& title, NSWindow* window);
-/// The user's press of it, and one with the pointer, which begins when this has returned.
-void press(NSButton* button);
-void click(NSButton* button);
-/// How many colours the window has on the screen.
-int coloursOf(NSWindow* window);
+/// The user's press of the button with that title; false when there is none.
+bool press(const std::string& title, NSWindow* window);
 
 }  // namespace quorvel::toolkit

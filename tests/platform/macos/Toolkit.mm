@@ -1,8 +1,6 @@
 #import "platform/macos/Toolkit.h"
 
-#include <cmath>
 #include <cstdlib>
-#include <list>
 
 #import "platform/macos/Kept.h"
 #include "support/Process.h"
@@ -26,29 +24,6 @@ void start() {
     (void)pool;
 }
 
-/// A loop looks only after an event whether it is to end, and in a timer only once another timer has fired.
-static void wakeLoop() {
-    [NSApp postEvent:[NSEvent otherEventWithType:NSApplicationDefined
-                                        location:NSZeroPoint
-                                   modifierFlags:0
-                                       timestamp:0
-                                    windowNumber:0
-                                         context:nil
-                                         subtype:0
-                                           data1:0
-                                           data2:0]
-             atStart:YES];
-    [NSApp performSelector:@selector(description)
-                withObject:nil
-                afterDelay:0
-                   inModes:[NSArray arrayWithObjects:NSDefaultRunLoopMode, NSModalPanelRunLoopMode, nil]];
-}
-
-void stop() {
-    [NSApp stop:nil];
-    wakeLoop();
-}
-
 void runUntil(const std::function<bool()>& condition) {
     while (!condition()) {
         const Pool pool;
@@ -61,9 +36,9 @@ void runUntil(const std::function<bool()>& condition) {
     }
 }
 
-std::vector<std::string>& asked() {
-    static std::vector<std::string> words;
-    return words;
+std::vector<std::string>& openedURLs() {
+    static std::vector<std::string> urls;
+    return urls;
 }
 
 std::string outline(NSMenu* menu, const std::string& indent) {
@@ -100,62 +75,21 @@ NSWindow* windowTitled(const std::string& title) {
     return nil;
 }
 
-static NSButton* buttonIn(NSView* view, const std::string& title) {
-    for (NSView* below in [view subviews]) {
-        if ([below isKindOfClass:[NSButton class]] &&
-            textFrom([static_cast<NSButton*>(below) title]) == title)
-            return static_cast<NSButton*>(below);
-        if (NSButton* const found = buttonIn(below, title)) return found;
+bool press(const std::string& title, NSWindow* window) {
+    for (NSView* view in [[window contentView] subviews]) {
+        if (![view isKindOfClass:[NSButton class]]) continue;
+        NSButton* const button = static_cast<NSButton*>(view);
+        if (textFrom([button title]) != title) continue;
+        [button performClick:nil];
+        // Loops end only with an event, and in a timer only once another timer has fired.
+        [NSApp postEvent:[[[NSEvent alloc] init] autorelease] atStart:YES];
+        [NSApp performSelector:@selector(description)
+                    withObject:nil
+                    afterDelay:0
+                       inModes:@[ NSDefaultRunLoopMode, NSModalPanelRunLoopMode ]];
+        return true;
     }
-    return nil;
-}
-
-NSButton* buttonTitled(const std::string& title, NSWindow* window) {
-    return buttonIn([window contentView], title);
-}
-
-void press(NSButton* button) {
-    [button performClick:nil];
-    wakeLoop();
-}
-
-namespace {
-
-/// In pixels from the upper left corner of the screen.
-NSRect onScreen(NSWindow* window, NSRect rect) {
-    rect.origin = [window convertBaseToScreen:rect.origin];
-    rect.origin.y = NSMaxY([[window screen] frame]) - NSMaxY(rect);
-    return rect;
-}
-
-std::string number(CGFloat value) {
-    return std::to_string(std::lround(value));
-}
-
-}  // namespace
-
-void click(NSButton* button) {
-    const NSRect place = onScreen([button window], [button convertRect:[button bounds] toView:nil]);
-    static std::list<Process> pointers;
-    // The toolkit looks for the release of the button only some time after its press.
-    pointers.emplace_back(std::vector<std::string>{"/usr/bin/env", "xdotool", "mousemove",
-                                                   number(NSMidX(place)), number(NSMidY(place)), "mousedown",
-                                                   "1", "sleep", "0.15", "mouseup", "1"});
-}
-
-int coloursOf(NSWindow* window) {
-    const NSRect place = onScreen(window, [[window contentView] frame]);
-    const std::string size = number(NSWidth(place)) + "x" + number(NSHeight(place)) + "+" +
-                             number(NSMinX(place)) + "+" + number(NSMinY(place));
-    const auto picture = [&](std::vector<std::string> words) {
-        words.insert(words.begin(), {"import", "-silent", "-window", "root", "-crop", size});
-        return quorvel::run(std::move(words)).output;
-    };
-    const int count = std::stoi(picture({"-format", "%k", "info:-"}));
-    // For whoever changes a window and looks at it.
-    if (const char* const folder = std::getenv("QUORVEL_PICTURES"); folder != nullptr && count > 1)
-        picture({std::string(folder) + "/" + textFrom([window title]) + ".png"});
-    return count;
+    return false;
 }
 
 }  // namespace quorvel::toolkit

@@ -3,10 +3,10 @@
 
 #include "platform/linux/statusitem/FakeTrayItem.h"
 #include "platform/linux/statusitem/MenuLayout.h"
-#include "platform/linux/statusitem/MenuSamples.h"
 #include "platform/linux/statusitem/StatusNotifierItem.h"
 #include "support/BusFixture.h"
 #include "support/FakeIcons.h"
+#include "support/StatusBarContract.h"
 
 namespace quorvel {
 namespace {
@@ -66,6 +66,45 @@ protected:
     /// By which the panel calls the item.
     std::string name;
 };
+
+/// As a panel shows what it has read; "(on) " and the others are of the contract.
+std::string outline(const ShownItem& menu, const std::string& indent = "") {
+    std::string text;
+    for (const auto& item : menu.children) {
+        const auto has = [&](const std::string& name, const std::string& value) {
+            const auto property = item.properties.find(name);
+            return property != item.properties.end() && property->second == value;
+        };
+        EXPECT_EQ(has("children-display", "submenu"), !item.children.empty());
+        std::string line = has("type", "separator") ? "---" : item.properties.at("label");
+        if (const auto end = line.find('\n'); end != std::string::npos) line.replace(end, 1, " | ");
+        text += indent + (has("enabled", "false") ? "!" : "") +
+                (has("toggle-type", "checkmark") && has("toggle-state", "1") ? "(on) " : "") + line +
+                (item.properties.contains("icon-data") ? " *" : "") +
+                (has("shortcut", "[[Control q]]") ? " ^q" : "") + "\n" + outline(item, indent + "  ");
+    }
+    return text;
+}
+
+class StatusNotifierItemInAPanel : public StatusNotifierItemTest {
+protected:
+    void SetUp() override {
+        StatusNotifierItemTest::SetUp();
+        start();
+    }
+    /// A doubled underscore is shown as one.
+    std::string shownMenu() {
+        auto text = outline(panel->menu(name));
+        text.replace(text.find("__"), 2, "_");
+        return text;
+    }
+    void choose(const std::string& title) {
+        EXPECT_TRUE(panel->click(name, panel->menu(name).named(title).id));
+        runWhatIsReady(queue);
+    }
+};
+
+INSTANTIATE_TYPED_TEST_SUITE_P(Panel, StatusBarContract, StatusNotifierItemInAPanel);
 
 TEST_F(StatusNotifierItemTest, registersOnceWithEachWatcherThatIsThereOrComes) {
     start();
@@ -151,16 +190,20 @@ TEST_F(StatusNotifierItemTest, staysUsableWhenTheBusIsLost) {
         ++turns;
     EXPECT_LT(turns, 100);
     EXPECT_EQ(lost, 1);
-    makeItem(bus);
-    useAll();
+    for (const bool mayHaveTray : {false, true}) {
+        makeItem(bus, mayHaveTray);
+        useAll();
+        runWhatIsReady(queue);
+        EXPECT_EQ(tray->image.themeName + tray->toolTip + displayTitle(tray->menu->items.at(0)), "qQuorvela");
+        EXPECT_EQ(tray->hides, mayHaveTray ? 1 : 0) << "whether the search for a tray has begun";
+    }
 }
 
-TEST_F(StatusNotifierItemTest, saysPlainlyThatThereIsNoBusAndLetsTheProgramGoOn) {
-    struct Row {
+TEST_F(StatusNotifierItemTest, saysPlainlyThatThereIsNoBus) {
+    const struct {
         const char* address;
         const char* expected;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {nullptr, "There is no session bus: neither DBUS_SESSION_BUS_ADDRESS nor XDG_RUNTIME_DIR is set."},
         {"unix:path=/nonexistent/bus",
          "Could not reach the session bus at unix:path=/nonexistent/bus: No such file or directory."},
@@ -168,56 +211,8 @@ TEST_F(StatusNotifierItemTest, saysPlainlyThatThereIsNoBusAndLetsTheProgramGoOn)
     unsetenv("XDG_RUNTIME_DIR");
     for (const auto& [address, expected] : rows) {
         address ? setenv("DBUS_SESSION_BUS_ADDRESS", address, 1) : unsetenv("DBUS_SESSION_BUS_ADDRESS");
-        SessionBus none(queue);
-        const auto connected = none.connect();
-        ASSERT_FALSE(connected);
-        EXPECT_EQ(connected.error(), expected);
-        for (const bool mayHaveTray : {false, true}) {
-            makeItem(none, mayHaveTray);
-            useAll();
-            bool isLater = false;
-            queue.post([&] { isLater = true; });
-            EXPECT_TRUE(runUntil(queue, [&] { return isLater; }));
-            EXPECT_EQ(tray->image.themeName + tray->toolTip + displayTitle(tray->menu->items.at(0)),
-                      "qQuorvela");
-            EXPECT_EQ(tray->hides, mayHaveTray ? 1 : 0) << "whether the search for a tray has begun";
-            item.reset();
-        }
+        EXPECT_EQ(SessionBus(queue).connect().error(), expected);
     }
-}
-
-TEST_F(StatusNotifierItemTest, sendsEveryItemAsItReadsAndKeepsNothingOfTheMenuBefore) {
-    start();
-    auto target = std::make_shared<CountingTarget>();
-    const std::weak_ptr<CountingTarget> before = target;
-    item->setMenu(menuOf({actionItem("before", std::exchange(target, nullptr))}));
-    auto quit = actionItem("Quit");
-    quit.keyEquivalent = "q";
-    auto checked = actionItem("Color Icon");
-    checked.state = MenuItem::State::on;
-    auto unchecked = actionItem("Open at Login");
-    unchecked.state = MenuItem::State::off;
-    auto update = submenuItem("Up_date\t", {submenuItem("Open", {actionItem("App Page")})});
-    update.image = BundleIcon{"/A.app"};
-    auto disabled = MenuItem{};
-    disabled.title = {{"No Updates Available"}};
-    disabled.isEnabled = false;
-    item->setMenu(menuOf({MenuItem::separator(), quit, checked, unchecked, update, disabled}));
-    tray->menu.reset();
-    EXPECT_TRUE(before.expired());
-    EXPECT_EQ(onMenu("GetLayout", "iias", 0, -1, 0),
-              "2 (0 [children-display=submenu] [(2 [type=separator] []) (3 [label=Quit "
-              "shortcut=[[Control q]]] []) (4 [label=Color Icon toggle-type=checkmark toggle-state=1] []) "
-              "(5 [label=Open at Login toggle-type=checkmark toggle-state=0] []) (6 [label=Up__date  "
-              "children-display=submenu icon-data=" +
-                  std::to_string(MenuLayout::genericIcon().size()) +
-                  " bytes] [(8 [label=Open children-display=submenu] [(9 [label=App Page] [])])]) "
-                  "(7 [label=No Updates Available enabled=false] [])])");
-    EXPECT_EQ(panel->layoutUpdates, (std::vector<std::uint32_t>{1, 2}));
-    EXPECT_EQ(panel->signals, Texts{});
-    // No deeper, and no more of each, than was asked for.
-    EXPECT_EQ(onMenu("GetLayout", "iias", 6, 0, 1, "label"), "2 (6 [label=Up__date ] [])");
-    EXPECT_EQ(onMenu("GetLayout", "iias", 6, 1, 1, "label"), "2 (6 [label=Up__date ] [(8 [label=Open] [])])");
 }
 
 TEST_F(StatusNotifierItemTest, picturesThatComeLaterAreOneSignal) {
@@ -242,46 +237,23 @@ TEST_F(StatusNotifierItemTest, picturesThatComeLaterAreOneSignal) {
     icons.come({{"/B.app", {}}});
 }
 
-/// Choosing "Color Icon" brings a new menu while the action of the old one still runs.
-TEST_F(StatusNotifierItemTest, runsAChosenItemsActionAfterTheTokenForItAndWhileItReplacesTheMenu) {
-    start();
-    std::weak_ptr<CountingTarget> chosen;
-    const auto noting = [&](const char* title) {
-        auto target = std::make_shared<CountingTarget>();
-        chosen = target;
-        target->andThen = [this, title, weak = chosen] {
-            item->setMenu(menuOf({actionItem("new")}));
-            happened.push_back(weak.expired() ? "the target is gone" : title);
-        };
-        return actionItem(title, std::move(target));
-    };
-    item->setMenu(menuOf({noting("other"), submenuItem("sub", {noting("it")})}));
-    const auto root = panel->menu(name);
-    EXPECT_TRUE(panel->click(name, root.named("other").id, "hovered"));
-    EXPECT_TRUE(panel->click(name, root.named("other").id, "opened"));
-    EXPECT_TRUE(panel->click(name, root.named("sub").id));
-    panel->call(name, "/StatusNotifierItem", "org.kde.StatusNotifierItem", "ProvideXdgActivationToken", "s",
-                "token");
-    EXPECT_TRUE(panel->click(name, root.named("it").id));
-    EXPECT_TRUE(runUntil(queue, [&] { return !happened.empty() && happened.back() != "token"; }));
-    EXPECT_EQ(happened, (Texts{"token", "it"}));
-    EXPECT_TRUE(chosen.expired());
-    EXPECT_TRUE(panel->menu(name).has("new"));
-}
-
 TEST_F(StatusNotifierItemTest, answersTheCallsForItemsThatAreThereAndForStaleOnes) {
     start();
     const auto target = std::make_shared<CountingTarget>();
+    target->andThen = [this] { happened.push_back("chosen"); };
     item->setMenu(menuOf({actionItem("gone")}));
     item->setMenu(menuOf({actionItem("a", target), MenuItem::separator()}));
     constexpr int stale = 1, id = 2;
     const auto label = "[(2 [label=a])]";
     const std::string invalid = SD_BUS_ERROR_INVALID_ARGS;
     EXPECT_EQ(onMenu("Event", "isvu", stale, "clicked", "s", "", 0U), invalid);
+    panel->call(name, "/StatusNotifierItem", "org.kde.StatusNotifierItem", "ProvideXdgActivationToken", "s",
+                "token");
     EXPECT_EQ(onMenu("EventGroup", "a(isvu)", 3, id, "clicked", "s", "", 0U, stale, "clicked", "i", 7, 0U, id,
                      "opened", "s", "", 0U),
               "[1]");
-    EXPECT_TRUE(runUntil(queue, [&] { return target->count > 0; }));
+    ASSERT_TRUE(runUntil(queue, [&] { return happened.size() > 1; }));
+    EXPECT_EQ(happened, (Texts{"token", "chosen"}));
     EXPECT_EQ(onMenu("AboutToShow", "i", id), "false") << "nothing is filled in on showing";
     EXPECT_EQ(onMenu("AboutToShow", "i", stale), invalid);
     EXPECT_EQ(onMenu("AboutToShowGroup", "ai", 3, 0, stale, id), "[] [1]");
@@ -292,6 +264,11 @@ TEST_F(StatusNotifierItemTest, answersTheCallsForItemsThatAreThereAndForStaleOne
     EXPECT_EQ(onMenu("GetProperty", "is", id, "enabled"), invalid) << "it has its default value";
     EXPECT_EQ(onMenu("GetProperty", "is", stale, "label"), invalid);
     EXPECT_EQ(onMenu("GetLayout", "iias", stale, -1, 0), invalid);
+    // No deeper, and no more of each, than was asked for.
+    item->setMenu(menuOf({submenuItem("a", {submenuItem("b", {actionItem("c")})})}));
+    EXPECT_EQ(onMenu("GetLayout", "iias", 4, 0, 1, "label"), "3 (4 [label=a] [])");
+    EXPECT_EQ(onMenu("GetLayout", "iias", 4, 1, 1, "label"), "3 (4 [label=a] [(5 [label=b] [])])");
+    EXPECT_EQ(panel->layoutUpdates, (std::vector<std::uint32_t>{1, 2, 3}));
     EXPECT_EQ(target->count, 1);
 }
 
@@ -318,27 +295,13 @@ TEST_F(StatusNotifierWatcherTest, reportsEachChangeOfTheHostsOnce) {
     EXPECT_TRUE(reports({false, true, false, true}));
     panel->leave();
     EXPECT_TRUE(reports({false, true, false, true, false}));
+    // A watcher that does not know the question hosts its items itself.
+    panel->forgetObjects();
+    panel->come();
+    EXPECT_TRUE(reports({false, true, false, true, false, true}));
     SessionBus none(queue);
     const StatusNotifierWatcher nobody(none, report);
-    EXPECT_TRUE(reports({false, true, false, true, false, false}));
-}
-
-TEST_F(StatusNotifierWatcherTest, anAnswerDoesNotCountWhenItsWatcherHasGone) {
-    const StatusNotifierWatcher watcher(bus, report);
-    EXPECT_TRUE(reports({false}));
-    panel->leavesWhenAsked = true;
-    panel->come();
-    ASSERT_TRUE(runUntil(queue, [&] { return !panel->leavesWhenAsked; }));
-    makeItem(bus);
-    settle();
-    EXPECT_EQ(reported, std::vector{false});
-}
-
-TEST_F(StatusNotifierWatcherTest, oneThatDoesNotKnowTheQuestionHostsItsItemsItself) {
-    panel->come();
-    panel->forgetObjects();
-    const StatusNotifierWatcher watcher(bus, report);
-    EXPECT_TRUE(reports({true}));
+    EXPECT_TRUE(reports({false, true, false, true, false, true, false}));
 }
 
 }  // namespace

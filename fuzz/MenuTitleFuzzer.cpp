@@ -79,8 +79,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         version{std::string(fuzz::takeUpTo("|", rest)), true}, latest{std::string(rest), true};
     item.title = {name, {" ("}, version, {" → "}, latest, {")"}};
     checkTitle(item, 1);
-    item.title = {{"Report "}, name, {" Issue"}};
-    checkTitle(item, 1);
     item.title = {name};
     item.detail = {version, {" → "}, latest};
     checkTitle(item, 2);

@@ -30,8 +30,8 @@ void expectOrders(const std::vector<VersionCase>& cases) {
 TEST(VersionComparator, ordersComponentsByTheirNumbersThenByTheirSuffixes) {
     expectOrders({
         {"1.2.1", "1.2", Order::newer},
-        {"1.2", "1.2.0.0", Order::equal},
         {"1.10", "1.9", Order::newer},
+        {"1.2", "1.2.0.0", Order::equal},
         {"007", "7", Order::equal},
         {".1..2.", "1.2", Order::equal},
         // A suffix marks a pre-release and is text, in lower case: "_" stands between upper and lower case.
@@ -41,7 +41,6 @@ TEST(VersionComparator, ordersComponentsByTheirNumbersThenByTheirSuffixes) {
         {"1.0_", "1.0A", Order::older},
         {"1.0b\0x"s, "1.0b"s, Order::newer},
         {"1.0-2", "1.0", Order::older},
-        {"1.1b", "1.0", Order::newer},
         // A text without a number before it counts as 0.
         {"1.0.beta1", "1.0.alpha", Order::equal},
         {"r5", "0.0", Order::equal},
@@ -57,7 +56,6 @@ TEST(VersionComparator, comparesNumbersBeyond64BitsByLengthThenDigits) {
     const std::string zeros(24, '0');
     expectOrders({
         {"99999999999999999999", "99999999999999999998", Order::newer},
-        {"9223372036854775808", largest, Order::newer},
         {"999999999999999999", "1000000000000000000", Order::older},
         {zeros + largest, largest, Order::equal},
         {zeros + "9223372036854775808", "9223372036854775808", Order::newer},
@@ -89,7 +87,6 @@ TEST(VersionComparator, readsAClosingNumberInParenthesesAsAComponent) {
         {"1.0 \r\n(12)\r\n", "1.0.12", Order::equal},
         {"1.0\v(12)\f", "1.0.12", Order::equal},
         {"v(12)", "12", Order::equal},
-        {"1. (2)", "1.2", Order::equal},
         {"1.0 (12)(3)", "1.0.3", Order::older},  // "0 (12)" keeps its tail, and the 3 comes after it
         {"1.0 (12)+45", "1.0", Order::older},    // not at the end
         {"1.0 ()", "1.0", Order::older},
@@ -110,12 +107,10 @@ TEST(VersionComparator, followsTheUnicodePropertiesBeyondAscii) {
         {"٣", "10", Order::older},
         {"1.٠", "1.0", Order::newer},
         {"1½", "1", Order::newer},
-        {"½", "²", Order::newer},
         {"一.二", "一.一", Order::newer},
         // A digit with its marks is one character.
         {"1\u0301", "2", Order::older},
         {"1\u0301", "1", Order::newer},
-        {"2\u0300\u0301", "10", Order::older},
         {"\u00A0\u30001.2\u2003", "1.2", Order::equal},
         {"ｖ1.2", "0.2", Order::equal},
         // A letter or separator that carries a mark is another character.
@@ -132,8 +127,6 @@ TEST(VersionComparator, followsTheUnicodePropertiesBeyondAscii) {
         {"1.0é.2", "1.0é.1", Order::newer},
         // Suffixes: lower case and canonical equivalence, never the user's locale.
         {"1.0e\u0301", "1.0É", Order::equal},
-        {"1.0ω", "1.0Α", Order::newer},
-        {"1.0é", "1.0z", Order::newer},
         {"1.0\U0001F600", "1.0\uFFFD", Order::newer},
         {"1.0\x80", "1.0\uFFFD", Order::equal},
     });

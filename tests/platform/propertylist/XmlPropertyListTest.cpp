@@ -23,15 +23,11 @@ std::string withValue(const std::string& value) {
     return inRoot("<key>a</key>" + value + "<key>b</key><string>after</string>");
 }
 
-std::string inUtf16(const std::string& ascii, bool isBigEndian, bool hasMark) {
-    std::string units;
-    const auto add = [&](char high, char low) {
-        units += isBigEndian ? high : low;
-        units += isBigEndian ? low : high;
-    };
-    if (hasMark) add('\xFE', '\xFF');
+/// The units of ASCII, behind a mark of byte order if one is asked for.
+std::string inUtf16(std::string_view ascii, bool isBigEndian, bool hasMark) {
+    std::string units = !hasMark ? "" : isBigEndian ? "\xFE\xFF" : "\xFF\xFE";
     for (const char character : ascii)
-        add('\0', character);
+        units += isBigEndian ? std::string{'\0', character} : std::string{character, '\0'};
     return units;
 }
 

@@ -185,15 +185,11 @@ std::shared_ptr<const Menu> MenuBuilder::buildUpdateSubmenu(const MenuContext& c
                                                             const UpdateAction& onIgnore) {
     // Shared by the items: a menu can list hundreds of updates.
     const auto shared = std::make_shared<const AppUpdate>(update);
-    const auto link = [&](std::string title, std::string (*url)(std::int64_t)) {
-        return makeActionItem(std::move(title), [&workspace = context.workspace, shared, url] {
-            openLink(workspace, url(shared->obAppId));
-        });
-    };
-    return menuOf({link("Open App Page", appPageURL),
+    return menuOf({linkItem(context, "Open App Page", appPageURL(update.obAppId)),
                    makeActionItem("Show in Finder", [&workspace = context.workspace,
                                                      shared] { workspace.selectFile(shared->app.path); }),
-                   link("Submit Changes", submitURL), makeReportItem(context, shared), MenuItem::separator(),
+                   linkItem(context, "Submit Changes", submitURL(update.obAppId)),
+                   makeReportItem(context, shared), MenuItem::separator(),
                    makeActionItem("Ignore This Version", [onIgnore, shared] { onIgnore(*shared); })});
 }
 

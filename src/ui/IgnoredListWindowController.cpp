@@ -1,9 +1,7 @@
 #include "ui/IgnoredListWindowController.h"
 
-#include <map>
-#include <string>
+#include <algorithm>
 #include <utility>
-#include <vector>
 
 #include "platform/text/Text.h"
 
@@ -14,15 +12,13 @@ namespace {
 constexpr const char* resetTitle = "Reset All";
 
 TableRows sortedRows(const IgnoredVersions& entries, const std::string& locale) {
+    TableRows rows;
+    for (const auto& [bundleID, entry] : entries)
+        rows.push_back({entry.appName, entry.version});
     const text::NameCollator collator(locale);
     // Rows of equal names stay in the order of their identifiers, from one question to the next.
-    std::multimap<std::string, std::vector<std::string>> rows;
-    for (const auto& [bundleID, entry] : entries)
-        rows.emplace(collator.sortKey(entry.appName), std::vector{entry.appName, entry.version});
-    TableRows sorted;
-    for (auto& [key, row] : rows)
-        sorted.push_back(std::move(row));
-    return sorted;
+    std::ranges::stable_sort(rows, {}, [&](const auto& row) { return collator.sortKey(row.front()); });
+    return rows;
 }
 
 }  // namespace

@@ -132,11 +132,12 @@ void HostRows::add(const InventoryRow& row) {
     }
 }
 
-std::vector<FleetHost> HostRows::finish(const Rest& rest) {
+std::vector<FleetHost> HostRows::finish(std::string_view name,
+                                        std::optional<std::chrono::sys_seconds> collectedAt) {
     if (hosts.empty()) hosts.emplace_back();
     for (auto& host : hosts) {
-        if (host.name.empty()) host.name = rest.name;
-        if (!host.collectedAt) host.collectedAt = rest.collectedAt;
+        if (host.name.empty()) host.name = name;
+        if (!host.collectedAt) host.collectedAt = collectedAt;
         sortByPath(host, *table);
     }
     return std::move(hosts);

@@ -28,12 +28,8 @@ public:
     bool hasBundleColumn() const { return bundleColumn; }
     std::size_t rows() const { return count; }
 
-    struct Rest {
-        std::string_view name;
-        std::optional<std::chrono::sys_seconds> collectedAt;
-    };
     /// The hosts, with what their own rows do not say; at least one, with or without rows.
-    std::vector<FleetHost> finish(const Rest& rest);
+    std::vector<FleetHost> finish(std::string_view name, std::optional<std::chrono::sys_seconds> collectedAt);
 
 private:
     FleetHost& hostOf(const InventoryRow& row);

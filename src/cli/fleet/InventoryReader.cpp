@@ -91,16 +91,14 @@ struct Text {
     bool isProfilerReport = false;
     bool isClipped = false;
     bool hasSnapshot = false;
+    bool isLogLine = false;
     bool isDifference = false;
     bool isApplicationDifference = false;
-    std::string action;
     std::string hostIdentifier;
     std::optional<std::chrono::sys_seconds> time;
-
-    bool isLogLine() const { return !action.empty() || isDifference; }
 };
 
-class Reader {
+class Reader final : JsonPieces::Handler {
 public:
     Reader(Fleet& fleet, const std::string& source, std::string_view name, ByteReader read)
         : fleet(fleet), source(source), name(name), pieces(std::move(read)), text(fleet.table) {}
@@ -110,10 +108,10 @@ public:
         if (isPropertyList(start)) {
             readPropertyList();
         } else if (start.starts_with('{') || start.starts_with('[')) {
-            while (readPiece()) {
+            while (readText()) {
             }
-        } else if (const auto piece = pieces.next(); !piece && piece.error() == Fault::unreadable) {
-            fail(piece.error());
+        } else if (pieces.readText(*this) == Fault::unreadable) {
+            fail(Fault::unreadable);
         } else {
             fail(Code::notAnInventory, start.empty() ? "It is empty." : notAnInventory);
         }
@@ -128,27 +126,15 @@ private:
     void fail(Fault fault) { fail(codeOf(fault), sentence(fault, pieces.offset())); }
 
     /// False when there is nothing more to read.
-    bool readPiece() {
-        const auto piece = pieces.next();
-        if (!piece) return recover(piece.error());
-        switch (piece->kind) {
-            case JsonPieces::Kind::array:
-                return beginArray(piece->key);
-            case JsonPieces::Kind::element:
-                return addRow(piece->value);
-            case JsonPieces::Kind::member:
-                addMember(piece->key, piece->value);
-                return true;
-            case JsonPieces::Kind::end:
-                return endText();
-            default:
-                return false;
-        }
+    bool readText() {
+        const auto fault = pieces.readText(*this);
+        if (fault == Fault::end || isRefused) return false;
+        return fault == Fault::none ? endText() : recover(fault);
     }
 
     /// A damaged line of a log costs itself alone.
     bool recover(Fault fault) {
-        const bool goesOn = (isLog || text.isLogLine()) && fault != Fault::unreadable && fault != Fault::cut;
+        const bool goesOn = (isLog || text.isLogLine) && fault != Fault::unreadable && fault != Fault::cut;
         fail(fault);
         if (!goesOn) return false;
         isLog = true;
@@ -157,36 +143,32 @@ private:
         return true;
     }
 
-    bool beginArray(std::string_view key) {
+    void beginArray(std::string_view key) override {
         text.isArray = text.isArray || key.empty();
         text.isReport = text.isReport || key == "results";
         text.hasSnapshot = text.hasSnapshot || key == "snapshot";
         text.isProfilerReport = text.isProfilerReport || key == "SPApplicationsDataType";
         takesRows = key.empty() || key == "results" || key == "snapshot";
-        return true;
     }
 
-    bool addRow(std::string_view value) {
+    bool addElement(std::string_view value) override {
         if (!takesRows) return true;
         const auto row = parser.row(value);
-        if (row) {
-            text.rows.add(*row);
-        } else if (value.starts_with('{')) {
-            return recover(Fault::malformed);
-        } else {
-            fail(Code::notAnInventory, notAnInventory);
-        }
+        isRefused = !row && !value.starts_with('{');
+        if (row) text.rows.add(*row);
+        if (isRefused) fail(Code::notAnInventory, notAnInventory);
         return row.has_value();
     }
 
-    void addMember(std::string_view key, std::string_view value) {
+    void addMember(std::string_view key, std::string_view value) override {
         if (key == "report_clipped") {
             text.isClipped = value == "true";
         } else if (key == "action") {
-            text.action = parser.text(value);
-            text.isDifference = text.action == "added" || text.action == "removed";
+            const auto action = parser.text(value);
+            text.isDifference = action == "added" || action == "removed";
+            text.isLogLine = !action.empty();
         } else if (key == "diffResults") {
-            text.isDifference = true;
+            text.isDifference = text.isLogLine = true;
         } else if (key == "hostIdentifier") {
             text.hostIdentifier = parser.text(value);
         } else if (key == "unixTime") {
@@ -199,7 +181,7 @@ private:
 
     bool endText() {
         Text ended = std::exchange(text, Text(fleet.table));
-        if (ended.isLogLine()) {
+        if (ended.isLogLine) {
             endLogLine(ended);
             return true;
         }
@@ -207,20 +189,20 @@ private:
             fail(Code::noBundleIdentifiers, profilerReport);
         } else if ((!ended.isArray && !ended.isReport) ||
                    (ended.rows.rows() > 0 && !ended.rows.hasIdentifierColumn())) {
-            refuseRows(ended.rows);
+            refuseRows(ended.rows.hasBundleColumn());
         } else if (ended.isReport && ended.rows.rows() == 0) {
             fail(Code::notAnInventory, "There is no host in this report.");
         } else {
             if (ended.isClipped) clipped = true;
-            for (auto& host : ended.rows.finish({name, std::nullopt}))
+            for (auto& host : ended.rows.finish(name, std::nullopt))
                 hosts.push_back(std::move(host));
         }
         return !hasFailed;
     }
 
-    void refuseRows(const HostRows& rows) {
-        rows.hasBundleColumn() ? fail(Code::noBundleIdentifiers, noIdentifiers)
-                               : fail(Code::notAnInventory, notAnInventory);
+    void refuseRows(bool haveBundles) {
+        haveBundles ? fail(Code::noBundleIdentifiers, noIdentifiers)
+                    : fail(Code::notAnInventory, notAnInventory);
     }
 
     void endLogLine(Text& line) {
@@ -233,7 +215,7 @@ private:
         if (line.isDifference || !line.hasSnapshot || isOther) return;
         const bool isEmpty = line.rows.rows() == 0;
         for (auto& host :
-             line.rows.finish({line.hostIdentifier.empty() ? name : line.hostIdentifier, line.time}))
+             line.rows.finish(line.hostIdentifier.empty() ? name : line.hostIdentifier, line.time))
             keepNewest(std::move(host), isEmpty);
     }
 
@@ -270,7 +252,8 @@ private:
     }
 
     void deliver() {
-        if (isLog && hosts.empty() && !hasFailed) refuseLog();
+        if (isLog && hosts.empty() && !hasFailed)
+            hasDifferences ? fail(Code::differentialLog, differentialLog) : refuseRows(lacksIdentifiers);
         if (hasFailed && !isLog) return;
         if (isLog && !hosts.empty() && hasApplicationDifferences)
             fail(Code::differentialLog, differentialLog);
@@ -289,12 +272,6 @@ private:
         }
     }
 
-    void refuseLog() {
-        if (hasDifferences) return fail(Code::differentialLog, differentialLog);
-        lacksIdentifiers ? fail(Code::noBundleIdentifiers, noIdentifiers)
-                         : fail(Code::notAnInventory, notAnInventory);
-    }
-
     Fleet& fleet;
     const std::string& source;
     const std::string_view name;
@@ -303,6 +280,8 @@ private:
     Text text;
     /// Whether the array at hand is one of rows.
     bool takesRows = false;
+    /// An element of it is no object.
+    bool isRefused = false;
     bool hasFailed = false;
     bool isLog = false;
     bool hasDifferences = false;

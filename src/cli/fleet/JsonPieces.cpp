@@ -53,10 +53,16 @@ bool JsonPieces::refill() {
     return true;
 }
 
-bool JsonPieces::skipWhiteSpace() {
+bool JsonPieces::fail(Fault why) {
+    fault = why;
+    return false;
+}
+
+bool JsonPieces::skipWhiteSpace(bool isKept) {
     while (hasByte()) {
         if (kindOf(buffer[position]) != Byte::space) return true;
-        mark = ++position;
+        ++position;
+        if (!isKept) mark = position;
     }
     return false;
 }
@@ -86,87 +92,66 @@ std::expected<std::string, JsonPieces::Fault> JsonPieces::readAll(std::size_t li
     return bytes;
 }
 
-JsonPieces::Result JsonPieces::next() {
+JsonPieces::Fault JsonPieces::readText(Handler& handler) {
     mark = position;
-    switch (state) {
-        case State::between:
-            return nextText();
-        case State::object:
-            return nextMember();
-        default:
-            return nextElement();
-    }
-}
-
-JsonPieces::Result JsonPieces::nextText() {
-    if (!skipWhiteSpace()) return fault == Fault::cut ? Result(Piece{}) : fail(fault);
+    if (!skipWhiteSpace()) return fault == Fault::cut ? Fault::end : fault;
     const char first = buffer[position];
-    if (first != '{' && first != '[') return fail(Fault::malformed);
+    if (first != '{' && first != '[') return Fault::malformed;
     ++position;
-    isFirst = true;
-    if (first == '{') {
-        state = State::object;
-        return next();
-    }
-    state = State::array;
-    arrayKey.clear();
-    return Piece{Kind::array, arrayKey};
+    if (first == '[') handler.beginArray("");
+    return (first == '[' ? readElements(handler) : readMembers(handler)) ? Fault::none : fault;
 }
 
-/// Between two members or elements; `isFirst` tells whether one has come.
 bool JsonPieces::skipComma() {
-    if (std::exchange(isFirst, false)) return true;
-    fault = Fault::malformed;
-    if (buffer[position] != ',') return false;
+    if (buffer[position] != ',') return fail(Fault::malformed);
     mark = ++position;
     return skipWhiteSpace();
 }
 
-JsonPieces::Result JsonPieces::close(Kind kind, State enclosing) {
-    ++position;
-    state = enclosing;
-    isFirst = false;
-    return kind == Kind::end ? Result(Piece{kind}) : next();
+bool JsonPieces::readMembers(Handler& handler) {
+    for (bool isFirst = true; skipWhiteSpace(); isFirst = false) {
+        if (buffer[position] == '}') {
+            ++position;
+            return true;
+        }
+        if ((!isFirst && !skipComma()) || !readMember(handler)) return false;
+    }
+    return false;
 }
 
-JsonPieces::Result JsonPieces::nextMember() {
-    if (!skipWhiteSpace()) return fail(fault);
-    if (buffer[position] == '}') return close(Kind::end, State::between);
-    if (!skipComma()) return fail(fault);
+bool JsonPieces::readMember(Handler& handler) {
     if (buffer[position] != '"') return fail(Fault::malformed);
     mark = position;
-    if (!skipString()) return fail(fault);
-    const std::size_t keySize = position - mark - 2;
+    if (!skipString()) return false;
     // White space and the colon stay in the buffer with the key.
-    bool hasColon = false;
-    for (;; ++position) {
-        if (!hasByte()) return fail(fault);
-        if (kindOf(buffer[position]) == Byte::space) continue;
-        if (buffer[position] != ':' || std::exchange(hasColon, true)) break;
-    }
-    if (!hasColon) return fail(Fault::malformed);
-    if (buffer[position] == '[') {
-        arrayKey.assign(buffer.data() + mark + 1, keySize);
-        ++position;
-        isFirst = true;
-        state = State::memberArray;
-        return Piece{Kind::array, arrayKey};
-    }
+    const std::size_t keySize = position - mark - 2;
+    if (!skipWhiteSpace(true)) return false;
+    if (buffer[position] != ':') return fail(Fault::malformed);
+    ++position;
+    if (!skipWhiteSpace(true)) return false;
     const std::size_t valueOffset = position - mark;
-    if (!skipValue()) return fail(fault);
-    const char* const start = buffer.data() + mark;
-    return Piece{Kind::member, {start + 1, keySize}, {start + valueOffset, position - mark - valueOffset}};
+    if (buffer[position] == '[') {
+        ++position;
+        handler.beginArray(piece().substr(1, keySize));
+        return readElements(handler);
+    }
+    if (!skipValue()) return false;
+    handler.addMember(piece().substr(1, keySize), piece().substr(valueOffset));
+    return true;
 }
 
-JsonPieces::Result JsonPieces::nextElement() {
-    if (!skipWhiteSpace()) return fail(fault);
-    if (buffer[position] == ']') {
-        return state == State::array ? close(Kind::end, State::between) : close(Kind::element, State::object);
+bool JsonPieces::readElements(Handler& handler) {
+    for (bool isFirst = true; skipWhiteSpace(); isFirst = false) {
+        if (buffer[position] == ']') {
+            ++position;
+            return true;
+        }
+        if (!isFirst && !skipComma()) return false;
+        mark = position;
+        if (!skipValue()) return false;
+        if (!handler.addElement(piece())) return fail(Fault::malformed);
     }
-    if (!skipComma()) return fail(fault);
-    mark = position;
-    if (!skipValue()) return fail(fault);
-    return Piece{Kind::element, arrayKey, {buffer.data() + mark, position - mark}};
+    return false;
 }
 
 bool JsonPieces::skipValue() {
@@ -242,7 +227,6 @@ bool JsonPieces::skipScalar() {
 }
 
 void JsonPieces::skipLine() {
-    state = State::between;
     for (mark = position; hasByte(); mark = position) {
         if (buffer[position++] == '\n') return;
     }

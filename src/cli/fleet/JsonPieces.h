@@ -21,21 +21,29 @@ using ByteReader = std::function<std::ptrdiff_t(std::span<char>)>;
 /// needed to find its end.
 class JsonPieces {
 public:
-    enum class Kind : std::uint8_t {
-        array,    ///< begins: the text itself, or the member `key`
-        element,  ///< of that array
-        member,   ///< of the text's object, no array
-        end,      ///< of the text
-        nothing   ///< follows
+    /// Receives the pieces of a text as they are written. Keys are without their quotes; a value may be read
+    /// to `padding` bytes beyond its end. All are good until the call returns.
+    class Handler {
+    public:
+        /// The text is an array, whose key is empty, or a member of its object is.
+        virtual void beginArray(std::string_view key) = 0;
+        /// Of the array that began last. False refuses it as malformed.
+        virtual bool addElement(std::string_view value) = 0;
+        /// A member that is no array.
+        virtual void addMember(std::string_view key, std::string_view value) = 0;
+
+    protected:
+        ~Handler() = default;
     };
-    struct Piece {
-        Kind kind = Kind::nothing;
-        /// As it is written, without the quotes.
-        std::string_view key{};
-        /// May be read to `padding` bytes beyond its end. Both are good until the next call.
-        std::string_view value{};
+    enum class Fault : std::uint8_t {
+        none,
+        end,  ///< no text follows
+        unreadable,
+        cut,
+        malformed,
+        tooLong,
+        tooDeep
     };
-    enum class Fault : std::uint8_t { unreadable, cut, malformed, tooLong, tooDeep };
 
     /// The longest piece, in bytes.
     static constexpr std::size_t maxPiece = 1024 * 1024;
@@ -50,7 +58,8 @@ public:
     /// Everything from there on; none when it is longer than `limit`.
     std::expected<std::string, Fault> readAll(std::size_t limit);
 
-    std::expected<Piece, Fault> next();
+    /// Hands out the next text.
+    Fault readText(Handler& handler);
 
     /// After a fault: goes on behind the next line feed, as with a new text.
     void skipLine();
@@ -59,24 +68,23 @@ public:
     std::size_t offset() const { return consumed + position; }
 
 private:
-    using Result = std::expected<Piece, Fault>;
-    enum class State : std::uint8_t { between, object, array, memberArray };
-
-    Result nextText();
-    Result nextMember();
-    Result nextElement();
-    Result close(Kind kind, State enclosing);
-    Result fail(Fault why) const { return std::unexpected(why); }
-
+    // Each is false at a fault, which `fault` names.
+    bool readElements(Handler& handler);
+    bool readMembers(Handler& handler);
+    bool readMember(Handler& handler);
+    bool fail(Fault why);
     bool refill();
     /// False at the end of the input.
     bool hasByte() { return position < filled || refill(); }
-    bool skipWhiteSpace();
+    bool skipWhiteSpace(bool isKept = false);
     bool skipComma();
     bool skipValue();
     bool skipString();
     bool skipContainer();
     bool skipScalar();
+
+    /// From the mark on.
+    std::string_view piece() const { return {buffer.data() + mark, position - mark}; }
 
     const ByteReader read;
     std::vector<char> buffer;
@@ -86,11 +94,7 @@ private:
     std::size_t mark = 0;
     /// Bytes that have left the buffer.
     std::size_t consumed = 0;
-    State state = State::between;
-    /// The innermost container has no member yet.
-    bool isFirst = true;
-    std::string arrayKey;
-    Fault fault = Fault::cut;
+    Fault fault = Fault::none;
 };
 
 }  // namespace quorvel

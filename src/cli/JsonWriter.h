@@ -62,8 +62,6 @@ private:
     void separate();
     void breakLine();
     void scalar(std::string_view written);
-    void escape(std::string_view characters);
-    void escapeUnit(unsigned unit);
 
     const bool isIndented;
     const bool isAscii;

@@ -11,7 +11,7 @@
 #include <sys/wait.h>
 #include <vector>
 
-#include "cli/JsonEntries.h"
+#include "cli/JsonReport.h"
 #include "cli/fleet/FleetEvaluation.h"
 #include "cli/fleet/FleetReport.h"
 #include "cli/fleet/InputFile.h"
@@ -99,8 +99,11 @@ void fleetRows(benchmark::State& state) {
         FleetEvaluation evaluation(fleet, results(), {}, ignored);
         for (const auto& host : fleet.hosts) {
             JsonWriter json(JsonWriter::Layout::lines);
-            writeHost(json, {host, fleet.sources[host.source], std::nullopt,
-                             evaluation.evaluate(host, host.system)});
+            writeHost(json, {.name = host.name,
+                             .source = fleet.sources[host.source],
+                             .system = {.source = RunningSystem::Source::unknown},
+                             .apps = host.apps.size(),
+                             .verdicts = evaluation.evaluate(host, host.system)});
             written += json.text.size();
         }
     }

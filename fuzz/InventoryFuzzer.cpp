@@ -78,8 +78,7 @@ std::vector<AutoMatchResult> answersFor(const Fleet& fleet) {
 }
 
 void checkEvaluation(const Fleet& fleet) {
-    const IgnoredVersions none;
-    FleetEvaluation evaluation(fleet, answersFor(fleet), {}, none);
+    FleetEvaluation evaluation(fleet, answersFor(fleet), {}, {});
     for (const auto& host : fleet.hosts) {
         const auto result = evaluation.evaluate(host, host.system);
         require(result.updates.size() + result.skipped.size() == host.apps.size(),

@@ -1,56 +1,95 @@
 #include "cli/CatalogRun.h"
 
-#include <chrono>
 #include <cstdio>
+#include <expected>
 #include <filesystem>
-#include <string>
 #include <unistd.h>
 #include <utility>
 
+#include "api/OrbistoAPIService.h"
 #include "check/Chunks.h"
 #include "cli/CatalogFailure.h"
-#include "cli/CheckSetup.h"
+#include "platform/ProgramInfo.h"
+#include "platform/System.h"
+#include "versions/VersionComparator.h"
 
 namespace quorvel {
 
+namespace {
+
+Environment environmentOf(const CommandLine& line) {
+    return {.program = thisProgram(), .os = line.system.version};
+}
+
+/// Said before a check, which then registers a new installation.
+void sayWhereNothingIsKept(const CommandLine& line) {
+    const auto storage = storageOf(line);
+    const auto& folder = storage.appSupportURL;
+    if (access(folder.c_str(), W_OK | X_OK) == 0 && std::filesystem::is_directory(folder)) return;
+    const bool isRegistered = InstanceStore(storage).load().has_value();
+    console::say(
+        "Nothing can be kept in " + folder.string() + ": " +
+        (isRegistered ? "" : "the catalog is asked to register this installation at every check, and ") +
+        "no version can be ignored.");
+}
+
+}  // namespace
+
+PersistenceManager storageOf(const CommandLine& line) {
+    return line.dataFolder ? PersistenceManager::at(*line.dataFolder)
+                           : PersistenceManager::shared(applicationSupportFolder());
+}
+
+std::unique_ptr<OrbistoAPIServiceProtocol> makeClient(const CommandLine& line, Queue& queue,
+                                                      HttpSession& session) {
+    return std::make_unique<OrbistoAPIService>(session, queue, environmentOf(line), line.catalog,
+                                               line.timeout);
+}
+
+std::shared_ptr<UpdateCheckService> makeCheckService(const CommandLine& line,
+                                                     const PersistenceManager& storage, Queue& queue,
+                                                     HttpSession& session,
+                                                     std::chrono::milliseconds pauseBetweenChunks) {
+    return std::make_shared<UpdateCheckService>(UpdateCheckService::Parts{
+        .scanner = nullptr,
+        .api = makeClient(line, queue, session),
+        .versionComparator = std::make_unique<VersionComparator>(),
+        .instanceStore = InstanceStore(storage),
+        .firstRunStore = FirstRunStore(storage),
+        .ignoredVersionsStore = IgnoredVersionsStore(storage),
+        .errorLogger = ErrorLogger(storage),
+        // Whoever types a command wants it tried; the request itself finds out whether there is a connection.
+        .connectivity = std::make_unique<ConnectivityService>(nullptr, /*skipMonitoring=*/true),
+        .interChunkDelay = pauseBetweenChunks,
+        .environment = environmentOf(line),
+        .mainQueue = queue,
+        .locale = userLocale()});
+}
+
 CatalogRun::CatalogRun(const CommandLine& line, ReportHead& head)
-    : head(head),
+    : line(line),
+      head(head),
       progress(queue, describeTerminal(STDERR_FILENO), stderr),
-      logger(storageOf(line)),
       service(makeCheckService(line, storageOf(line), queue, session, interChunkDelay)) {}
 
-std::optional<UpdateCheckService::Updates> CatalogRun::check(
-    const std::vector<InstalledApp>& apps, const std::vector<ScanIssue>& issues,
-    std::function<void(const MatchEvaluation&)> onEvaluated) {
-    std::expected<UpdateCheckService::Updates, UpdateCheckError> result;
-    auto listener = observer();
-    listener.onEvaluated = std::move(onEvaluated);
-    service->check(
-        apps, std::make_shared<std::vector<ScanIssue>>(issues), trigger,
-        [&](auto updates) {
-            result = std::move(updates);
-            queue.quit();
-        },
-        std::move(listener));
-    queue.run();
-    return finish(std::move(result));
+MatchEvaluation CatalogRun::check(const std::vector<InstalledApp>& apps,
+                                  const std::vector<ScanIssue>& issues) {
+    MatchEvaluation evaluation;
+    ask<UpdateCheckService::Updates>([&](auto completion) {
+        auto listener = observer();
+        listener.onEvaluated = [&](const MatchEvaluation& found) { evaluation = found; };
+        service->check(apps, std::make_shared<std::vector<ScanIssue>>(issues), checkTrigger,
+                       std::move(completion), std::move(listener));
+    });
+    return evaluation;
 }
 
 std::optional<UpdateCheckService::Matches> CatalogRun::match(const std::vector<InstalledApp>& apps) {
-    std::expected<UpdateCheckService::Matches, UpdateCheckError> result;
-    service->match(
-        apps,
-        [&](auto matches) {
-            result = std::move(matches);
-            queue.quit();
-        },
-        observer());
-    queue.run();
-    return finish(std::move(result));
+    return ask<UpdateCheckService::Matches>(
+        [&](auto completion) { service->match(apps, std::move(completion), observer()); });
 }
 
 CheckObserver CatalogRun::observer() {
-    progress.waitFor("Waiting for the catalog");
     return {
         .onChunk =
             [this](auto index, auto count) {
@@ -70,13 +109,21 @@ CheckObserver CatalogRun::observer() {
         .onEvaluated = {}};
 }
 
-template <typename Result>
-std::optional<Result> CatalogRun::finish(std::expected<Result, UpdateCheckError> result) {
+template <typename Result, typename Begin>
+std::optional<Result> CatalogRun::ask(Begin begin) {
+    sayWhereNothingIsKept(line);
+    progress.waitFor("Waiting for the catalog");
+    std::expected<Result, UpdateCheckError> result;
+    begin([&](auto arrived) {
+        result = std::move(arrived);
+        queue.quit();
+    });
+    queue.run();
     progress.clear();
     if (!result) {
         const auto failure = catalogFailure(result.error());
         head.noteFailure(failure.sentence, failure.status);
-        logger.log(description(result.error()));
+        ErrorLogger(storageOf(line)).log(description(result.error()));
         return std::nullopt;
     }
     if (lost > 0) {
@@ -86,8 +133,14 @@ std::optional<Result> CatalogRun::finish(std::expected<Result, UpdateCheckError>
     return std::move(*result);
 }
 
-bool CatalogRun::isAnswered(std::size_t app) const {
-    return !unansweredChunks.contains(app / chunkSize);
+std::unordered_set<std::string> CatalogRun::unanswered(const std::vector<InstalledApp>& apps,
+                                                       std::string InstalledApp::* field) const {
+    std::unordered_set<std::string> found;
+    for (const std::size_t index : unansweredChunks) {
+        for (const auto& app : chunk(apps, index))
+            found.insert(app.*field);
+    }
+    return found;
 }
 
 void CatalogRun::waitForLastRequests() {
@@ -98,17 +151,6 @@ void CatalogRun::waitForLastRequests() {
     progress.show();
     session.finish(rest);
     progress.clear();
-}
-
-void sayWhereNothingIsKept(const CommandLine& line) {
-    const auto storage = storageOf(line);
-    const auto& folder = storage.appSupportURL;
-    if (access(folder.c_str(), W_OK | X_OK) == 0 && std::filesystem::is_directory(folder)) return;
-    const bool isRegistered = InstanceStore(storage).load().has_value();
-    console::say(
-        "Nothing can be kept in " + folder.string() + ": " +
-        (isRegistered ? "" : "the catalog is asked to register this installation at every check, and ") +
-        "no version can be ignored.");
 }
 
 }  // namespace quorvel

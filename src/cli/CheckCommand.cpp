@@ -1,59 +1,40 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
-#include <set>
 #include <string>
 #include <unistd.h>
 
 #include "cli/CatalogFailure.h"
 #include "cli/CatalogRun.h"
-#include "cli/CheckSetup.h"
 #include "cli/Commands.h"
+#include "cli/Inventory.h"
 #include "cli/Metrics.h"
-#include "cli/Report.h"
+#include "platform/text/Text.h"
 
 namespace quorvel {
 
 namespace {
 
-/// What a check begins with, and all that there is to say when nothing can be checked.
-CheckReport beginReport(const CommandLine& line) {
-    CheckReport report(line.catalog);
-    report.system = line.system;
-    report.inventory = scanInventory(line);
-    if (!report.inventory.hasFolder) {
-        report.noteFailure(lackOfFolders(report.inventory), ExitStatus::nothingScanned);
-    } else if (!report.inventory.folderIssues.empty()) {
-        report.notePartial("Could not read the folder " + report.inventory.folderIssues.front().path + ".");
+/// What was not there to be read, so that nothing can be checked, or not all.
+void noteFolders(const Inventory& inventory, ReportHead& head) {
+    if (!inventory.hasFolder) {
+        head.noteFailure(lackOfFolders(inventory), ExitStatus::nothingScanned);
+    } else if (!inventory.folderIssues.empty()) {
+        head.notePartial("Could not read the folder " + inventory.folderIssues.front().path + ".");
     }
-    return report;
 }
 
-/// The catalog's not knowing an application is its answer; where an answer is missing, that is not known.
-std::vector<SkippedEntry> skippedEntries(const MatchEvaluation& evaluation,
-                                         const std::vector<InstalledApp>& apps, const CatalogRun& run) {
-    std::set<std::string_view> unanswered;
-    for (std::size_t index = 0; index < apps.size(); ++index) {
-        if (!run.isAnswered(index)) unanswered.insert(apps[index].path);
-    }
-    std::vector<SkippedEntry> entries;
-    for (const auto& app : evaluation.skipped)
-        entries.push_back({app, app.code != SkipCode::notRecognised || !unanswered.contains(app.path)});
-    return entries;
-}
-
-void checkAgainst(CatalogRun& run, CheckReport& report) {
-    const auto& apps = report.inventory.apps;
-    auto updates = run.check(apps, report.inventory.issues, [&](const MatchEvaluation& evaluation) {
-        report.skipped = skippedEntries(evaluation, apps, run);
-    });
-    if (updates) report.updates = *std::move(updates);
-}
-
-ExitStatus printReport(const CheckReport& report, const CommandLine& line) {
-    if (report.error) sayFailure({*report.error, report.status}, line.catalog);
-    const Terminal terminal = describeTerminal(STDOUT_FILENO);
-    return console::print(line.json ? jsonReport(report, terminal) : tableReport(report, line.all, terminal));
+Verdicts verdictsOf(const MatchEvaluation& evaluation, const std::unordered_set<std::string>& unanswered) {
+    Verdicts verdicts;
+    for (const auto& [app, version, id, isIgnored] : evaluation.updates)
+        verdicts.updates.push_back({listed(app), version, id, isIgnored});
+    const text::NameCollator collator("");
+    std::ranges::stable_sort(verdicts.updates, {},
+                             [&](const Verdict& update) { return collator.sortKey(update.app.name); });
+    for (const auto& [name, identifier, version, code, reason, path] : evaluation.skipped)
+        verdicts.skipped.push_back(
+            skippedVerdict({name, identifier, version, path}, code, reason, !unanswered.contains(path)));
+    return verdicts;
 }
 
 /// A Mac has its own name, a mounted volume that of its folder.
@@ -64,32 +45,41 @@ std::string nameOfMac(const CommandLine& line) {
     return name.data();
 }
 
-ExitStatus writeMetrics(const CheckReport& report, std::size_t newer, const CommandLine& line) {
-    if (!line.prometheus) return ExitStatus::nothingNewer;
-    Metrics metrics;
-    if (report.inventory.hasFolder)
-        metrics.add({nameOfMac(line), report.inventory.apps.size(), newer, std::nullopt});
-    return metrics.write(*line.prometheus, report, report.inventory.hasFolder ? 0 : 1);
+std::string render(const ReportHead& head, const HostReport& report, const CommandLine& line) {
+    const Terminal terminal = describeTerminal(STDOUT_FILENO);
+    if (line.json) return jsonReport(head, report, terminal);
+    return head.hasFailed() ? "" : tableReport(report, line.all, terminal);
 }
 
 }  // namespace
 
 ExitStatus checkApplications(const CommandLine& line) {
-    CheckReport report = beginReport(line);
-    CatalogRun run(line, report);
-    if (!report.inventory.apps.empty()) {
-        sayWhereNothingIsKept(line);
-        checkAgainst(run, report);
-    } else if (report.inventory.hasFolder) {
+    const Inventory inventory = scanInventory(line);
+    ReportHead head(line.catalog);
+    noteFolders(inventory, head);
+    CatalogRun run(line, head);
+    MatchEvaluation evaluation;
+    if (!inventory.apps.empty()) {
+        evaluation = run.check(inventory.apps, inventory.issues);
+    } else if (inventory.hasFolder) {
         ErrorLogger(storageOf(line)).log("Scanner found 0 apps — skipping API call");
     }
-    const auto newer =
-        static_cast<std::size_t>(std::ranges::count(report.updates, false, &AppUpdate::isIgnored));
-    report.conclude(newer > 0);
-    const auto printed = printReport(report, line);
-    const auto written = writeMetrics(report, newer, line);
+    const HostReport report{
+        .name = nameOfMac(line),
+        .source = enumeration(inventory.folders),
+        .system = line.system,
+        .apps = inventory.apps.size(),
+        .verdicts = verdictsOf(evaluation, run.unanswered(inventory.apps, &InstalledApp::path)),
+        .issues = inventory.issues,
+        .folderIssues = inventory.folderIssues};
+    if (report.newer() > 0) head.noteNewer();
+    if (head.error) sayFailure({*head.error, head.status}, line.catalog);
+    const auto printed = console::print(render(head, report, line));
+    Metrics metrics;
+    if (inventory.hasFolder) metrics.add(report);
+    const auto written = metrics.write(line, head, inventory.hasFolder ? 0 : 1);
     run.waitForLastRequests();
-    return report.exitStatus({printed, written}, line);
+    return head.exitStatus({printed, written}, line);
 }
 
 }  // namespace quorvel

@@ -15,10 +15,11 @@ namespace quorvel {
 /// The macOS version that decides which newer versions can run.
 struct RunningSystem {
     enum class Source {
-        given,    ///< on the command line
-        system,   ///< by the volume's own system folder
-        assumed,  ///< by nobody
-        unknown   ///< of a host whose inventory does not say
+        given,      ///< on the command line
+        system,     ///< by the volume's own system folder
+        inventory,  ///< by the host's
+        assumed,    ///< by nobody
+        unknown     ///< of a host whose inventory does not say
     };
 
     OSVersion version = newestKnownRelease;

@@ -18,7 +18,7 @@ std::vector<std::filesystem::path> foldersOf(const CommandLine& line) {
 }
 
 ScanIssue unreadable(const std::string& folder) {
-    return {std::filesystem::path(folder).filename().string(), folder, "could not read folder"};
+    return {std::filesystem::path(folder).filename().string(), folder, unreadableFolder};
 }
 
 /// Brings a list into the order of its paths, each once.

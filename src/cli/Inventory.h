@@ -22,6 +22,9 @@ struct Inventory {
     std::vector<ScanIssue> folderIssues;
 };
 
+/// The reason of a folder's issue.
+inline constexpr const char* unreadableFolder = "could not read folder";
+
 Inventory scanInventory(const CommandLine& line);
 
 /// Of an inventory without a folder: what is missing, and what to do.

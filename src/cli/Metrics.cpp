@@ -1,8 +1,7 @@
 #include "cli/Metrics.h"
 
-#include <ctime>
+#include <concepts>
 
-#include "cli/JsonEntries.h"
 #include "platform/Files.h"
 #include "platform/text/Text.h"
 
@@ -24,7 +23,7 @@ std::string labelValue(std::string_view value) {
     return escaped;
 }
 
-std::string sample(std::string_view metric, std::string_view host, std::int64_t value) {
+std::string sample(std::string_view metric, std::string_view host, std::integral auto value) {
     return std::string(metric) + "{host=\"" + labelValue(host) + "\"} " + std::to_string(value) + "\n";
 }
 
@@ -63,21 +62,23 @@ std::string outcomeSamples(ReportHead::Outcome outcome) {
 
 }  // namespace
 
-void Metrics::add(const Host& host) {
+void Metrics::add(const HostReport& host) {
     ++hosts;
-    updates += sample("quorvel_updates", host.name, static_cast<std::int64_t>(host.updates));
-    applications += sample("quorvel_applications", host.name, static_cast<std::int64_t>(host.apps));
+    updates += sample("quorvel_updates", host.name, host.newer());
+    applications += sample("quorvel_applications", host.name, host.apps);
     if (host.collectedAt) {
         timestamps += sample("quorvel_inventory_timestamp_seconds", host.name,
-                             std::chrono::system_clock::to_time_t(*host.collectedAt));
+                             host.collectedAt->time_since_epoch().count());
     }
 }
 
-ExitStatus Metrics::write(const std::filesystem::path& file, const ReportHead& head,
-                          std::size_t unreadableHosts) {
+ExitStatus Metrics::write(const CommandLine& line, const ReportHead& head,
+                          std::size_t unreadableHosts) const {
+    if (!line.prometheus) return ExitStatus::nothingNewer;
+    const auto& file = *line.prometheus;
     // Any user's collector reads it; nothing in it is secret that was not on every host's list.
     constexpr mode_t readableByAll = 0644;
-    const bool hasFailed = head.outcome == ReportHead::Outcome::failed;
+    const bool hasFailed = head.hasFailed();
     const std::string now = std::to_string(std::chrono::system_clock::to_time_t(head.checkedAt));
     const std::string text =
         family("quorvel_updates", "Newer versions of applications on the host, without ignored ones.",

@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "cli/Console.h"
-#include "cli/ReportHead.h"
+#include "cli/Report.h"
 
 namespace quorvel {
 
@@ -16,20 +16,12 @@ namespace quorvel {
 /// label names an application, of which there is no bound.
 class Metrics {
 public:
-    struct Host {
-        std::string_view name;
-        std::size_t apps = 0;
-        /// Newer versions that are not ignored.
-        std::size_t updates = 0;
-        /// When the inventory was collected, where it says.
-        std::optional<std::chrono::system_clock::time_point> collectedAt;
-    };
-
-    void add(const Host& host);
+    void add(const HostReport& host);
 
     /// Replaces the file in one step, so that a collector sees all of it or what was there before. The time
     /// of the last success is taken over from the file where this check failed. A failure is said.
-    ExitStatus write(const std::filesystem::path& file, const ReportHead& head, std::size_t unreadableHosts);
+    /// Does nothing where the command line names no file.
+    ExitStatus write(const CommandLine& line, const ReportHead& head, std::size_t unreadableHosts) const;
 
 private:
     std::string updates;

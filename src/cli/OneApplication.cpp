@@ -7,8 +7,9 @@
 
 #include "check/Chunks.h"
 #include "cli/CatalogFailure.h"
-#include "cli/CheckSetup.h"
+#include "cli/CatalogRun.h"
 #include "cli/Commands.h"
+#include "cli/Inventory.h"
 #include "cli/Report.h"
 #include "platform/Files.h"
 #include "platform/ProgramInfo.h"
@@ -65,35 +66,14 @@ MatchEvaluation evaluateAnswer(std::span<const InstalledApp> apps, const AutoMat
 
 /// What is not recognised may be among the entries that were lost.
 std::string reasonOf(const SkippedApp& app, const AutoMatchAnswer& answer) {
-    return reason({app, answer.lostEntries == 0 || app.code != SkipCode::notRecognised});
+    return std::string(skippedVerdict({}, app.code, app.reason, answer.lostEntries == 0).reason);
 }
 
-/// The entry that decides, which is the last that names the application.
-const AutoMatchResult* entryFor(const InstalledApp& app, const AutoMatchAnswer& answer) {
-    const AutoMatchResult* entry = nullptr;
-    for (const auto& result : answer.results) {
-        if (std::ranges::find(result.bundleIdentifiers, app.bundleID) != result.bundleIdentifiers.end())
-            entry = &result;
-    }
-    return entry;
+/// A line of how one application came to its outcome.
+std::string fact(const std::string& label, const std::string& text) {
+    constexpr std::size_t column = 18;
+    return "  " + label + std::string(column - label.size(), ' ') + isolated(onOneLine(text)) + "\n";
 }
-
-/// How one application came to its outcome, a fact a line.
-class Explanation {
-public:
-    Explanation(const std::string& name, const std::string& path, const std::string& bundleID)
-        : text(onOneLine(name) + "\n") {
-        add("Bundle", path);
-        add("Identifier", bundleID.empty() ? "none: the catalog's entries cannot be tied to it" : bundleID);
-    }
-
-    void add(const std::string& label, const std::string& fact) {
-        constexpr std::size_t column = 18;
-        text += "  " + label + std::string(column - label.size(), ' ') + isolated(onOneLine(fact)) + "\n";
-    }
-
-    std::string text;
-};
 
 enum Key : std::size_t { shortVersion, bundleVersion, identifier };
 
@@ -106,94 +86,74 @@ std::optional<PropertyListTexts> readInfo(const std::string& bundle) {
     return bytes ? readPropertyList(*bytes, infoKeys) : std::nullopt;
 }
 
-void addInstalledVersion(Explanation& explanation, const PropertyListTexts& info) {
+std::string describeBundle(const std::string& name, const std::string& path, const std::string& bundleID,
+                           const std::optional<PropertyListTexts>& info) {
+    std::string text =
+        onOneLine(name) + "\n" + fact("Bundle", path) +
+        fact("Identifier", bundleID.empty() ? "none: the catalog's entries cannot be tied to it" : bundleID);
     bool hasCounted = false;
     for (const auto key : {shortVersion, bundleVersion}) {
-        const auto& value = info[key];
-        const bool counts = value && !value->empty() && !hasCounted;
-        hasCounted = hasCounted || counts;
-        explanation.add(key == shortVersion ? "Short version" : "Bundle version",
-                        std::string(infoKeys[key]) + ": " +
-                            (value ? "\"" + *value + "\"" + (counts ? ", which counts" : "") : "no text"));
+        if (!info) break;
+        const auto& value = (*info)[key];
+        const bool counts = value && !value->empty() && !std::exchange(hasCounted, true);
+        text += fact(key == shortVersion ? "Short version" : "Bundle version",
+                     std::string(infoKeys[key]) + ": " +
+                         (value ? "\"" + *value + "\"" + (counts ? ", which counts" : "") : "no text"));
     }
+    return text;
 }
 
-void addCatalogEntry(Explanation& explanation, const AutoMatchResult& entry) {
-    explanation.add("Catalog's entry", entry.title + ", " + appPageURL(entry.id));
-    explanation.add("Catalog's version", "\"" + entry.version + "\"");
-}
-
-std::string listed(const std::vector<std::string>& pieces) {
+std::string joined(const std::vector<std::string>& pieces) {
     std::string text;
     for (const auto& piece : pieces)
         text += (text.empty() ? "" : " | ") + piece;
     return text;
 }
 
-bool areCompared(const MatchEvaluation& evaluation) {
-    return evaluation.skipped.empty() ||
-           (evaluation.skipped.front().code != SkipCode::installedVersionInvalid &&
-            evaluation.skipped.front().code != SkipCode::catalogVersionInvalid);
-}
-
-void addComparison(Explanation& explanation, const InstalledApp& app, const AutoMatchResult& entry,
-                   const MatchEvaluation& evaluation) {
-    const auto comparison = VersionComparator::compare(entry.version, app.version);
-    explanation.add("Installed parts", listed(comparison.baseline));
-    explanation.add("Catalog's parts", listed(comparison.candidate));
-    if (!areCompared(evaluation))
-        return explanation.add("Decided by", "nothing: a version without a digit is not compared");
-    if (!comparison.decisive) return explanation.add("Decided by", "nothing: all parts are equal");
+std::string decisionOf(const VersionComparison& comparison, const MatchEvaluation& evaluation) {
+    const auto code = evaluation.skipped.empty() ? SkipCode::upToDate : evaluation.skipped.front().code;
+    if (code == SkipCode::installedVersionInvalid || code == SkipCode::catalogVersionInvalid)
+        return "nothing: a version without a digit is not compared";
+    if (!comparison.decisive) return "nothing: all parts are equal";
     const std::size_t at = *comparison.decisive;
-    explanation.add("Decided by", "part number " + std::to_string(at + 1) + ": the catalog's " +
-                                      comparison.candidate[at] + " is " +
-                                      (comparison.order > 0 ? "newer" : "older") + " than the installed " +
-                                      comparison.baseline[at]);
+    return "part number " + std::to_string(at + 1) + ": the catalog's " + comparison.candidate[at] + " is " +
+           (comparison.order > 0 ? "newer" : "older") + " than the installed " + comparison.baseline[at];
 }
 
-void addSystem(Explanation& explanation, const AutoMatchResult& entry, const CommandLine& line) {
-    explanation.add("Minimum system",
-                    (entry.minimumOSVersion ? '"' + *entry.minimumOSVersion + '"' : "none named") +
-                        "; this is macOS " + toText(line.system.version) +
-                        (line.system.source == RunningSystem::Source::assumed ? ", assumed" : ""));
-}
-
-void addOutcome(Explanation& explanation, const MatchEvaluation& evaluation, const AutoMatchAnswer& answer) {
-    if (!evaluation.updates.empty()) {
-        const auto& update = evaluation.updates.front();
-        explanation.add("Ignored", update.isIgnored ? "yes, this version" : "no");
-        explanation.add("Outcome", "newer version " + update.latestVersion);
-    } else {
-        explanation.add("Outcome", reasonOf(evaluation.skipped.front(), answer));
-    }
+std::string describeEntry(const AutoMatchResult& entry, const InstalledApp& app,
+                          const MatchEvaluation& evaluation, const CommandLine& line) {
+    const auto comparison = VersionComparator::compare(entry.version, app.version);
+    return fact("Catalog's entry", entry.title + ", " + appPageURL(entry.id)) +
+           fact("Catalog's version", "\"" + entry.version + "\"") +
+           fact("Installed parts", joined(comparison.baseline)) +
+           fact("Catalog's parts", joined(comparison.candidate)) +
+           fact("Decided by", decisionOf(comparison, evaluation)) +
+           fact("Minimum system",
+                (entry.minimumOSVersion ? '"' + *entry.minimumOSVersion + '"' : "none named") +
+                    "; this is macOS " + toText(line.system.version) +
+                    (line.system.source == RunningSystem::Source::assumed ? ", assumed" : ""));
 }
 
 std::string explain(const InstalledApp& app, const AutoMatchAnswer& answer, const CommandLine& line) {
-    Explanation explanation(app.name, app.path, app.bundleID);
+    std::string text = describeBundle(app.name, app.path, app.bundleID, readInfo(app.path));
     const auto evaluation = evaluateAnswer({&app, 1}, answer, line);
-    if (const auto info = readInfo(app.path)) addInstalledVersion(explanation, *info);
-    if (const auto* entry = entryFor(app, answer)) {
-        addCatalogEntry(explanation, *entry);
-        addComparison(explanation, app, *entry, evaluation);
-        addSystem(explanation, *entry, line);
+    if (const auto* entry = findResult(indexResults(answer.results), app.bundleID)) {
+        text += describeEntry(*entry, app, evaluation, line);
     } else {
-        explanation.add("Catalog's entry", answer.lostEntries > 0 ? "none that was understood" : "none");
+        text += fact("Catalog's entry", answer.lostEntries > 0 ? "none that was understood" : "none");
     }
-    addOutcome(explanation, evaluation, answer);
-    return explanation.text;
+    if (evaluation.updates.empty())
+        return text + fact("Outcome", reasonOf(evaluation.skipped.front(), answer));
+    const auto& update = evaluation.updates.front();
+    return text + fact("Ignored", update.isIgnored ? "yes, this version" : "no") +
+           fact("Outcome", "newer version " + update.latestVersion);
 }
 
 std::string explain(const ScanIssue& issue) {
     const auto info = readInfo(issue.path);
-    Explanation explanation(issue.appName, issue.path, info ? (*info)[identifier].value_or("") : "unknown");
-    if (info) addInstalledVersion(explanation, *info);
-    explanation.add("Outcome", issue.reason);
-    return explanation.text;
-}
-
-std::string identifierOf(const ScanIssue& issue) {
-    const auto info = readInfo(issue.path);
-    return info ? (*info)[identifier].value_or("") : "";
+    return describeBundle(issue.appName, issue.path, info ? (*info)[identifier].value_or("") : "unknown",
+                          info) +
+           fact("Outcome", issue.reason);
 }
 
 }  // namespace
@@ -205,7 +165,9 @@ ExitStatus explainApplication(const CommandLine& line, const std::string& nameOr
         return app.bundleID != nameOrIdentifier && text::lowerCased(app.name) != wanted;
     });
     std::erase_if(inventory.issues, [&](const ScanIssue& issue) {
-        return text::lowerCased(issue.appName) != wanted && identifierOf(issue) != nameOrIdentifier;
+        const auto info = readInfo(issue.path);
+        return text::lowerCased(issue.appName) != wanted &&
+               (!info || (*info)[identifier] != nameOrIdentifier);
     });
     if (inventory.apps.empty() && inventory.issues.empty()) return failToFind(nameOrIdentifier, inventory);
 
@@ -241,8 +203,8 @@ ExitStatus ignoreOfferedVersion(const CommandLine& line, const std::string& bund
     if (!evaluateAnswer(copies, *answer, line).updates.front().isIgnored) {
         return fail("Could not keep that in " + storage.appSupportURL.string() + ".");
     }
-    const std::string done = "Version " + version + " of " + app.name + " is ignored from now on.";
-    return console::print(onOneLine(done) + "\n");
+    return console::print(onOneLine("Version " + version + " of " + app.name + " is ignored from now on.") +
+                          "\n");
 }
 
 ExitStatus unignore(const CommandLine& line, const std::string& bundleIdentifier) {

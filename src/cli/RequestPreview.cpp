@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "api/OrbistoAPIService.h"
-#include "cli/CheckSetup.h"
+#include "cli/CatalogRun.h"
 #include "cli/Commands.h"
 #include "cli/Inventory.h"
 #include "platform/posix/TaskQueue.h"
@@ -119,8 +119,8 @@ ExitStatus showRequests(const CommandLine& line) {
                               onOneLine(enumeration(inventory.folders)) + ".\n");
     }
     return previewRequests(line, [&](UpdateCheckService& service, Task done) {
-        service.check(inventory.apps, std::make_shared<std::vector<ScanIssue>>(inventory.issues), "manual",
-                      [done = std::move(done)](const auto&) mutable { done(); });
+        service.check(inventory.apps, std::make_shared<std::vector<ScanIssue>>(inventory.issues),
+                      checkTrigger, [done = std::move(done)](const auto&) mutable { done(); });
     });
 }
 

@@ -84,7 +84,7 @@ public:
             if (at > 0) breakLine();
             putLineOfRest();
         }
-        return std::move(lines) + "\n";
+        return std::move(lines);
     }
 
     static constexpr std::size_t unlimited = static_cast<std::size_t>(-1) / 2;
@@ -147,7 +147,6 @@ std::size_t widest(const Table& table, std::size_t column, std::size_t limit) {
 }
 
 std::size_t nameWidth(const Table& table, const std::vector<std::size_t>& widths, std::size_t maxWidth) {
-    if (maxWidth == RowWriter::unlimited) return widths.front();
     std::size_t others = gap;
     std::size_t text = 0;
     for (std::size_t column = 1; column < widths.size(); ++column) {
@@ -214,24 +213,11 @@ std::string renderRow(const Table& table, const Layout& layout, const std::vecto
 
 }  // namespace
 
-std::string section(const std::string& title, const Table& table, const Terminal& terminal) {
+std::string section(const std::string& title, Table table, const Terminal& terminal) {
     if (table.rows.empty()) return "";
-    const std::string heading = title + " (" + std::to_string(table.rows.size()) + ")";
-    return (terminal.colour ? "\x1b[1;32m" + heading + "\x1b[0m" : heading) + "\n" + render(table, terminal) +
-           "\n";
-}
-
-void sortByName(Table& table) {
-    const text::NameCollator collator(userLocale());
-    std::ranges::stable_sort(table.rows, {}, [&](const auto& row) { return collator.sortKey(row.front()); });
-}
-
-std::string counted(std::size_t number, const std::string& one) {
-    return std::to_string(number) + " " + one + (number == 1 ? "" : "s");
-}
-
-std::string render(const Table& given, const Terminal& terminal) {
-    Table table{given.columns, given.rows};
+    const auto inColour = [&](const char* sequence, const std::string& line) {
+        return terminal.colour ? sequence + line + "\x1b[0m\n" : line + "\n";
+    };
     for (auto& row : table.rows) {
         for (auto& cell : row)
             cell = onOneLine(cell);
@@ -240,11 +226,26 @@ std::string render(const Table& given, const Terminal& terminal) {
     std::vector<std::string> headings;
     for (const auto& column : table.columns)
         headings.push_back(column.heading);
-    const std::string first = renderRow(table, layout, headings);
-    std::string text = terminal.colour ? "\x1b[1m" + first.substr(0, first.size() - 1) + "\x1b[0m\n" : first;
+    std::string text = inColour("\x1b[1;32m", title + " (" + std::to_string(table.rows.size()) + ")") +
+                       inColour("\x1b[1m", renderRow(table, layout, headings));
     for (const auto& row : table.rows)
-        text += renderRow(table, layout, row);
-    return text;
+        text += renderRow(table, layout, row) + "\n";
+    return text + "\n";
+}
+
+Table sortedByName(Table table) {
+    const text::NameCollator collator(userLocale());
+    std::ranges::stable_sort(table.rows, {}, [&](const auto& row) { return collator.sortKey(row.front()); });
+    return table;
+}
+
+std::string counted(std::size_t number, const std::string& one) {
+    return std::to_string(number) + " " + one + (number == 1 ? "" : "s");
+}
+
+std::string clause(const std::string& before, std::size_t number, const std::string& one,
+                   const std::string& after) {
+    return number == 0 ? "" : "; " + before + counted(number, one) + after;
 }
 
 }  // namespace quorvel

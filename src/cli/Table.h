@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstddef>
+#include <initializer_list>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cli/Console.h"
@@ -21,22 +23,26 @@ struct Table {
         Kind kind;
     };
 
-    std::vector<Column> columns;
     /// Texts from outside as they are.
-    std::vector<std::vector<std::string>> rows;
+    void add(std::initializer_list<std::string_view> cells) { rows.emplace_back(cells.begin(), cells.end()); }
+
+    std::vector<Column> columns;
+    std::vector<std::vector<std::string>> rows{};
 };
 
-/// The table's lines, each with a line feed at its end. On a terminal, they fit its width, unless a version
-/// alone is wider; elsewhere nothing is cut or broken into lines but behind a very long name.
-std::string render(const Table& table, const Terminal& terminal);
-
-/// The same under a title with the number of rows; nothing without rows.
-std::string section(const std::string& title, const Table& table, const Terminal& terminal);
+/// The table under a title with the number of rows; nothing without rows. On a terminal, its lines fit the
+/// width, unless a version alone is wider; elsewhere nothing is cut or broken into lines but behind a very
+/// long name.
+std::string section(const std::string& title, Table table, const Terminal& terminal);
 
 /// People look for a name; another order says nothing to them. The name is a row's first cell.
-void sortByName(Table& table);
+Table sortedByName(Table table);
 
 /// "1 host", "2 hosts".
 std::string counted(std::size_t number, const std::string& one);
+
+/// The same as one more clause of a sentence, "; ...2 hosts..."; nothing of none.
+std::string clause(const std::string& before, std::size_t number, const std::string& one,
+                   const std::string& after);
 
 }  // namespace quorvel

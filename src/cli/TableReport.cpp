@@ -11,6 +11,7 @@ namespace quorvel {
 namespace {
 
 using Kind = Table::Kind;
+using Source = RunningSystem::Source;
 
 /// A path below the folder that the user stands in is shown from there.
 std::string displayPath(const std::string& path) {
@@ -19,76 +20,61 @@ std::string displayPath(const std::string& path) {
     return path.starts_with(here) ? path.substr(here.size()) : path;
 }
 
-std::string updateSection(const CheckReport& report, bool all, const Terminal& terminal) {
-    Table shown{{{"APPLICATION", Kind::name}, {"INSTALLED", Kind::version}, {"AVAILABLE", Kind::version}},
-                {}};
-    Table ignored = shown;
-    for (const auto& update : report.updates) {
-        Table& table = update.isIgnored ? ignored : shown;
-        table.rows.push_back({update.app.name, update.app.version, update.latestVersion});
+std::string updateSection(const std::string& title, const HostReport& report, bool areIgnored,
+                          const Terminal& terminal) {
+    Table table{{{"APPLICATION", Kind::name}, {"INSTALLED", Kind::version}, {"AVAILABLE", Kind::version}}};
+    for (const auto& [app, latest, id, isIgnored, code, reason] : report.verdicts.updates) {
+        if (isIgnored == areIgnored) table.add({app.name, app.version, latest});
     }
-    return section("New versions available", shown, terminal) +
-           (all ? section("Ignored versions", ignored, terminal) : "");
+    return section(title, sortedByName(std::move(table)), terminal);
 }
 
-std::string otherSections(const CheckReport& report, const Terminal& terminal) {
-    Table skipped{{{"APPLICATION", Kind::name}, {"INSTALLED", Kind::version}, {"REASON", Kind::text}}, {}};
-    for (const auto& entry : report.skipped)
-        skipped.rows.push_back({entry.app.name, entry.app.version, reason(entry)});
-    Table issues{{{"APPLICATION", Kind::name}, {"REASON", Kind::phrase}, {"PATH", Kind::text}}, {}};
-    for (const auto* list : {&report.inventory.issues, &report.inventory.folderIssues}) {
-        for (const auto& issue : *list)
-            issues.rows.push_back({issue.appName, issue.reason, displayPath(issue.path)});
+std::string otherSections(const HostReport& report, const Terminal& terminal) {
+    Table skipped{{{"APPLICATION", Kind::name}, {"INSTALLED", Kind::version}, {"REASON", Kind::text}}};
+    for (const auto& entry : report.verdicts.skipped)
+        skipped.add({entry.app.name, entry.app.version, entry.reason});
+    Table issues{{{"APPLICATION", Kind::name}, {"REASON", Kind::phrase}, {"PATH", Kind::text}}};
+    for (const auto& list : {report.issues, report.folderIssues}) {
+        for (const auto& issue : list)
+            issues.add({issue.appName, issue.reason, displayPath(issue.path)});
     }
-    sortByName(skipped);
-    sortByName(issues);
-    return section("No newer version", skipped, terminal) + section("Not listed", issues, terminal);
+    return section("No newer version", sortedByName(std::move(skipped)), terminal) +
+           section("Not listed", sortedByName(std::move(issues)), terminal);
 }
 
-std::string system(const RunningSystem& system) {
-    if (system.source == RunningSystem::Source::unknown)
+std::string describe(const RunningSystem& system) {
+    if (system.source == Source::unknown)
         return "a macOS whose version is not known (no minimum was applied; --os-version gives one)";
-    const std::string version = "macOS " + toText(system.version);
-    return system.source == RunningSystem::Source::assumed
-               ? version + " (assumed; --os-version says which it is)"
-               : version;
+    return "macOS " + toText(system.version) +
+           (system.source == Source::assumed ? " (assumed; --os-version says which it is)" : "");
 }
 
-/// What the numbers before it leave out.
-std::string omissions(const CheckReport& report, bool all) {
-    const auto& issues = report.inventory.issues;
-    const auto& folderIssues = report.inventory.folderIssues;
-    std::string text;
-    if (!issues.empty()) {
-        text += "; " + counted(issues.size(), "bundle") + " could not be listed";
-        if (!all) text += " (--all names " + std::string(issues.size() == 1 ? "it)" : "them)");
-    }
-    if (!folderIssues.empty()) {
-        text += "; " + counted(folderIssues.size(), "folder") + " could not be read";
-    }
-    const auto unanswered =
-        static_cast<std::size_t>(std::ranges::count(report.skipped, false, &SkippedEntry::isAnswered));
-    if (unanswered > 0) text += "; the catalog gave no answer for " + counted(unanswered, "application");
-    return text;
-}
-
-std::string summary(const CheckReport& report, bool all) {
-    const auto ignored =
-        static_cast<std::size_t>(std::ranges::count(report.updates, true, &AppUpdate::isIgnored));
-    const std::size_t shown = report.updates.size() - ignored;
-    std::string text = shown == 0 ? "Nothing newer" : counted(shown, "newer version");
+std::string summary(const HostReport& report, bool all) {
+    const auto& [updates, skipped] = report.verdicts;
+    const std::size_t newer = report.newer(), ignored = updates.size() - newer;
+    const std::size_t issues = report.issues.size();
+    std::string text = newer == 0 ? "Nothing newer" : counted(newer, "newer version");
     if (ignored > 0) text += " (and " + std::to_string(ignored) + " ignored)";
-    text += " for " + counted(report.inventory.apps.size(), "application") + " on " + system(report.system);
-    if (report.inventory.apps.empty())
-        text = "No applications found in " + onOneLine(enumeration(report.inventory.folders));
-    return text + omissions(report, all) + ".\n";
+    text += " for " + counted(report.apps, "application") + " on " + describe(report.system);
+    if (report.apps == 0) text = "No applications found in " + onOneLine(report.source);
+    return text +
+           clause("", issues, "bundle",
+                  " could not be listed" + std::string(all           ? ""
+                                                       : issues == 1 ? " (--all names it)"
+                                                                     : " (--all names them)")) +
+           clause("", report.folderIssues.size(), "folder", " could not be read") +
+           clause("the catalog gave no answer for ",
+                  static_cast<std::size_t>(std::ranges::count(skipped, false, &Verdict::isAnswered)),
+                  "application", "") +
+           ".\n";
 }
 
 }  // namespace
 
-std::string tableReport(const CheckReport& report, bool all, const Terminal& terminal) {
-    if (report.outcome == CheckReport::Outcome::failed) return "";
-    return updateSection(report, all, terminal) + (all ? otherSections(report, terminal) : "") +
+std::string tableReport(const HostReport& report, bool all, const Terminal& terminal) {
+    return updateSection("New versions available", report, false, terminal) +
+           (all ? updateSection("Ignored versions", report, true, terminal) + otherSections(report, terminal)
+                : "") +
            summary(report, all);
 }
 

@@ -5,15 +5,6 @@
 namespace quorvel {
 namespace {
 
-AppUpdate update(std::string name, std::string installed, std::string available, bool isIgnored = false) {
-    AppUpdate update;
-    update.app.name = std::move(name);
-    update.app.version = std::move(installed);
-    update.latestVersion = std::move(available);
-    update.isIgnored = isIgnored;
-    return update;
-}
-
 /// Of grapheme clusters that are two columns wide.
 const std::string family = "👩‍👩‍👧‍👦", fourFamilies = family + family + family + family,
                   families = fourFamilies + family;
@@ -23,23 +14,30 @@ Terminal terminal(std::size_t width) {
 }
 
 /// Texts of every kind, among them what a hostile bundle would choose.
-CheckReport sampleReport() {
-    CheckReport report;
-    report.system = {{14, 5, 0}, RunningSystem::Source::given};
-    report.inventory.apps.resize(6);
-    report.updates = {update("藍染帳", "1.0", "1.10"),
-                      update("A " + families + std::string(60, 'n'), "2024.10.31 (123456)",
-                             "$(MARKETING_VERSION) and more"),
-                      update("Plain \x1b[31m Name", "1.0", "1.10", true)};
-    report.skipped = {
-        {{"b", "com.example.b", "2.0", SkipCode::upToDate, "already at latest", "/x/b.app"}},
-        {{"Another application of words", "", "-", SkipCode::installedVersionInvalid,
-          "local version invalid: \"$(MARKETING_VERSION)-and-more\"", "/x/-.app"}},
-        {{"A", "com.example.a", "1.0", SkipCode::notRecognised, "not recognised", "/x/A.app"}, false}};
-    report.inventory.issues.push_back(
-        {"ספר", "/x/" + std::string(40, 'p') + ".app", "could not read bundle"});
-    report.inventory.folderIssues.push_back({"y", "/x/y", "could not read folder"});
-    return report;
+HostReport sampleReport() {
+    static const std::string longName = "A " + families + std::string(60, 'n');
+    static const std::vector<ScanIssue> issues{
+        {"ספר", "/x/" + std::string(40, 'p') + ".app", "could not read bundle"}};
+    static const std::vector<ScanIssue> folderIssues{{"y", "/x/y", "could not read folder"}};
+    return {
+        .name = "",
+        .source = "",
+        .system = {{14, 5, 0}, RunningSystem::Source::given},
+        .apps = 6,
+        .verdicts = {.updates = {{{"藍染帳", "", "1.0", ""}, "1.10"},
+                                 {{longName, "", "2024.10.31 (123456)", ""}, "$(MARKETING_VERSION) and more"},
+                                 {{"Plain \x1b[31m Name", "", "1.0", ""}, "1.10", 1, true}},
+                     .skipped = {skippedVerdict({"b", "", "2.0", ""}, SkipCode::upToDate, "already at latest",
+                                                false),
+                                 skippedVerdict({"Another application of words", "", "-", ""},
+                                                SkipCode::installedVersionInvalid,
+                                                "local version invalid: "
+                                                "\"$(MARKETING_VERSION)-and-more\"",
+                                                true),
+                                 skippedVerdict({"A", "", "1.0", ""}, SkipCode::notRecognised,
+                                                "not recognised", false)}},
+        .issues = issues,
+        .folderIssues = folderIssues};
 }
 
 const std::string sum =
@@ -51,21 +49,21 @@ TEST(TableReport, showsPeopleWhatIsNewerAndOnRequestAllElse) {
     EXPECT_EQ(tableReport(sampleReport(), false, {}),
               "New versions available (2)\n"
               "  APPLICATION  INSTALLED  AVAILABLE\n"
-              "  藍染帳       1.0        1.10\n"
               "  A " +
                   families + std::string(60, 'n') +
                   "\n"
                   "               2024.10.31 (123456)\n"
-                  "                          $(MARKETING_VERSION) and more\n\n" +
+                  "                          $(MARKETING_VERSION) and more\n"
+                  "  藍染帳       1.0        1.10\n\n" +
                   sum + " (--all names it)" + rest);
     EXPECT_EQ(tableReport(sampleReport(), true, terminal(67)),
               "\x1b[1;32mNew versions available (2)\x1b[0m\n"
               "\x1b[1m  APPLICATION                                  INSTALLED  AVAILABLE\x1b[0m\n"
-              "  藍染帳                                       1.0        1.10\n"
               "  A " +
                   families + std::string(30, 'n') +
                   "…  2024.10.31 (123456)\n"
-                  "    $(MARKETING_VERSION) and more\n\n"
+                  "    $(MARKETING_VERSION) and more\n"
+                  "  藍染帳                                       1.0        1.10\n\n"
                   "\x1b[1;32mIgnored versions (1)\x1b[0m\n"
                   "\x1b[1m  APPLICATION       INSTALLED  AVAILABLE\x1b[0m\n"
                   "  Plain  [31m Name  1.0        1.10\n\n"
@@ -106,12 +104,13 @@ TEST(TableReport, losesNothingButTheEndsOfNamesInANarrowTerminal) {
 }
 
 TEST(TableReport, saysWhatItsLastLineRestsOn) {
-    CheckReport report;
-    report.inventory.folders = {"/a", "/b\x1b]0;title\a", "/c"};
-    report.system = {{26, 1, 0}, RunningSystem::Source::assumed};
+    HostReport report{.name = "",
+                      .source = "/a, /b\x1b]0;title\a and /c",
+                      .system = {{26, 1, 0}, RunningSystem::Source::assumed}};
     EXPECT_EQ(tableReport(report, true, {}), "No applications found in /a, /b ]0;title  and /c.\n");
-    report.inventory.apps.resize(1);
-    report.inventory.issues.resize(2);
+    report.apps = 1;
+    const std::vector<ScanIssue> issues(2);
+    report.issues = issues;
     EXPECT_EQ(tableReport(report, false, {}),
               "Nothing newer for 1 application on macOS 26.1.0 (assumed; --os-version says which it is); "
               "2 bundles could not be listed (--all names them).\n");

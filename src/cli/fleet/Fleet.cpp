@@ -10,7 +10,7 @@
 
 namespace quorvel {
 
-std::size_t AppTable::Hash::operator()(const FleetApp& app) const {
+std::size_t AppTable::Hash::operator()(const ListedApp& app) const {
     std::size_t hash = 0;
     for (const auto text : {app.name, app.identifier, app.version, app.path})
         hash = hash * 0x9E3779B97F4A7C15 + std::hash<std::string_view>()(text);
@@ -25,7 +25,7 @@ std::string_view AppTable::intern(std::string_view text) {
     return *texts.emplace(place, text.size()).first;
 }
 
-AppTable::Index AppTable::add(const FleetApp& app) {
+AppTable::Index AppTable::add(const ListedApp& app) {
     // Most rows are another host's too: one look decides.
     if (const auto known = indices.find(app); known != indices.end()) return known->second;
     const auto index = static_cast<Index>(apps.size());
@@ -58,6 +58,11 @@ std::string_view name(FleetFailure::Code code) {
         "unreadable",     "not_an_inventory", "damaged",       "differential_log", "no_bundle_identifiers",
         "clipped_report", "too_large",        "duplicate_host"};
     return names[static_cast<std::size_t>(code)];
+}
+
+std::size_t Fleet::unreadHosts() const {
+    return failures.size() - static_cast<std::size_t>(std::ranges::count(
+                                 failures, FleetFailure::Code::clippedReport, &FleetFailure::code));
 }
 
 void Fleet::settle() {

@@ -12,23 +12,10 @@
 #include <unordered_set>
 #include <vector>
 
-#include "platform/OperatingSystem.h"
+#include "cli/Report.h"
 #include "scanner/ScanIssue.h"
 
 namespace quorvel {
-
-/// An application as one or more hosts have it. Texts are valid UTF-8.
-struct FleetApp {
-    std::string_view name;
-    /// Empty when the row has none.
-    std::string_view identifier;
-    /// Never empty.
-    std::string_view version;
-    /// Empty when the row has none.
-    std::string_view path;
-
-    bool operator==(const FleetApp&) const = default;
-};
 
 /// Every distinct application once: hosts share most of what they have.
 class AppTable {
@@ -36,22 +23,22 @@ public:
     using Index = std::uint32_t;
 
     /// Texts that are equal are the same place in memory afterwards.
-    Index add(const FleetApp& app);
+    Index add(const ListedApp& app);
 
-    const FleetApp& operator[](Index index) const { return apps[index]; }
+    const ListedApp& operator[](Index index) const { return apps[index]; }
     std::size_t size() const { return apps.size(); }
 
 private:
     struct Hash {
-        std::size_t operator()(const FleetApp& app) const;
+        std::size_t operator()(const ListedApp& app) const;
     };
 
     std::string_view intern(std::string_view text);
 
     std::pmr::monotonic_buffer_resource memory;
     std::unordered_set<std::string_view> texts;
-    std::unordered_map<FleetApp, Index, Hash> indices;
-    std::deque<FleetApp> apps;
+    std::unordered_map<ListedApp, Index, Hash> indices;
+    std::deque<ListedApp> apps;
 };
 
 /// What one inventory says of one host.
@@ -104,6 +91,9 @@ struct Fleet {
     /// By name, each once, after `settle`.
     std::vector<FleetHost> hosts;
     std::vector<FleetFailure> failures;
+
+    /// How many hosts or files are not among the hosts.
+    std::size_t unreadHosts() const;
 
     /// Brings hosts into order. Of several inventories of one host the newest counts, where times say which
     /// that is; else none does, and a failure names them.

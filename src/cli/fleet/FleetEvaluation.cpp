@@ -32,29 +32,21 @@ std::vector<InstalledApp> distinctApplications(const Fleet& fleet) {
     return asked;
 }
 
-std::size_t FleetEvaluation::PairHash::operator()(
-    const std::pair<const AutoMatchResult*, const char*>& pair) const {
-    return std::hash<const void*>()(pair.first) * 31 ^ std::hash<const void*>()(pair.second);
-}
-
 FleetEvaluation::FleetEvaluation(const Fleet& fleet, std::vector<AutoMatchResult> found,
-                                 std::unordered_set<std::string> unanswered, const IgnoredVersions& ignored)
+                                 std::unordered_set<std::string> unanswered, IgnoredVersions ignored)
     : fleet(fleet),
       results(std::move(found)),
       index(indexResults(results)),
       unanswered(std::move(unanswered)),
-      ignored(ignored),
-      byApp(fleet.table.size()) {}
+      ignored(std::move(ignored)),
+      comparisons(fleet.table.size()) {}
 
 const FleetEvaluation::Comparison& FleetEvaluation::compared(AppTable::Index number) {
-    const auto*& known = byApp[number];
-    if (known != nullptr) return *known;
-    const FleetApp& app = fleet.table[number];
+    auto& known = comparisons[number];
+    if (known) return *known;
+    const ListedApp& app = fleet.table[number];
     const auto* result = findResult(index, app.identifier);
-    const auto [entry, isNew] = comparisons.try_emplace({result, app.version.data()});
-    if (isNew) entry->second = {result, compareVersions(app.version, result, comparator)};
-    known = &entry->second;
-    return *known;
+    return known.emplace(result, compareVersions(app.version, result, comparator));
 }
 
 std::string_view FleetEvaluation::sortKey(std::string_view name) {
@@ -63,35 +55,29 @@ std::string_view FleetEvaluation::sortKey(std::string_view name) {
     return entry->second;
 }
 
-FleetEvaluation::Verdict FleetEvaluation::verdict(AppTable::Index number,
-                                                  const std::optional<OSVersion>& system, HostResult& host) {
-    const FleetApp& app = fleet.table[number];
-    const Comparison& comparison = compared(number);
-    Verdict verdict{.app = &app, .result = comparison.result};
-    if (comparison.skip) {
-        verdict.skip = &*comparison.skip;
-        verdict.isAnswered = comparison.skip->code != SkipCode::notRecognised || unanswered.empty() ||
-                             !unanswered.contains(std::string(app.identifier));
-        return verdict;
-    }
-    if (auto skip = system ? requireSystem(*comparison.result, *system) : std::nullopt) {
-        verdict.skip = &host.systemSkips.emplace_back(*std::move(skip));
-        return verdict;
-    }
-    verdict.isIgnored = isIgnored(ignored, app.identifier, comparison.result->version);
-    verdict.sortKey = sortKey(app.name);
-    return verdict;
+const Skip* FleetEvaluation::skip(const Comparison& comparison, const std::optional<OSVersion>& system) {
+    if (comparison.skip) return &*comparison.skip;
+    auto found = system ? requireSystem(*comparison.result, *system) : std::nullopt;
+    return found ? &systemSkips.try_emplace(comparison.result, *std::move(found)).first->second : nullptr;
 }
 
-FleetEvaluation::HostResult FleetEvaluation::evaluate(const FleetHost& host,
-                                                      const std::optional<OSVersion>& system) {
-    HostResult result;
-    for (const auto app : host.apps) {
-        const Verdict found = verdict(app, system, result);
-        (found.skip == nullptr ? result.updates : result.skipped).push_back(found);
+Verdicts FleetEvaluation::evaluate(const FleetHost& host, const std::optional<OSVersion>& system) {
+    Verdicts verdicts;
+    for (const auto number : host.apps) {
+        const ListedApp& app = fleet.table[number];
+        const Comparison& comparison = compared(number);
+        if (const Skip* const why = skip(comparison, system)) {
+            const bool isAnswered = unanswered.empty() || !unanswered.contains(std::string(app.identifier));
+            verdicts.skipped.push_back(skippedVerdict(app, why->code, why->reason, isAnswered));
+        } else {
+            const AutoMatchResult& result = *comparison.result;
+            verdicts.updates.push_back(
+                {app, result.version, result.id, isIgnored(ignored, app.identifier, result.version)});
+        }
     }
-    std::ranges::stable_sort(result.updates, {}, &Verdict::sortKey);
-    return result;
+    std::ranges::stable_sort(verdicts.updates, {},
+                             [&](const Verdict& update) { return sortKey(update.app.name); });
+    return verdicts;
 }
 
 }  // namespace quorvel

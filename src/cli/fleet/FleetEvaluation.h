@@ -1,6 +1,5 @@
 #pragma once
 
-#include <deque>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -25,62 +24,37 @@ std::vector<InstalledApp> distinctApplications(const Fleet& fleet);
 /// The catalog's answers for all hosts of a fleet; evaluates one host at a time, as if it had asked alone.
 class FleetEvaluation {
 public:
-    /// What comes of one application on one host. `result` and `app` are the fleet's and the evaluation's.
-    struct Verdict {
-        const FleetApp* app = nullptr;
-        /// Null where the catalog does not know the application.
-        const AutoMatchResult* result = nullptr;
-        /// Null for an update.
-        const Skip* skip = nullptr;
-        bool isAnswered = true;
-        bool isIgnored = false;
-        /// Of an update: by which its host's are sorted.
-        std::string_view sortKey{};
-    };
-
-    /// Each application of the host is in one of the two.
-    struct HostResult {
-        /// By name in the order of the root collation, then by path.
-        std::vector<Verdict> updates;
-        /// By path.
-        std::vector<Verdict> skipped;
-        /// What `skip` points to where the host's own system decides.
-        std::deque<Skip> systemSkips;
-    };
-
-    /// The fleet and the ignored versions outlive the evaluation. `unanswered`: identifiers for which no
+    /// The fleet outlives the evaluation. `unanswered`: identifiers for which no
     /// answer came that could be read whole.
     FleetEvaluation(const Fleet& fleet, std::vector<AutoMatchResult> results,
-                    std::unordered_set<std::string> unanswered, const IgnoredVersions& ignored);
+                    std::unordered_set<std::string> unanswered, IgnoredVersions ignored);
 
-    /// `system`: none applies no minimum.
-    HostResult evaluate(const FleetHost& host, const std::optional<OSVersion>& system);
+    /// `system`: none applies no minimum. The texts are the fleet's and the evaluation's.
+    Verdicts evaluate(const FleetHost& host, const std::optional<OSVersion>& system);
 
 private:
-    /// What is the same on every host: of one entry of the catalog and one installed version.
+    /// What is the same on every host.
     struct Comparison {
         const AutoMatchResult* result = nullptr;
         std::optional<Skip> skip;
     };
-    struct PairHash {
-        std::size_t operator()(const std::pair<const AutoMatchResult*, const char*>& pair) const;
-    };
 
     const Comparison& compared(AppTable::Index app);
+    /// None for an update.
+    const Skip* skip(const Comparison& comparison, const std::optional<OSVersion>& system);
     std::string_view sortKey(std::string_view name);
-    Verdict verdict(AppTable::Index app, const std::optional<OSVersion>& system, HostResult& host);
 
     const Fleet& fleet;
     const std::vector<AutoMatchResult> results;
     const ResultIndex index;
     const std::unordered_set<std::string> unanswered;
-    const IgnoredVersions& ignored;
+    const IgnoredVersions ignored;
     const VersionComparator comparator;
     const text::NameCollator collator{""};
-    /// By entry, and by the place of the version's text.
-    std::unordered_map<std::pair<const AutoMatchResult*, const char*>, Comparison, PairHash> comparisons;
-    /// By application; null until it is asked for.
-    std::vector<const Comparison*> byApp;
+    /// By application; none until it is asked for.
+    std::vector<std::optional<Comparison>> comparisons;
+    /// Of entries that an older system than theirs has met.
+    std::unordered_map<const AutoMatchResult*, Skip> systemSkips;
     /// By the place of the name's text.
     std::unordered_map<const char*, std::string> sortKeys;
 };

@@ -1,26 +1,15 @@
 #pragma once
 
 #include <memory>
-#include <optional>
-#include <string>
+#include <string_view>
 
 #include "cli/CommandLine.h"
 #include "cli/Console.h"
 #include "cli/JsonWriter.h"
-#include "cli/ReportHead.h"
+#include "cli/Report.h"
 #include "cli/fleet/Fleet.h"
-#include "cli/fleet/FleetEvaluation.h"
 
 namespace quorvel {
-
-/// One host with what came of it.
-struct HostReport {
-    const FleetHost& host;
-    const std::string& source;
-    /// None where nobody says which it is.
-    std::optional<RunningSystem> system;
-    FleetEvaluation::HostResult result;
-};
 
 /// As an object of the schema "quorvel-fleet/1".
 void writeHost(JsonWriter& json, const HostReport& report);
@@ -50,10 +39,8 @@ protected:
 std::unique_ptr<FleetPrinter> makeTablePrinter(const CommandLine& line, const Fleet& fleet,
                                                const ReportHead& head);
 
-/// One document of the schema "quorvel-fleet/1".
-std::unique_ptr<FleetPrinter> makeJsonPrinter(const Fleet& fleet, const ReportHead& head);
-
-/// The same in lines: of each failed inventory, of each host, and of the whole.
-std::unique_ptr<FleetPrinter> makeJsonLinesPrinter(const Fleet& fleet, const ReportHead& head);
+/// One document of the schema "quorvel-fleet/1", or the same in lines: of each failed inventory, of each
+/// host, and of the whole.
+std::unique_ptr<FleetPrinter> makeJsonPrinter(bool inLines, const Fleet& fleet, const ReportHead& head);
 
 }  // namespace quorvel

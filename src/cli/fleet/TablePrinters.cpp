@@ -4,10 +4,8 @@
 #include <utility>
 #include <vector>
 
-#include "cli/Report.h"
 #include "cli/Table.h"
 #include "cli/fleet/FleetReport.h"
-#include "platform/System.h"
 #include "platform/text/DisplayText.h"
 
 namespace quorvel {
@@ -15,12 +13,11 @@ namespace quorvel {
 namespace {
 
 using Kind = Table::Kind;
-using Verdict = FleetEvaluation::Verdict;
 
 std::string failureSection(const Fleet& fleet, const Terminal& terminal) {
-    Table table{{{"INVENTORY", Kind::name}, {"HOST", Kind::version}, {"REASON", Kind::text}}, {}};
+    Table table{{{"INVENTORY", Kind::name}, {"HOST", Kind::version}, {"REASON", Kind::text}}};
     for (const auto& failure : fleet.failures)
-        table.rows.push_back({failure.source, failure.host.value_or(""), failure.reason});
+        table.add({failure.source, failure.host.value_or(""), failure.reason});
     return section("Not read, or not whole", table, terminal);
 }
 
@@ -42,36 +39,29 @@ public:
 
     void add(const HostReport& report) override {
         ++host;
-        outside += report.host.outside;
-        if (!report.system) ++withoutSystem;
-        for (const auto& update : report.result.updates)
+        outside += report.outside;
+        if (report.system.source == RunningSystem::Source::unknown) ++withoutSystem;
+        for (const auto& update : report.verdicts.updates)
             add(update, update.isIgnored ? ignored : newer);
-        for (const auto& skipped : report.result.skipped) {
-            if (!skipped.isAnswered) ++unanswered;
-            if (!line.all) continue;
-            others[{std::string(skipped.app->name),
-                    skipped.isAnswered ? skipped.skip->reason : "not answered"}]
-                .add(host);
+        for (const auto& skipped : report.verdicts.skipped) {
+            if (!skipped.isAnswered()) ++unanswered;
+            if (line.all) others[{std::string(skipped.app.name), std::string(skipped.reason)}].add(host);
         }
-        issues += report.host.issues.size();
-        for (const auto& issue : report.host.issues)
+        issues += report.issues.size();
+        for (const auto& issue : report.issues)
             unlisted[{issue.appName, issue.reason}].add(host);
     }
 
     void end() override {
         const Terminal terminal = describeTerminal(STDOUT_FILENO);
-        const bool hasResult = head.outcome != ReportHead::Outcome::failed;
-        std::string text;
-        if (hasResult) {
-            text += section("New versions available", updateTable(newer), terminal);
-            if (line.all) {
-                text += section("Ignored versions", updateTable(ignored), terminal) +
-                        section("No newer version", reasonTable(others), terminal) +
-                        section("Not listed", reasonTable(unlisted), terminal);
-            }
+        if (head.hasFailed()) return print(failureSection(fleet, terminal));
+        std::string text = section("New versions available", updateTable(newer), terminal);
+        if (line.all) {
+            text += section("Ignored versions", updateTable(ignored), terminal) +
+                    section("No newer version", reasonTable(others), terminal) +
+                    section("Not listed", reasonTable(unlisted), terminal);
         }
-        text += failureSection(fleet, terminal);
-        print(hasResult ? text + summary() : text);
+        print(text + failureSection(fleet, terminal) + summary());
     }
 
 private:
@@ -86,9 +76,9 @@ private:
     using Reasons = std::map<std::pair<std::string, std::string>, HostCount>;
 
     void add(const Verdict& update, Offers& offers) const {
-        auto& offer = offers[{update.app->identifier, update.result->version}];
-        offer.names[update.app->name].add(host);
-        offer.installed[update.app->version].add(host);
+        auto& offer = offers[{update.app.identifier, update.latestVersion}];
+        offer.names[update.app.name].add(host);
+        offer.installed[update.app.version].add(host);
         offer.hosts.add(host);
         ++offer.copies;
     }
@@ -109,26 +99,23 @@ private:
         Table table{{{"APPLICATION", Kind::name},
                      {"AVAILABLE", Kind::version},
                      {"INSTALLED", Kind::text},
-                     {"HOSTS", Kind::phrase}},
-                    {}};
+                     {"HOSTS", Kind::phrase}}};
         for (const auto& [key, offer] : offers) {
             std::string installed;
             for (const auto& [version, hosts] : byNumber(offer.installed))
                 installed +=
                     (installed.empty() ? "" : ", ") + std::string(version) + ": " + std::to_string(hosts);
-            table.rows.push_back({std::string(byNumber(offer.names).front().first), std::string(key.second),
-                                  installed, std::to_string(offer.hosts.number)});
+            table.add({byNumber(offer.names).front().first, key.second, installed,
+                       std::to_string(offer.hosts.number)});
         }
-        sortByName(table);
-        return table;
+        return sortedByName(std::move(table));
     }
 
     static Table reasonTable(const Reasons& reasons) {
-        Table table{{{"APPLICATION", Kind::name}, {"HOSTS", Kind::phrase}, {"REASON", Kind::text}}, {}};
+        Table table{{{"APPLICATION", Kind::name}, {"HOSTS", Kind::phrase}, {"REASON", Kind::text}}};
         for (const auto& [key, hosts] : reasons)
-            table.rows.push_back({key.first, std::to_string(hosts.number), key.second});
-        sortByName(table);
-        return table;
+            table.add({key.first, std::to_string(hosts.number), key.second});
+        return sortedByName(std::move(table));
     }
 
     static std::size_t copies(const Offers& offers) {
@@ -139,27 +126,22 @@ private:
     }
 
     std::string summary() const {
-        const auto clipped = static_cast<std::size_t>(
-            std::ranges::count(fleet.failures, FleetFailure::Code::clippedReport, &FleetFailure::code));
-        const std::size_t unread = fleet.failures.size() - clipped;
+        const std::size_t unread = fleet.unreadHosts();
+        const std::size_t clipped = fleet.failures.size() - unread;
         const std::size_t known = fleet.hosts.size();
         std::string text = newer.empty() ? "Nothing newer"
                                          : counted(copies(newer), "newer version") + " of " +
                                                counted(newer.size(), "application");
         if (!ignored.empty()) text += " (and " + std::to_string(copies(ignored)) + " ignored)";
         text += " on " + (unread > 0 ? std::to_string(known) + " of " : "") + counted(known + unread, "host");
-        if (unread > 0) text += "; " + counted(unread, "host") + " could not be read";
-        if (clipped > 0)
-            text += "; " + counted(clipped, "report") + (clipped == 1 ? " is" : " are") + " clipped";
-        if (issues > 0) text += "; " + counted(issues, "bundle") + " could not be listed";
-        if (unanswered > 0) text += "; the catalog gave no answer for " + counted(unanswered, "application");
-        if (withoutSystem > 0) {
-            text += "; no minimum system was applied to " + counted(withoutSystem, "host") +
-                    " whose macOS is not known";
-        }
-        if (line.all && outside > 0)
-            text += "; " + counted(outside, "bundle") + " outside the application folders left out";
-        return text + ".\n";
+        return text + clause("", unread, "host", " could not be read") +
+               clause("", clipped, "report", clipped == 1 ? " is clipped" : " are clipped") +
+               clause("", issues, "bundle", " could not be listed") +
+               clause("the catalog gave no answer for ", unanswered, "application", "") +
+               clause("no minimum system was applied to ", withoutSystem, "host",
+                      " whose macOS is not known") +
+               clause("", line.all ? outside : 0, "bundle", " outside the application folders left out") +
+               ".\n";
     }
 
     const CommandLine& line;
@@ -184,42 +166,16 @@ public:
         : line(line), fleet(fleet), head(head) {}
 
     void add(const HostReport& report) override {
-        CheckReport single;
-        single.outcome = head.outcome;
-        single.system = report.system.value_or(RunningSystem{.source = RunningSystem::Source::unknown});
-        single.inventory.folders = {report.source};
-        single.inventory.issues = report.host.issues;
-        for (const auto number : report.host.apps)
-            single.inventory.apps.push_back(installed(fleet.table[number]));
-        for (const auto& update : report.result.updates)
-            single.updates.push_back(
-                {installed(*update.app), update.result->version, update.result->id, update.isIgnored});
-        sortByName(single.updates, userLocale());
-        for (const auto& skipped : report.result.skipped) {
-            const auto [name, identifier, version, path] = *skipped.app;
-            single.skipped.push_back({{std::string(name), std::string(identifier), std::string(version),
-                                       skipped.skip->code, skipped.skip->reason, std::string(path)},
-                                      skipped.isAnswered});
-        }
-        const auto table = tableReport(single, line.all, terminal);
-        if (table.empty()) return;
-        print(std::exchange(isFirst, false) ? "" : "\n");
-        print(onOneLine(report.host.name) + "\n\n" + table);
+        if (!head.hasFailed())
+            printPart(onOneLine(report.name) + "\n\n" + tableReport(report, line.all, terminal));
     }
 
     void end() override {
-        if (fleet.failures.empty()) return;
-        print((isFirst ? "" : "\n") + failureSection(fleet, terminal));
+        if (!fleet.failures.empty()) printPart(failureSection(fleet, terminal));
     }
 
 private:
-    static InstalledApp installed(const FleetApp& app) {
-        return {.name = std::string(app.name),
-                .bundleID = std::string(app.identifier),
-                .version = std::string(app.version),
-                .path = std::string(app.path),
-                .icon = {}};
-    }
+    void printPart(const std::string& text) { print((std::exchange(isFirst, false) ? "" : "\n") + text); }
 
     const CommandLine& line;
     const Fleet& fleet;

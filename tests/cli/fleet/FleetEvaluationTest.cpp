@@ -32,6 +32,17 @@ void fillAtRandom(Fleet& fleet, std::mt19937& random) {
 /// An outcome as reports tell it.
 using Outcomes = std::vector<std::string>;
 
+Outcomes outcomesOf(const Verdicts& verdicts) {
+    Outcomes outcomes;
+    for (const auto& [app, latest, id, isIgnored, code, reason] : verdicts.updates)
+        outcomes.push_back(std::string(app.path).append(app.name).append(latest) +
+                           (isIgnored ? " ignored" : ""));
+    for (const auto& [app, latest, id, isIgnored, code, reason] : verdicts.skipped)
+        outcomes.push_back(
+            std::string(app.path).append(app.name).append(app.version).append(reason).append(code));
+    return outcomes;
+}
+
 Outcomes outcomesAlone(const Fleet& fleet, const FleetHost& host, const std::vector<AutoMatchResult>& results,
                        const IgnoredVersionsStore& ignored) {
     std::vector<InstalledApp> apps;
@@ -44,26 +55,12 @@ Outcomes outcomesAlone(const Fleet& fleet, const FleetHost& host, const std::vec
     auto alone =
         evaluate(apps, results, VersionComparator(), ignored, host.system.value_or(OSVersion{99, 0, 0}));
     sortByName(alone.updates, "");
-    Outcomes outcomes;
-    for (const auto& update : alone.updates)
-        outcomes.push_back(update.app.path + update.app.name + update.latestVersion +
-                           (update.isIgnored ? " ignored" : ""));
-    for (const auto& skipped : alone.skipped)
-        outcomes.push_back(skipped.path + skipped.name + skipped.version + skipped.reason +
-                           std::to_string(static_cast<int>(skipped.code)));
-    return outcomes;
-}
-
-Outcomes outcomesInFleet(const FleetEvaluation::HostResult& host) {
-    Outcomes outcomes;
-    for (const auto& update : host.updates)
-        outcomes.push_back(std::string(update.app->path).append(update.app->name) + update.result->version +
-                           (update.isIgnored ? " ignored" : ""));
-    for (const auto& skipped : host.skipped)
-        outcomes.push_back(
-            std::string(skipped.app->path).append(skipped.app->name).append(skipped.app->version) +
-            skipped.skip->reason + std::to_string(static_cast<int>(skipped.skip->code)));
-    return outcomes;
+    Verdicts verdicts;
+    for (const auto& [app, latest, id, isIgnored] : alone.updates)
+        verdicts.updates.push_back({listed(app), latest, id, isIgnored});
+    for (const auto& [name, identifier, version, code, reason, path] : alone.skipped)
+        verdicts.skipped.push_back(skippedVerdict({name, identifier, version, path}, code, reason, true));
+    return outcomesOf(verdicts);
 }
 
 TEST(FleetEvaluation, saysOfEachHostWhatItWouldHearAlone) {
@@ -74,16 +71,15 @@ TEST(FleetEvaluation, saysOfEachHostWhatItWouldHearAlone) {
     const TemporaryFolder folder;
     const IgnoredVersionsStore ignored(PersistenceManager::at(folder.path));
     ignored.ignore("9", "A", "j");
-    const auto entries = ignored.load();
     std::mt19937 random(1);
     std::map<std::string, int> kinds;
     for (int round = 0; round < 200; ++round) {
         Fleet fleet;
         fillAtRandom(fleet, random);
-        FleetEvaluation evaluation(fleet, results, {}, entries);
+        FleetEvaluation evaluation(fleet, results, {}, ignored.load());
         for (const auto& host : fleet.hosts) {
             const auto alone = outcomesAlone(fleet, host, results, ignored);
-            EXPECT_EQ(outcomesInFleet(evaluation.evaluate(host, host.system)), alone) << "round " << round;
+            EXPECT_EQ(outcomesOf(evaluation.evaluate(host, host.system)), alone) << "round " << round;
             for (const auto& outcome : alone)
                 ++kinds[outcome.substr(outcome.size() - 7)];
         }
@@ -117,11 +113,10 @@ TEST(FleetEvaluation, tellsAMissingAnswerFromOneThatKnowsNothing) {
         host.apps.push_back(fleet.table.add({"N", identifier, "1", identifier}));
     const std::vector<AutoMatchResult> results{
         {.id = 1, .title = "", .version = "1", .bundleIdentifiers = {"known"}, .minimumOSVersion = {}}};
-    const IgnoredVersions none;
-    FleetEvaluation evaluation(fleet, results, {"lost", "known"}, none);
+    FleetEvaluation evaluation(fleet, results, {"lost", "known"}, {});
     std::string answered;
     for (const auto& skipped : evaluation.evaluate(host, std::nullopt).skipped)
-        answered += std::string(skipped.app->identifier) + (skipped.isAnswered ? "+ " : "- ");
+        answered += std::string(skipped.app.identifier) + (skipped.isAnswered() ? "+ " : "- ");
     EXPECT_EQ(answered, "lost- unknown+ known+ + ");
 }
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "cli/JsonEntries.h"
+#include "cli/JsonReport.h"
 #include "cli/fleet/Fleet.h"
 #include "cli/fleet/InventoryReader.h"
 

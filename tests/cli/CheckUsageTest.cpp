@@ -3,6 +3,7 @@
 #include <map>
 #include <nlohmann/json.hpp>
 #include <regex>
+#include <set>
 #include <sstream>
 #include <utility>
 
@@ -33,6 +34,8 @@ TEST_F(CheckUsageTest, saysThatItsOutputIsLost) {
 }
 
 TEST_F(CheckUsageTest, refusesWrongUsageWithAReasonAndHelps) {
+    const std::string noFolders =
+        "--inventory stands in place of folders: neither --root nor --system-root goes with it.";
     const std::vector<std::pair<std::vector<std::string>, std::string>> rows{
         {{check, "--jsno"}, "There is no option --jsno. Did you mean --json?"},
         {{check, "--frobnicate"}, "There is no option --frobnicate."},
@@ -49,6 +52,18 @@ TEST_F(CheckUsageTest, refusesWrongUsageWithAReasonAndHelps) {
         {{check, "--ignore", "a", "--explain", "b"},
          "Only one of --show-request, --explain, --ignore and --unignore can be done at a time."},
         {{check, "--json", "--show-request"}, "--json goes with a check, and with nothing in place of one."},
+        {{check, "--inventory", "x", "--root", "y"}, noFolders},
+        {{check, "--inventory", "x", "--system-root", "/"}, noFolders},
+        {{check, "--inventory", "x", "--explain", "y"},
+         "--explain, --ignore and --unignore are about this Mac, and do not go with --inventory."},
+        {{check, "--inventory", "x", "--json", "--json-lines"},
+         "Only one of --json and --json-lines can be printed at a time."},
+        {{check, "--inventory", "x", "--show-request", "--json-lines"},
+         "--json-lines goes with a check, and with nothing in place of one."},
+        {{check, "--unignore", "x", "--prometheus", "y"},
+         "--prometheus goes with a check, and with nothing in place of one."},
+        {{check, "--json-lines"}, "--json-lines needs an --inventory."},
+        {{check, "--host", "x"}, "--host needs an --inventory."},
         {{statusItem, "--actoin", "about"}, "There is no option --actoin. Did you mean --action?"},
         {{statusItem, "--action", "dance"}, "There is no action dance; --help lists them."},
         {{statusItem, "--catalog", "ftp://x"}, "--catalog: ftp://x is no https or http address."},
@@ -73,47 +88,67 @@ TEST_F(CheckUsageTest, refusesWrongUsageWithAReasonAndHelps) {
     }
 }
 
-TEST_F(CheckUsageTest, showsTheDemonstrationAsItsTableAndTheReadmeSay) {
+TEST_F(CheckUsageTest, showsTheDemonstrationsAsTheirTablesAndTheReadmeSay) {
     server.emplace(std::vector<std::string>{catalog, "--data", SOURCE_ROOT "/demo/catalog.json"});
     const auto url = server->readLine();
-    const auto demonstrate = [&](const std::string& option) {
-        return Process({"/usr/bin/env", "-C", SOURCE_ROOT, check, "--system-root", "demo/system",
-                        "--data-dir", (folder.path / "data").string(), "--catalog", url, option})
-            .finish();
+    const auto demonstrate = [&](std::vector<std::string> options) {
+        options.insert(options.begin(), {"/usr/bin/env", "-C", SOURCE_ROOT, check, "--data-dir",
+                                         (folder.path / "data").string(), "--catalog", url});
+        return Process(std::move(options)).finish().output;
     };
-    const auto table = demonstrate("--all");
-    EXPECT_TRUE(
-        TemporaryFolder::contentOf(SOURCE_ROOT "/README.md").contains("```\n" + table.output + "```\n"))
-        << table.output;
-    const auto report = document(demonstrate("--json"));
-    EXPECT_EQ(report.at("os_version"), "14.5.0");
-    EXPECT_EQ(report.at("os_version_source"), "system");
-    std::map<std::string, std::string> outcomes;
-    for (const char* list : {"updates", "skipped", "issues"}) {
-        for (const auto& app : report.at(list)) {
-            const bool isUpdate = app.contains("available_version");
-            const auto path = fs::path(app.at("path")).lexically_relative(SOURCE_ROOT "/demo/system");
-            outcomes[path] = (isUpdate                        ? "update to "
-                              : list == std::string("issues") ? "issue: "
-                                                              : "") +
-                             app.at(isUpdate ? "available_version" : "reason").get<std::string>();
-        }
+    const std::vector<std::string> mac{"--system-root", "demo/system"},
+        fleet{"--inventory", "demo/inventories"};
+    const auto with = [](std::vector<std::string> options, const std::string& more) {
+        options.push_back(more);
+        return options;
+    };
+    const auto readme = TemporaryFolder::contentOf(SOURCE_ROOT "/README.md");
+    for (const auto& options : {with(mac, "--all"), fleet}) {
+        const auto table = demonstrate(options);
+        EXPECT_TRUE(readme.contains("```\n" + table + "```\n")) << table;
     }
 
-    // Each row of the table reads "| `path` | kind | purpose | outcome |".
-    const std::regex row(R"(^\| `([^`]+)` \|.*\| `?(.+?)`? \|$)");
-    std::istringstream rowsOfTable(TemporaryFolder::contentOf(SOURCE_ROOT "/demo/README.md"));
-    std::size_t rows = 0;
-    std::smatch match;
-    for (std::string line; std::getline(rowsOfTable, line);) {
-        if (!std::regex_match(line, match, row)) continue;
-        const auto found = outcomes.find(match[1]);
-        const bool absent = match[2] == "not found" || match[2] == "left out";
-        EXPECT_EQ(found == outcomes.end() ? "absent" : found->second, absent ? "absent" : match[2].str())
-            << match[1];
-        ++rows;
+    std::map<std::string, std::string> outcomes;
+    const auto note = [&](const json& host, const auto& keyOf) {
+        for (const char* list : {"updates", "skipped", "issues"}) {
+            for (const auto& app : host.at(list)) {
+                outcomes[keyOf(app)] =
+                    (list == std::string("issues") ? "issue: " : "") +
+                    (app.contains("reason") ? app.at("reason").get<std::string>()
+                                            : "update to " + app.at("available_version").get<std::string>());
+            }
+        }
+    };
+    const auto report = document(demonstrate(with(mac, "--json")));
+    EXPECT_EQ(report.at("os_version").get<std::string>() + " of " +
+                  report.at("os_version_source").get<std::string>(),
+              "14.5.0 of system");
+    note(report, [](const json& app) {
+        return fs::path(app.at("path")).lexically_relative(SOURCE_ROOT "/demo/system").string();
+    });
+    const auto reportOfFleet = fleetDocument(demonstrate(with(fleet, "--json")));
+    for (const auto& host : reportOfFleet.at("hosts")) {
+        note(host, [&](const json& app) {
+            return host.at("host").get<std::string>() + " " + app.at("name").get<std::string>() +
+                   (app.at("path").get<std::string>().starts_with("/Users/") ? ", of a user" : "");
+        });
     }
-    EXPECT_GT(rows, 35U);
+
+    // Each row reads "| `path` | kind | purpose | outcome |" or "| host | application | purpose | outcome |".
+    const std::regex row(R"(^\| (?:`([^`]+)`|([a-z]+-[a-z0-9.]+) \| ([^|]+)) \|.*\| `?(.+?)`? \|$)");
+    const std::set<std::string> absences{"not found", "left out", "outside"};
+    std::istringstream lines(TemporaryFolder::contentOf(SOURCE_ROOT "/demo/README.md"));
+    std::size_t found = 0;
+    std::smatch match;
+    for (std::string line; std::getline(lines, line);) {
+        if (!std::regex_match(line, match, row)) continue;
+        const auto key = match[1].matched ? match[1].str() : match[2].str() + " " + match[3].str();
+        const bool isAbsent = absences.contains(match[4]);
+        EXPECT_EQ(outcomes.contains(key) ? outcomes[key] : "absent", isAbsent ? "absent" : match[4].str())
+            << key;
+        found += isAbsent ? 0 : 1;
+    }
+    EXPECT_EQ(found, outcomes.size()) << "each application is described";
 }
 
 }  // namespace

@@ -1,17 +1,21 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <chrono>
 #include <csignal>
 #include <fcntl.h>
-#include <future>
+#include <poll.h>
 #include <pty.h>
 #include <spawn.h>
 #include <stdexcept>
 #include <string>
-#include <string_view>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
+
+#include "platform/FileDescriptor.h"
 
 extern char** environ;
 
@@ -73,24 +77,38 @@ public:
         std::string output, errors;
     };
 
-    /// Gathers both streams to their ends, then the exit status.
+    /// Gathers both streams to their ends, and the exit status. Throws, with what came, when that takes
+    /// longer than any program may: something that the program started may still hold its streams.
     Result finish() {
-        auto errors = std::async(std::launch::async, readAll, err);
-        Result result{0, readAll(out), errors.get()};
+        using Clock = std::chrono::steady_clock;
+        std::array<std::string, 2> texts;
+        const FileDescriptor process(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
+        std::array<pollfd, 3> ends{{{out, POLLIN, 0}, {err, POLLIN, 0}, {process.get(), POLLIN, 0}}};
+        const auto deadline = Clock::now() + std::chrono::seconds(60);
+        while (std::ranges::any_of(ends, [](const pollfd& end) { return end.fd >= 0; })) {
+            const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+            if (poll(ends.data(), ends.size(), static_cast<int>(std::max<long>(left, 0))) == 0) {
+                kill(pid, SIGKILL);
+                throw std::runtime_error((ends[2].fd < 0 ? "its streams do not end: " : "it does not end: ") +
+                                         texts[0] + texts[1]);
+            }
+            for (std::size_t index = 0; index < ends.size(); ++index) {
+                if (ends[index].revents != 0 && (index == 2 || !readSome(ends[index].fd, texts[index])))
+                    ends[index].fd = -1;
+            }
+        }
         int status = 0;
         waitpid(pid, &status, 0);
         pid = 0;
-        result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-        return result;
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), texts[0], texts[1]};
     }
 
 private:
-    static std::string readAll(int stream) {
-        std::string text;
+    static bool readSome(int stream, std::string& text) {
         std::array<char, 4096> buffer{};
-        for (ssize_t count; (count = read(stream, buffer.data(), buffer.size())) > 0;)
-            text.append(buffer.data(), static_cast<std::size_t>(count));
-        return text;
+        const ssize_t count = read(stream, buffer.data(), buffer.size());
+        if (count > 0) text.append(buffer.data(), static_cast<std::size_t>(count));
+        return count > 0;
     }
 
     pid_t pid = 0;

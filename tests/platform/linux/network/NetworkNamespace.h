@@ -27,9 +27,9 @@ public:
     /// Why there is no network; empty when there is.
     const std::string& reasonToSkip() const { return reason; }
 
-    /// Runs commands of ip(8), one a line, with `options` such as -6 for all.
-    static void ip(const std::string& commands, const std::string& options = "") {
-        FILE* const pipe = popen(programPath("ip " + options + " -batch -").c_str(), "w");
+    /// Runs commands of ip(8), one a line.
+    static void ip(const std::string& commands) {
+        FILE* const pipe = popen(programPath("ip -batch -").c_str(), "w");
         ASSERT_NE(pipe, nullptr);
         std::fwrite(commands.data(), 1, commands.size(), pipe);
         EXPECT_EQ(pclose(pipe), 0) << "ip refused: " << commands.substr(0, 400);

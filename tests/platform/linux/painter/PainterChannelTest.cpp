@@ -20,8 +20,7 @@ TEST_F(PainterChannelTest, sendsWhatChangesOnceItIsShownAndHearsOfWhatIsThere) {
           say(AlertDismissed{77}) + say(WindowClosed{77, 1, {}}) + say(TrayIconMissing{77}) + chosen(1) +
           press + await("closeWindow") + press + say(ButtonPressed{2, "Reset"}) + await("end")});
     auto window = makeLog();
-    const auto other = channel->makeWindow({}, delegate);
-    const auto unheard = channel->makeWindow({}, std::weak_ptr<WindowDelegate>());
+    const auto other = makeLog(), unheard = channel->makeWindow({}, std::weak_ptr<WindowDelegate>());
     window->setText("second");
     window->reloadTable();
     runWhatIsReady(queue);
@@ -39,23 +38,29 @@ TEST_F(PainterChannelTest, sendsWhatChangesOnceItIsShownAndHearsOfWhatIsThere) {
     EXPECT_EQ(delegate->pressed, (Lines{"Refresh", "Reset"}));
 }
 
-TEST_F(PainterChannelTest, replacesAPainterThatDiesAndShowsEverythingAgain) {
+TEST_F(PainterChannelTest, replacesAPainterThatDiesAndShowsEverythingAgainUntilItIsGoneItself) {
     open({hello + await("popUpMenu"), hello + await("showTrayIcon") + chosen(1) + await("end")});
     const auto window = makeLog(), hidden = makeLog();
-    const auto item = channel->makeTrayItem(nullptr);
     const auto target = std::make_shared<CountingTarget>();
+    FakeIcons icons;
+    const auto item = channel->makeTrayItem(&icons);
     item->setMenu(menuOf({actionItem("About", target)}));
     window->show();
     window->setText("second");
-    channel->runAlert("message", "", [] {});
+    channel->runAlert("message", "", [] { FAIL() << "nobody dismissed it"; });
     channel->setText("copied");
-    item->show([] { FAIL(); });
+    item->show([] { FAIL() << "there is a tray"; });
     channel->popUpMenu();
     waitFor([&] { return target->count > 0; });
     EXPECT_EQ(received(),
               "hello showWindow setText runAlert setPasteboard showTrayIcon popUpMenu "
               "hello showWindow runAlert setPasteboard showTrayIcon ");
     EXPECT_EQ(countOf("second"), 2) << "the text set last is what comes back";
+    channel.reset();
+    window->show();
+    window->setText("third");
+    icons.come({{"/A.app", {}}});
+    item->show([] {});
 }
 
 TEST_F(PainterChannelTest, anAlertThatIsShownAlreadyComesToTheFront) {
@@ -193,25 +198,6 @@ TEST_F(PainterChannelTest, whatCannotBeShownIsOverLater) {
     without.runAlert("message", "", [&] { ++dismissals; });
     EXPECT_EQ(dismissals, 1);
     waitFor([&] { return dismissals == 2; });
-}
-
-TEST_F(PainterChannelTest, whatItMadeOutlivesItWithoutHarm) {
-    open({hello + await("end")});
-    const auto window = makeLog();
-    FakeIcons icons;
-    const auto item = channel->makeTrayItem(&icons);
-    item->setMenu(menuOf({actionItem("About")}));
-    window->show();
-    item->show([] { FAIL() << "its owner is gone"; });
-    channel->runAlert("message", "", [] { FAIL() << "its owner is gone"; });
-    channel.reset();
-    window->show();
-    window->setText("second");
-    window->reloadTable();
-    icons.come({{"/A.app", {}}});
-    item->show([] {});
-    item->hide();
-    waitForNoChild();
 }
 
 TEST_F(PainterChannelTest, theTrayItemFollowsWhatIsSetUntilItIsHidden) {

@@ -102,17 +102,9 @@ std::size_t ScriptedServer::connections() const {
     return accepted;
 }
 
-bool ScriptedServer::waitFor(const std::function<bool()>& condition) {
-    std::unique_lock lock(mutex);
-    return changed.wait_for(lock, timeout, condition);
-}
-
 bool ScriptedServer::waitForRequests(std::size_t count) {
-    return waitFor([&] { return received.size() >= count; });
-}
-
-bool ScriptedServer::waitForEnded(std::size_t count) {
-    return waitFor([&] { return ended >= count; });
+    std::unique_lock lock(mutex);
+    return changed.wait_for(lock, timeout, [&] { return received.size() >= count; });
 }
 
 void ScriptedServer::serve() {
@@ -139,8 +131,6 @@ void ScriptedServer::serve() {
         const std::lock_guard lock(mutex);
         openSocket = -1;
         BIO_free_all(connection);
-        ++ended;
-        changed.notify_all();
     }
 }
 
@@ -175,11 +165,6 @@ bool ScriptedServer::play(BIO* connection) {
         BIO_write(connection, reply.pieces[index].data(), static_cast<int>(reply.pieces[index].size()));
     }
     if (reply.then == Then::stall) waitForEnd(connection);
-    if (reply.then == Then::reset) {
-        const linger now{.l_onoff = 1, .l_linger = 0};
-        setsockopt(static_cast<int>(BIO_get_fd(connection, nullptr)), SOL_SOCKET, SO_LINGER, &now,
-                   sizeof now);
-    }
     return reply.then == Then::keepOpen;
 }
 

@@ -3,7 +3,6 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -32,7 +31,6 @@ public:
     enum class Then {
         keepOpen,  ///< waits for the next request
         close,     ///< ends it in order
-        reset,     ///< ends it with a TCP reset
         stall,     ///< says nothing more until the client goes
     };
 
@@ -76,13 +74,10 @@ public:
     std::vector<std::string> requests() const;
     std::size_t connections() const;
 
-    /// Block until so many requests came, or connections ended; false when that takes longer than any test
-    /// may.
+    /// Blocks until so many requests came; false when that takes longer than any test may.
     bool waitForRequests(std::size_t count);
-    bool waitForEnded(std::size_t count);
 
 private:
-    bool waitFor(const std::function<bool()>& condition);
     void serve();
     void converse(BIO* connection);
     /// Plays the reply that is next; false when the connection is over.
@@ -98,7 +93,6 @@ private:
     std::size_t played = 0;
     std::vector<std::string> received;
     std::size_t accepted = 0;
-    std::size_t ended = 0;
     int openSocket = -1;
     bool isStopping = false;
     std::thread thread;

@@ -53,19 +53,15 @@ TEST(PainterMessages, refusesAsAWholeWhatDoesNotFit) {
     const Change rows[] = {
         {window, "showWindow", "show"},
         {window, "\"token\"]]", "\"token\",1]]"},
-        {window, "\"token\"]]", "\"token\"],1]"},
         {window, "[1,2,", "[-1,2,"},
         {window, "\"Title\"", "1"},
-        {window, "\"Title\"", "\"\xff\""},
         {window, "600.0", "true"},
         {window, "600.0", "32000", true},
         {window, "600.0", "32000.5"},
         {window, "boldSystem", "italic"},
-        {window, "\"label\"", "\"web\""},
         {window, "-8.0,8.0,80.0,24.0", "-8.0,8.0,0,0", true},
         {window, "-8.0,8.0,80.0,24.0", "-8.0,8.0,-1,24.0"},
         {window, "-8.0,8.0,80.0,24.0", "-8.0,8.0,80.0,-1"},
-        {window, "[\"a\",\"b\"]", "[1]"},
         {window, "[-5,7,600,400]", "null", true},
         {window, "[-5,7,600,400]", "[-5,7,600,400.5]"},
         {tray, "895000ff", "895000f"},
@@ -74,10 +70,8 @@ TEST(PainterMessages, refusesAsAWholeWhatDoesNotFit) {
         {tray, bitmap, R"([-1,-2,"010203ff00000909"])"},
         {tray, bitmap, R"([0,513,""])"},
         {tray, bitmap, R"([512,0,""])", true},
-        {closed, "[\"windowClosed\",[1,2,[10,20,600,400]]]", "null"},
-        {closed, "[\"windowClosed\",[1,2,[10,20,600,400]]]", "{}"},
+        {closed, "[\"windowClosed\",[1,2,[10,20,600,400]]]", R"({"a":1,"b":2})"},
         {closed, ",[1,2,[10,20,600,400]]", ""},
-        {closed, "[\"win", "\"win"},
     };
     for (const auto& [sample, from, to, isAccepted] : rows) {
         std::string line = samples.at(sample);

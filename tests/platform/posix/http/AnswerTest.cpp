@@ -24,19 +24,15 @@ TEST(Answer, isWholeOrAnErrorThatNamesTheHost) {
     const std::string lost =
         "connectionLost: The connection to HOST was lost before the answer was complete.";
     const std::string notHttp = "badServerResponse: HOST sent an answer that is not HTTP/1.";
-    const std::string damaged = "200 badServerResponse: HOST sent a compressed answer that cannot be read.";
     const struct {
         const char* name;
         std::string answer, expected;
     } rows[] = {
         {"whole", whole("{}"), "200 {}"},
-        {"204", "HTTP/1.1 204 No Content\r\n\r\n", "204 "},
-        {"an error status keeps its body", "HTTP/1.1 404 Not Found\r\nContent-Length: 2\r\n\r\nno", "404 no"},
-        // A redirect is an answer like any other.
-        {"a redirect that keeps the method, to another host",
+        {"a redirect is an answer like any other",
          "HTTP/1.1 307 Temporary Redirect\r\nLocation: http://localhost/\r\n"
-         "Content-Length: 0\r\n\r\n",
-         "307 "},
+         "Content-Length: 2\r\n\r\nno",
+         "307 no"},
         {"interim answers are passed over",
          "HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 103 Hints\r\nA: b\r\n\r\n" + ok +
              "Content-Length: 2\r\n\r\n{}",
@@ -44,16 +40,12 @@ TEST(Answer, isWholeOrAnErrorThatNamesTheHost) {
         {"chunked, with a trailer", chunked + "2\r\n{}\r\n0\r\nHTTP/1.1 404: x\r\n\r\n", "200 {}"},
         {"gzip", coded("gzip", zip), "200 {\"a\":1}"},
         {"nothing at all", "", lost},
-        {"half a status line", "HTTP/1.1 2", lost},
         {"half a head", ok + "Content-Le", lost},
         {"an interim answer alone", "HTTP/1.1 100 Continue\r\n\r\n", lost},
         {"half a body", ok + "Content-Length: 9\r\n\r\n{}", "200 " + lost},
         {"chunks without their end", chunked + "2\r\n{}\r\n", "200 " + lost},
-        {"a chunk whose size is no number", chunked + "zz\r\n{}\r\n0\r\n\r\n", "200 " + lost},
-        // The body is whole as HTTP has it; its reader finds the JSON cut.
-        {"one byte less of gzip", coded("gzip", zip.substr(0, zip.size() - 1)), "200 {\"a\":1}"},
-        {"damaged gzip", coded("gzip", "not gzip at all"), damaged},
-        {"a coding that nobody knows", coded("rot13", "x"), damaged},
+        {"damaged gzip", coded("gzip", "not gzip at all"),
+         "200 badServerResponse: HOST sent a compressed answer that cannot be read."},
         {"HTTP/0.9", "<html>hello</html>", notHttp},
         {"a head without end", ok + repeated(9000, "Header: with a value of some length\r\n"),
          "badServerResponse: HOST sent headers without end."},

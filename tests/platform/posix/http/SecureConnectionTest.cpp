@@ -17,7 +17,6 @@ TEST(SecureConnection, isMadeOnlyWithACertificateThatHolds) {
         {"of an unknown issuer",
          {.certificate = "unknown"},
          "unable to get local issuer certificate (issued by Strange Authority)"},
-        {"self-signed", {.certificate = "itself"}, "self-signed certificate (issued by itself)"},
         {"over TLS 1.1",
          {.certificate = "good", .isOutdated = true},
          "the server offers no TLS 1.2 or later"},

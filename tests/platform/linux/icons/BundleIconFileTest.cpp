@@ -1,6 +1,7 @@
+#include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include "platform/linux/icons/BundleIconFile.h"
 #include "platform/linux/icons/IconMessages.h"
@@ -11,102 +12,81 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class BundleIconFileTest : public testing::Test {
-protected:
-    /// Replaces what the bundle says of its icon.
-    void writeInfo(const std::string& entry) {
-        folder.write("A.app/Contents/Info.plist",
-                     "<plist version=\"1.0\"><dict>" + entry + "</dict></plist>");
-    }
-    void name(const std::string& text) {
-        writeInfo("<key>CFBundleIconFile</key><string>" + text + "</string>");
-    }
+/// What the file holds that is opened for the bundle; "none" when none is.
+std::string opened(const fs::path& bundle) {
+    const auto file = openIconFile({bundle});
+    return file ? TemporaryFolder::contentOf("/proc/self/fd/" + std::to_string(file.get())) : "none";
+}
 
-    /// What the file holds that is opened for the bundle; "none" when none is.
-    std::string opened() const {
-        const auto file = openIconFile({bundle});
-        return file ? TemporaryFolder::contentOf("/proc/self/fd/" + std::to_string(file.get())) : "none";
-    }
-
-    TemporaryFolder folder;
+TEST(BundleIconFile, isTheOneThatThePropertyListNames) {
+    const TemporaryFolder folder;
     const fs::path bundle = folder.path / "A.app", resources = bundle / "Contents/Resources";
-};
-
-TEST_F(BundleIconFileTest, opensTheFileThatThePropertyListNames) {
-    for (const std::string file : {"App.icns", "Bare", "Both", "Both.icns", "UP.ICNS", "..icns"})
-        folder.write("A.app/Contents/Resources/" + file, file);
-    folder.write("A.app/Contents/Resources/sub/Deep.icns", "deep");
-    folder.write("A.app/Contents/Beside.icns", "beside");
+    for (const std::string file : {"App.icns", "Bare", "Both", "Both.icns", "UP.ICNS"})
+        folder.write(resources / file, file);
+    folder.write(resources / "sub/Deep.icns", "deep");
+    const auto text = [](const std::string& name) { return "<string>" + name + "</string>"; };
     const std::pair<std::string, std::string> rows[] = {
-        {"App.icns", "App.icns"},
-        {"App", "App.icns"},
-        {"Bare", "Bare"},
-        {"Both", "Both.icns"},
-        {"UP.ICNS", "UP.ICNS"},
-        {".", "..icns"},
-        {"", "none"},
-        {"..", "none"},
-        {".icns", "none"},
-        {"Missing", "none"},
-        {"sub/Deep", "none"},
-        {"../Beside", "none"},
-        {(resources / "App.icns").string(), "none"},
-        {std::string(251, 'x'), "none"},
+        {text("App.icns"), "App.icns"},
+        {text("App"), "App.icns"},
+        {text("Bare"), "Bare"},
+        {text("Both"), "Both.icns"},
+        {text("UP.ICNS"), "UP.ICNS"},
+        {text(""), "none"},
+        {text(".."), "none"},
+        {text("Missing"), "none"},
+        {text("sub/Deep"), "none"},
+        {text((resources / "App.icns").string()), "none"},
+        {text(std::string(251, 'x')), "none"},
+        {"<array><string>App</string></array>", "none"},
     };
-    for (const auto& [text, expected] : rows) {
-        name(text);
-        EXPECT_EQ(opened(), expected) << text;
+    for (const auto& [name, expected] : rows) {
+        folder.write(bundle / "Contents/Info.plist",
+                     "<plist><dict><key>CFBundleIconFile</key>" + name + "</dict></plist>");
+        EXPECT_EQ(opened(bundle), expected) << name;
     }
-    writeInfo("<key>CFBundleIconFile</key><array><string>App</string></array>");
-    EXPECT_EQ(opened(), "none");
-    fs::rename(bundle, folder.path / "B.app");
-    EXPECT_EQ(opened(), "none") << "without a bundle";
-    fs::create_symlink("B.app", bundle);
-    name("App");
-    EXPECT_EQ(opened(), "App.icns") << "a bundle may itself be a link";
+    EXPECT_EQ(opened(folder.path / "B.app"), "none") << "without a bundle";
 }
 
-TEST_F(BundleIconFileTest, followsNoLinkThatLeadsOutOfTheBundle) {
-    name("Icon");
-    folder.write("outside/Icon.icns", "outside");
-    folder.write("A.app/Contents/Art/Icon.icns", "inside");
-    struct Row {
-        fs::path link, target;
-        const char* expected;
+/// Each thing that stands in the place of the file named Icon, or on the way there.
+TEST(BundleIconFile, isARegularFileOfAPossibleSizeInsideTheBundle) {
+    const TemporaryFolder folder;
+    const fs::path bundle = folder.path / "A.app", resources = bundle / "Contents/Resources";
+    const fs::path icon = resources / "Icon";
+    folder.write("outside/Icon", "outside");
+    folder.write(bundle / "Contents/Art/Icon", "inside");
+    folder.write(bundle / "Contents/Info.plist",
+                 "<plist><dict><key>CFBundleIconFile</key><string>Icon</string></dict></plist>");
+    const auto link = [&](const fs::path& target) { return [=] { fs::create_symlink(target, icon); }; };
+    const auto ofSize = [&](std::size_t size) {
+        return [=] { fs::resize_file((std::ofstream(icon), icon), size); };
     };
-    const Row rows[] = {
-        {"Contents/Resources/Icon.icns", "../Art/Icon.icns", "inside"},
-        {"Contents/Resources", "Art", "inside"},
-        {"Contents/Resources/Icon.icns", folder.path / "outside/Icon.icns", "none"},
-        {"Contents/Resources/Icon.icns", bundle / "Contents/Art/Icon.icns", "none"},
-        {"Contents/Resources/Icon.icns", "../../../outside/Icon.icns", "none"},
-        {"Contents/Resources/Icon.icns", "../../../A.app/Contents/Art/Icon.icns", "none"},
-        {"Contents/Resources/Icon.icns", "/proc/self/fd/0", "none"},
-        {"Contents/Resources", "../../outside", "none"},
+    const struct {
+        const char* name;
+        std::function<void()> place;
+        bool isOpened = false;
+    } rows[] = {
+        {"a link inside", link("../Art/Icon"), true},
+        {"its folder is a link inside", [&] { fs::remove(resources), fs::create_symlink("Art", resources); },
+         true},
+        {"a whole path", link(folder.path / "outside/Icon")},
+        {"a whole path inside", link(bundle / "Contents/Art/Icon")},
+        {"a link outside", link("../../../outside/Icon")},
+        {"a link outside and in again", link("../../../A.app/Contents/Art/Icon")},
+        {"a link of the kernel", link("/proc/self/fd/0")},
+        {"its folder is outside",
+         [&] { fs::remove(resources), fs::create_symlink("../../outside", resources); }},
+        {"a folder", [&] { fs::create_directory(icon); }},
+        {"a FIFO", [&] { mkfifo(icon.c_str(), 0600); }},
+        {"an empty file", ofSize(0)},
+        {"the largest there may be", ofSize(icons::maxFileSize), true},
+        {"larger than any icon", ofSize(icons::maxFileSize + 1)},
     };
-    for (const auto& [link, target, expected] : rows) {
+    for (const auto& [name, place, isOpened] : rows) {
         fs::remove_all(resources);
-        fs::create_directories((bundle / link).parent_path());
-        fs::create_symlink(target, bundle / link);
-        EXPECT_EQ(opened(), expected) << link << " -> " << target;
+        fs::create_directory(resources);
+        place();
+        EXPECT_EQ(opened(bundle) != "none", isOpened) << name;
     }
-}
-
-TEST_F(BundleIconFileTest, opensNothingButARegularFileOfAPossibleSize) {
-    name("Icon.icns");
-    const fs::path icon = resources / "Icon.icns";
-    fs::create_directories(icon);
-    EXPECT_EQ(opened(), "none") << "a folder";
-    fs::remove(icon);
-    ASSERT_EQ(mkfifo(icon.c_str(), 0600), 0);
-    EXPECT_EQ(opened(), "none") << "a FIFO";
-    fs::remove(icon);
-    folder.write("A.app/Contents/Resources/Icon.icns", "");
-    EXPECT_EQ(opened(), "none") << "an empty file";
-    ASSERT_EQ(truncate(icon.c_str(), icons::maxFileSize), 0);
-    EXPECT_NE(opened(), "none") << "the largest there may be";
-    ASSERT_EQ(truncate(icon.c_str(), icons::maxFileSize + 1), 0);
-    EXPECT_EQ(opened(), "none") << "larger than any icon";
 }
 
 }  // namespace

@@ -79,14 +79,15 @@ void BundleIcons::decodeNext() {
         decoder.reset();
         return announce();
     }
-    if (crashes >= limits.maxCrashes) return giveUp();
+    // Here and below, what is listed later is tried again.
+    if (crashes >= limits.maxCrashes) return waiting.clear();
     const auto bundle = waiting.front();
     const auto file = crashing.contains(bundle) ? FileDescriptor() : openIconFile({bundle});
     if (!file) {
         waiting.pop_front();
         return decodeNextLater();
     }
-    if (!decoder && !start()) return giveUp();
+    if (!decoder && !start()) return waiting.clear();
     // When the decoder has ended meanwhile, `ended` is on its way, and another one takes over.
     if (!decoder->sendFile(file.get())) return;
     if (isReady) decoder->expectMessage(limits.pictureTimeout);
@@ -143,14 +144,8 @@ void BundleIcons::ended(const std::string& reason) {
     const auto bundle = std::exchange(current, std::nullopt);
     std::cerr << "quorvel: The decoder of icons is gone" << (bundle ? " over " + onOneLine(*bundle) : "")
               << ". " << reason << '\n';
-    if (!isReady) return giveUp();
+    if (!isReady) return waiting.clear();
     if (bundle) crashing.insert(*bundle);
-    decodeNext();
-}
-
-/// What is listed later is tried again.
-void BundleIcons::giveUp() {
-    waiting.clear();
     decodeNext();
 }
 

@@ -54,7 +54,6 @@ private:
     void received(const std::string& message);
     void decoded(const std::optional<icons::Pixels>& pixels);
     void ended(const std::string& reason);
-    void giveUp();
     void announce();
 
     EventQueue& queue;

@@ -6,7 +6,6 @@
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "icons/Sandbox.h"
@@ -52,13 +51,6 @@ const Deed deeds[] = {
     {"write a file", true, [] { return open("/dev/null", O_WRONLY) >= 0; }},
     {"run a program", true, [] { return execl("/bin/true", "true", nullptr) == 0; }},
     {"use the network", false, [] { return socket(AF_INET, SOCK_DGRAM, 0) >= 0; }},
-    {"signal another", false, [] { return kill(getppid(), 0) == 0; }},
-    {"start a process", false,
-     [] {
-         const pid_t child = fork();
-         if (child == 0) _exit(0);
-         return child > 0 && waitpid(child, nullptr, 0) == child;
-     }},
     {"make code", false, [] { return mprotect(pages(4096), 4096, PROT_READ | PROT_EXEC) == 0; }},
     {"write to a terminal", false, [] { return write(STDOUT_FILENO, "", 0) == 0; }},
 };

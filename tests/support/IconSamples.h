@@ -34,19 +34,12 @@ inline std::string pngOf(int side, const Colour& colour) {
     return {file.begin(), file.end()};
 }
 
-/// The values of `count` pixels' part, all the same, in runs.
+/// The values of `count` pixels' part, all the same, in runs, of which each has three at least.
 inline std::string packedRuns(int count, std::uint8_t value) {
-    constexpr int longestRun = 130;
     std::string runs;
-    for (int rest = count; rest > 0; rest -= longestRun) {
-        // A run has three at least; what is left over goes unpacked.
-        if (const int length = std::min(rest, longestRun); length >= 3) {
-            runs += static_cast<char>(125 + length);
-            runs += static_cast<char>(value);
-        } else {
-            runs += static_cast<char>(length - 1) +
-                    std::string(static_cast<std::size_t>(length), static_cast<char>(value));
-        }
+    for (int rest = count, length = 0; rest > 0; rest -= length) {
+        length = std::min(rest, 130);
+        runs += {static_cast<char>(125 + length), static_cast<char>(value)};
     }
     return runs;
 }

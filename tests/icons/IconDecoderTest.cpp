@@ -56,7 +56,8 @@ TEST(IconDecoderTest, givesThePictureThatSuitsBest) {
         {"the 64th part", many + small, green},
         {"the 65th part", many + many.substr(0, 12) + small, none},
         {"larger than any icon", png("ic10", 1025, red), none},
-        {"packed pixels that end too soon", small.substr(0, 40), none},
+        {"a part that ends too soon", small.substr(0, 40), none},
+        {"packed pixels that end too soon", iconChunk("il32", small.substr(8, 40)), none},
         {"nothing", "", none},
     };
     for (const auto& [name, parts, expected] : rows)

@@ -69,6 +69,7 @@ TEST(PaintedMenuTest, drawsATitleOfTwoLinesOneBelowTheOther) {
         return std::pair{picture.copy(0, 0, place.width(), half), picture.copy(0, half, place.width(), half)};
     };
     const auto both = draw("HHHHHHHH\nHHHH"), first = draw("HHHHHHHH\n "), second = draw(" \nHHHH");
+    EXPECT_GT(both.first.height() * 2, draw("H").first.height() * 3) << "the second line has its room";
     EXPECT_EQ(both.first, first.first);
     EXPECT_EQ(both.second.copy(0, 0, 30, 9), second.second.copy(0, 0, 30, 9));
     EXPECT_NE(first.first, first.second);

@@ -39,8 +39,6 @@ public:
     void setHost(bool isThere);
     /// From now on it is a watcher that answers nothing.
     void forgetObjects() { watcherSlot.reset(); }
-    /// The watcher gives up its name when it is next asked for a host, and answers then.
-    bool leavesWhenAsked = false;
 
     /// The name that each registration gave, in order.
     std::vector<std::string> registrations;

@@ -12,7 +12,8 @@ namespace quorvel {
 class StatusItem {
 public:
     virtual ~StatusItem() = default;
-    virtual void setImage(const Image& image) = 0;
+    /// Never null. Shared, since a picture in all its sizes is larger than what is said of it.
+    virtual void setImage(std::shared_ptr<const Image> image) = 0;
     virtual void setToolTip(const std::string& text) = 0;
     /// Shown when the user opens the item; replaces the menu before it as a whole.
     virtual void setMenu(std::shared_ptr<const Menu> menu) = 0;

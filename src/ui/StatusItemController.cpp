@@ -1,5 +1,7 @@
 #include "ui/StatusItemController.h"
 
+#include <utility>
+
 namespace quorvel {
 
 namespace {
@@ -20,11 +22,13 @@ StatusItemController::StatusItemController(StatusBar& statusBar, const ImageCata
 }
 
 void StatusItemController::updateIcon(bool colorIcon) {
-    idleImage = baseImage(catalog);
-    idleImage.size = iconPoints;
-    idleImage.isTemplate = !colorIcon;
+    auto image = baseImage(catalog);
+    image.size = iconPoints;
+    image.isTemplate = !colorIcon;
+    idleImage = std::make_shared<Image>(std::move(image));
     // A picture that cannot be inverted stands for both: a running check is then not visible on the icon.
-    fetchingImage = invertedImage(idleImage).value_or(idleImage);
+    auto inverted = invertedImage(*idleImage);
+    fetchingImage = inverted ? std::make_shared<Image>(*std::move(inverted)) : idleImage;
     showImage();
 }
 

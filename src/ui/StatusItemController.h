@@ -27,8 +27,8 @@ private:
     void showImage();
 
     const ImageCatalog& catalog;
-    Image idleImage;
-    Image fetchingImage;
+    std::shared_ptr<const Image> idleImage;
+    std::shared_ptr<const Image> fetchingImage;
     bool isFetching = false;
 };
 

@@ -27,7 +27,7 @@ private:
     class Item final : public StatusItem {
     public:
         explicit Item(FakeStatusBar& bar) : bar(bar) {}
-        void setImage(const Image& picture) override { bar.image = picture; }
+        void setImage(std::shared_ptr<const Image> picture) override { bar.image = *picture; }
         void setToolTip(const std::string& text) override { bar.toolTip = text; }
         void setMenu(std::shared_ptr<const Menu> newMenu) override {
             bar.menu = std::move(newMenu);

@@ -21,9 +21,9 @@ public:
     CocoaStatusItem(const CocoaStatusItem&) = delete;
     CocoaStatusItem& operator=(const CocoaStatusItem&) = delete;
 
-    void setImage(const Image& image) override {
+    void setImage(std::shared_ptr<const Image> image) override {
         const Pool pool;
-        [[item.get() button] setImage:cocoaImage(image)];
+        [[item.get() button] setImage:cocoaImage(*image)];
     }
     void setToolTip(const std::string& text) override {
         const Pool pool;

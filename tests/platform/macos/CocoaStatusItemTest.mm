@@ -63,7 +63,7 @@ TEST_F(CocoaStatusItem, showsPicturesPixelByPixel) {
         const Image image{.themeName = "", .bitmaps = {small, large}, .size = 24, .isTemplate = isTemplate};
         auto largestFirst = image;
         std::ranges::reverse(largestFirst.bitmaps);
-        item->setImage(largestFirst);
+        item->setImage(std::make_shared<Image>(largestFirst));
         NSImage* const picture = [[shown button] image];
         EXPECT_EQ(imageFrom(picture), image);
         EXPECT_EQ([[[picture representations] objectAtIndex:0] size].width, 24);

@@ -26,8 +26,8 @@ public:
     RemoteTrayItem(const RemoteTrayItem&) = delete;
     RemoteTrayItem& operator=(const RemoteTrayItem&) = delete;
 
-    void setImage(const Image& newImage) override {
-        image = newImage;
+    void setImage(std::shared_ptr<const Image> newImage) override {
+        image = std::move(newImage);
         sendIcon();
     }
     void setToolTip(const std::string& text) override {
@@ -54,7 +54,7 @@ public:
     }
 
     void sendIcon() {
-        if (showing) send(painter::ShowTrayIcon{*showing, image, toolTip, layout.content()});
+        if (showing) send(painter::ShowTrayIcon{*showing, *image, toolTip, layout.content()});
     }
     void sendPopUp() {
         if (popUp) send(painter::PopUpMenu{*popUp, layout.content(), ""});
@@ -93,7 +93,7 @@ private:
     }
 
     const std::weak_ptr<PainterChannel> channel;
-    Image image;
+    std::shared_ptr<const Image> image = std::make_shared<Image>();
     std::string toolTip;
     std::shared_ptr<const Menu> menu;
     /// The menu's items by their numbers, while the menu is in a tray or open.

@@ -123,11 +123,12 @@ void StatusNotifierItem::emit(const char* signal) {
     sd_bus_emit_signal(bus.connection(), path, interfaceName, signal, nullptr);
 }
 
-void StatusNotifierItem::setImage(const Image& newImage) {
-    trayItem->setImage(newImage);
-    if (newImage == image) return;
-    image = newImage;
-    themeName = themeNameFor(image);
+void StatusNotifierItem::setImage(std::shared_ptr<const Image> newImage) {
+    const bool isAsBefore = *newImage == *image;
+    image = std::move(newImage);
+    trayItem->setImage(image);
+    if (isAsBefore) return;
+    themeName = themeNameFor(*image);
     themePath = iconThemeFolder(themeName);
     // A name that is not found is shown as nothing by hosts that do not look at the pixels then.
     if (themePath.empty()) themeName.clear();
@@ -148,8 +149,8 @@ void StatusNotifierItem::setMenu(std::shared_ptr<const Menu> newMenu) {
 
 int StatusNotifierItem::iconPixmap(sd_bus_message* reply) {
     appendContainer(reply, 'a', "(iiay)", [&] {
-        for (const auto& bitmap : image.bitmaps)
-            append(reply, bitmap, image.isTemplate);
+        for (const auto& bitmap : image->bitmaps)
+            append(reply, bitmap, image->isTemplate);
     });
     return 1;
 }

@@ -28,7 +28,7 @@ public:
     StatusNotifierItem(const StatusNotifierItem&) = delete;
     StatusNotifierItem& operator=(const StatusNotifierItem&) = delete;
 
-    void setImage(const Image& newImage) override;
+    void setImage(std::shared_ptr<const Image> newImage) override;
     void setToolTip(const std::string& text) override;
     void setMenu(std::shared_ptr<const Menu> newMenu) override;
 
@@ -43,7 +43,7 @@ private:
     SessionBus& bus;
     DBusMenu menu;
     TokenHandler tokenGiven;
-    Image image;
+    std::shared_ptr<const Image> image = std::make_shared<Image>();
     /// Where hosts find the image, and under which name; both empty when the icon theme has none.
     std::string themePath, themeName;
     std::string toolTipText;

@@ -209,7 +209,8 @@ TEST_F(PainterChannelTest, theTrayItemFollowsWhatIsSetUntilItIsHidden) {
     auto update = actionItem("Update", replaced);
     update.image = BundleIcon{"/A.app"};
     item->setToolTip("first tip");
-    item->setImage({.themeName = "", .bitmaps = {{1, 1, {1, 2, 3, 4}}}, .size = 24});
+    item->setImage(
+        std::make_shared<Image>(Image{.themeName = "", .bitmaps = {{1, 1, {1, 2, 3, 4}}}, .size = 24}));
     item->setMenu(menuOf({update, actionItem("Other")}));
     runWhatIsReady(queue);
     EXPECT_EQ(starts(), 0) << "nobody has asked for a tray";

@@ -15,7 +15,7 @@ namespace quorvel {
 struct FakeTrayItem final : TrayItem {
     explicit FakeTrayItem(FakeQueue* testQueue = nullptr) : queue(testQueue) {}
 
-    void setImage(const Image& newImage) override { image = newImage; }
+    void setImage(std::shared_ptr<const Image> newImage) override { image = *newImage; }
     void setToolTip(const std::string& text) override { toolTip = text; }
     void setMenu(std::shared_ptr<const Menu> newMenu) override { menu = std::move(newMenu); }
     void show(std::function<void()> onMissing) override {

@@ -52,7 +52,8 @@ protected:
     }
 
     void useAll() {
-        item->setImage({.themeName = "q", .bitmaps = {{1, 1, {0, 0, 0, 0}}}, .size = 24});
+        item->setImage(
+            std::make_shared<Image>(Image{.themeName = "q", .bitmaps = {{1, 1, {0, 0, 0, 0}}}, .size = 24}));
         item->setToolTip("Quorvel");
         item->setMenu(menuOf({actionItem("a")}));
     }
@@ -156,15 +157,16 @@ TEST_F(StatusNotifierItemTest, namesTheIconOnlyWhereItIsFoundAndSendsItsPixels) 
     };
     const Bitmap wide{.width = 2, .height = 1, .rgba = {1, 2, 3, 4, 250, 251, 252, 253}};
     for (const auto& row : rows) {
-        item->setImage(
-            {.themeName = row.themeName, .bitmaps = {wide}, .size = 24, .isTemplate = row.isTemplate});
+        const Image image{
+            .themeName = row.themeName, .bitmaps = {wide}, .size = 24, .isTemplate = row.isTemplate};
+        item->setImage(std::make_shared<Image>(image));
         EXPECT_EQ(panel->property(name, "IconName"), row.name) << row.themeName << row.isTemplate;
         EXPECT_EQ(panel->property(name, "IconThemePath"), row.path) << row.themeName << row.isTemplate;
         EXPECT_EQ(panel->property(name, "IconPixmap"), row.pixels) << row.themeName << row.isTemplate;
     }
     EXPECT_EQ(panel->signals, Texts(std::size(rows), "NewIcon "));
     for (int time = 0; time < 2; ++time) {
-        item->setImage({.themeName = "", .bitmaps = {}, .size = 24});
+        item->setImage(std::make_shared<Image>());
         item->setToolTip("Quorvel");
     }
     settle();

@@ -27,6 +27,20 @@ QLabel* wrappedLabel(const QString& text, const Font& font) {
     return label;
 }
 
+/// A call stack would make a label higher than the screen.
+QWidget* informativeView(const std::string& text) {
+    constexpr qsizetype maxLabelLength = 400, maxLabelLines = 6;
+    const QString shown = QString::fromStdString(text);
+    if (shown.size() <= maxLabelLength && shown.count(u'\n') < maxLabelLines) return wrappedLabel(shown, {});
+    auto* view = new QPlainTextEdit(shown);
+    view->setReadOnly(true);
+    view->setTabChangesFocus(true);
+    view->setFont(fontFor({FontRole::monospaced, 11}));
+    view->setAccessibleName(QStringLiteral("Details"));
+    view->setMinimumSize(textWidth + 140, 200);
+    return view;
+}
+
 }  // namespace
 
 AlertBox::AlertBox(const std::string& messageText, const std::string& informativeText)
@@ -65,20 +79,6 @@ AlertBox::AlertBox(const std::string& messageText, const std::string& informativ
     all->addWidget(buttons);
     all->setSizeConstraint(QLayout::SetFixedSize);
     okay->setFocus();
-}
-
-/// A call stack would make a label higher than the screen.
-QWidget* AlertBox::informativeView(const std::string& text) {
-    constexpr qsizetype maxLabelLength = 400, maxLabelLines = 6;
-    const QString shown = QString::fromStdString(text);
-    if (shown.size() <= maxLabelLength && shown.count(u'\n') < maxLabelLines) return wrappedLabel(shown, {});
-    auto* view = new QPlainTextEdit(shown);
-    view->setReadOnly(true);
-    view->setTabChangesFocus(true);
-    view->setFont(fontFor({FontRole::monospaced, 11}));
-    view->setAccessibleName(tr("Details"));
-    view->setMinimumSize(textWidth + 140, 200);
-    return view;
 }
 
 }  // namespace quorvel::painter

@@ -9,9 +9,6 @@ namespace quorvel::painter {
 class AlertBox final : public QDialog {
 public:
     AlertBox(const std::string& messageText, const std::string& informativeText);
-
-private:
-    QWidget* informativeView(const std::string& text);
 };
 
 }  // namespace quorvel::painter

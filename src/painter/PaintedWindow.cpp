@@ -72,7 +72,7 @@ QWidget* PaintedWindow::add(const Button& button) {
 }
 
 QWidget* PaintedWindow::add(const TextView& view) {
-    auto* widget = new QPlainTextEdit(this);
+    auto* const widget = textView = new QPlainTextEdit(this);
     widget->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     widget->setTabChangesFocus(true);
     widget->setCursorWidth(0);
@@ -83,14 +83,13 @@ QWidget* PaintedWindow::add(const TextView& view) {
     widget->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     widget->setAccessibleName(windowTitle());
     widget->setPlainText(QString::fromStdString(view.text));
-    textViews.push_back(widget);
     return widget;
 }
 
 QWidget* PaintedWindow::add(const TableView& table) {
-    tables.push_back(new RowsTable(table, this));
-    tables.back()->setAccessibleName(windowTitle());
-    return tables.back();
+    tableView = new RowsTable(table, this);
+    tableView->setAccessibleName(windowTitle());
+    return tableView;
 }
 
 void PaintedWindow::setSizes(const WindowContent& content) {
@@ -131,16 +130,12 @@ void PaintedWindow::layOut() {
 
 void PaintedWindow::setText(const std::string& text) {
     const QString shown = QString::fromStdString(text);
-    for (auto* view : textViews) {
-        // The same text again would lose what is selected and how far it is scrolled.
-        if (view->toPlainText() != shown) view->setPlainText(shown);
-    }
+    // The same text again would lose what is selected and how far it is scrolled.
+    if (textView != nullptr && textView->toPlainText() != shown) textView->setPlainText(shown);
 }
 
 void PaintedWindow::setRows(const TableRows& rows) {
-    for (auto* table : tables) {
-        table->setRows(rows);
-    }
+    if (tableView != nullptr) tableView->setRows(rows);
 }
 
 Placement PaintedWindow::placement() const {

@@ -52,8 +52,9 @@ private:
     std::function<void(const std::string&)> buttonPressed;
     std::function<void()> closed;
     std::vector<PlacedView> views;
-    std::vector<QPlainTextEdit*> textViews;
-    std::vector<RowsTable*> tables;
+    /// Null when it has none.
+    QPlainTextEdit* textView = nullptr;
+    RowsTable* tableView = nullptr;
     bool wasPlaced = false;
 };
 

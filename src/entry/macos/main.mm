@@ -54,7 +54,6 @@ int main(int argc, char* argv[]) {
     const quorvel::Pool pool;
     std::signal(SIGPIPE, SIG_IGN);
     // The toolkit would open the options' values as documents.
-    [[NSUserDefaults standardUserDefaults]
-        registerDefaults:[NSDictionary dictionaryWithObject:@"NO" forKey:@"NSTreatUnknownArgumentsAsOpen"]];
+    [[NSUserDefaults standardUserDefaults] registerDefaults:@{@"NSTreatUnknownArgumentsAsOpen" : @"NO"}];
     return quorvel::run({argv + 1, argv + argc});
 }

@@ -3,7 +3,6 @@
 #import "platform/macos/CocoaImages.h"
 #import "platform/macos/CocoaText.h"
 #import "platform/macos/Kept.h"
-#import "platform/macos/SystemSymbol.h"
 
 namespace quorvel {
 
@@ -22,7 +21,8 @@ std::optional<Image> BundleImages::imageNamed(const std::string& name) const {
 
 std::optional<Image> BundleImages::systemSymbol(const std::string& name) const {
     const Pool pool;
-    return imageOrNone(symbolImage(cocoaText(name)));
+    return imageOrNone([NSImage imageWithSystemSymbolName:cocoaText(name)
+                                 accessibilityDescription:@"Quorvel"]);
 }
 
 }  // namespace quorvel

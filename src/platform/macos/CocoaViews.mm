@@ -35,10 +35,10 @@ NSRect rectOf(const Frame& frame) {
 }
 
 NSAttributedString* linkTitle(NSString* title) {
-    NSDictionary* const look =
-        [NSDictionary dictionaryWithObjectsAndKeys:[NSColor linkColor], NSForegroundColorAttributeName,
-                                                   [NSNumber numberWithInteger:NSUnderlineStyleSingle],
-                                                   NSUnderlineStyleAttributeName, nil];
+    NSDictionary* const look = @{
+        NSForegroundColorAttributeName : [NSColor linkColor],
+        NSUnderlineStyleAttributeName : @(NSUnderlineStyleSingle)
+    };
     return [[[NSAttributedString alloc] initWithString:title attributes:look] autorelease];
 }
 

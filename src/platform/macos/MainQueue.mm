@@ -20,8 +20,7 @@ namespace {
 
 /// Of the run loop: the usual one, that of an alert, and that of an open menu.
 NSArray* modes() {
-    return [NSArray
-        arrayWithObjects:NSDefaultRunLoopMode, NSModalPanelRunLoopMode, NSEventTrackingRunLoopMode, nil];
+    return @[ NSDefaultRunLoopMode, NSModalPanelRunLoopMode, NSEventTrackingRunLoopMode ];
 }
 
 }  // namespace

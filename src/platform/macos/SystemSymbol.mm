@@ -1,9 +1,0 @@
-#import "platform/macos/SystemSymbol.h"
-
-namespace quorvel {
-
-NSImage* symbolImage(NSString* name) {
-    return [NSImage imageWithSystemSymbolName:name accessibilityDescription:@"Quorvel"];
-}
-
-}  // namespace quorvel

@@ -130,5 +130,5 @@ NSStatusItem* quorvel::toolkit::statusItem() {
 
 /// The free toolkit keeps much to its end.
 extern "C" const char* __lsan_default_suppressions() {
-    return "leak:libgnustep\nleak:libobjc\nleak:libfontconfig\n";
+    return "leak:libgnustep\nleak:libobjc\nleak:libfontconfig\nleak:libcairo\n";
 }

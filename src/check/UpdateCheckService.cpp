@@ -118,13 +118,11 @@ void UpdateCheckService::sendNextChunk(const QuestionState& state, std::size_t i
     // No pause after the last chunk: the end of the check follows its answer at once.
     if (index == state->chunks()) {
         finish(state);
-    } else if (parts.interChunkDelay > std::chrono::nanoseconds::zero()) {
+    } else {
         parts.mainQueue.postAfter(parts.interChunkDelay,
                                   weakly(shared_from_this(), [state, index](UpdateCheckService& self) {
                                       self.sendChunk(state, index);
                                   }));
-    } else {
-        sendChunk(state, index);
     }
 }
 

@@ -113,8 +113,8 @@ private:
         if (index >= objectCount) return std::nullopt;
         auto offset = static_cast<std::size_t>(offsetOf(index));
         const auto marker = static_cast<unsigned char>(bytes[offset++]);
-        Object object{static_cast<Kind>(marker >> 4), static_cast<std::uint8_t>(marker & 0xF), 0, offset};
-        object.count = object.detail;
+        Object object{static_cast<Kind>(marker >> 4), static_cast<std::uint8_t>(marker & 0xF), marker & 0xFU,
+                      offset};
         if (object.detail != 0xF || object.kind < Kind::data || object.kind == Kind::uid) return object;
         if (!fits(offset, 1, 1)) return std::nullopt;
         const auto widthMarker = static_cast<unsigned char>(bytes[offset++]);
@@ -164,7 +164,7 @@ private:
         const auto value = referenceAt(collection.values, index);
         if (!value) return false;
         if (value->kind == Kind::array || value->kind == Kind::dictionary) {
-            return spend(1, 0) && enter(*value);
+            return spend(0) && enter(*value);
         }
         if (!isSoundLeaf(*value)) return false;
         return !asked || !isText(*value) || keep(*asked, *value);
@@ -174,10 +174,10 @@ private:
         return object.kind == Kind::asciiText || object.kind == Kind::utf16Text;
     }
 
-    /// Counts what the walk costs: many references to one long text are as dear as many long texts. The
+    /// Counts what a visit costs: many references to one long text are as dear as many long texts. The
     /// bytes of a list in which no value is shared are never more than the list's own.
-    bool spend(std::size_t nodes, std::uint64_t contentBytes) {
-        visitedNodes += nodes;
+    bool spend(std::uint64_t contentBytes) {
+        ++visitedNodes;
         visitedBytes += contentBytes;
         return visitedNodes <= maxPropertyListNodes && visitedBytes <= propertyListSizeLimit;
     }
@@ -185,7 +185,7 @@ private:
     bool isSoundLeaf(const Object& object) {
         switch (object.kind) {
             case Kind::simple:  // null, false, true
-                return spend(1, 0) && (object.detail == 0 || object.detail == 8 || object.detail == 9);
+                return spend(0) && (object.detail == 0 || object.detail == 8 || object.detail == 9);
             case Kind::integer:
                 return object.detail <= 4 && isSoundContent(object, std::uint64_t{1} << object.detail);
             case Kind::real:
@@ -200,7 +200,7 @@ private:
             case Kind::asciiText:
                 return isSoundContent(object, object.count) && text::isAscii(contentOf(object));
             case Kind::utf16Text:
-                return fits(object.content, object.count, 2) && spend(1, object.count * 2) &&
+                return fits(object.content, object.count, 2) && spend(object.count * 2) &&
                        visitUtf16(contentOf(object), std::endian::big, [](auto) { return true; });
             default:
                 return false;
@@ -208,7 +208,7 @@ private:
     }
 
     bool isSoundContent(const Object& object, std::uint64_t size) {
-        return fits(object.content, size, 1) && spend(1, size);
+        return fits(object.content, size, 1) && spend(size);
     }
 
     /// Of a text whose content is inside.

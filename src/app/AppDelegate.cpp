@@ -19,7 +19,7 @@ constexpr std::chrono::hours backgroundInterval{6};
 constexpr const char* noConnectionText = "No internet connection.";
 
 ErrorLogger makeErrorLogger(const AppDelegate::Platform& platform) {
-    return ErrorLogger(platform.persistence, ErrorLogger::defaultMaxLines, platform.wallClock);
+    return ErrorLogger(platform.persistence, platform.wallClock);
 }
 
 /// With two decimals and a point, whatever the locale.

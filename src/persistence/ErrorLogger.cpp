@@ -18,8 +18,8 @@ constexpr auto noSizeLimit = std::numeric_limits<std::size_t>::max();
 
 }  // namespace
 
-ErrorLogger::ErrorLogger(const PersistenceManager& persistence, std::size_t maxLines, WallClock now)
-    : url(persistence.appSupportURL / "error.log"), maxLines(maxLines), now(std::move(now)) {}
+ErrorLogger::ErrorLogger(const PersistenceManager& persistence, WallClock now)
+    : url(persistence.appSupportURL / "error.log"), now(std::move(now)) {}
 
 void ErrorLogger::log(std::string_view message) const {
     appendRaw(entryLine(message));
@@ -60,7 +60,7 @@ std::string ErrorLogger::entryLine(std::string_view message) const {
 void ErrorLogger::append(std::string_view text) const {
     // A log with malformed UTF-8 is never trimmed, so none of ours may get in.
     const std::string bytes = text::repairedUtf8(text);
-    if (files::append(url, bytes) == files::AppendResult::notOpened) files::writeAtomically(url, bytes);
+    if (!files::append(url, bytes)) files::writeAtomically(url, bytes);
 }
 
 void ErrorLogger::replace(std::string_view text) const {

@@ -17,9 +17,9 @@ namespace quorvel {
 /// program goes on. Main thread.
 class ErrorLogger {
 public:
-    static constexpr std::size_t defaultMaxLines = 500;
+    static constexpr std::size_t maxLines = 500;
 
-    explicit ErrorLogger(const PersistenceManager& persistence, std::size_t maxLines = defaultMaxLines,
+    explicit ErrorLogger(const PersistenceManager& persistence,
                          WallClock now = std::chrono::system_clock::now);
 
     /// Appends "[" + timestamp + "] " + message as one entry line; line feeds inside make several lines.
@@ -49,7 +49,6 @@ private:
     void replace(std::string_view text) const;
     void trim() const;
 
-    const std::size_t maxLines;
     const WallClock now;
 };
 

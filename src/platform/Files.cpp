@@ -118,20 +118,18 @@ bool writeAtomically(const std::filesystem::path& path, std::string_view bytes, 
     return reachDisk(folder.get());
 }
 
-AppendResult append(const std::filesystem::path& path, std::string_view bytes) {
+bool append(const std::filesystem::path& path, std::string_view bytes) {
     FileDescriptor file(uninterrupted(
         [&] { return open(path.c_str(), O_WRONLY | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC); }));
-    if (!file) return AppendResult::notOpened;
-    const auto sizeBefore = regularFileSize(file.get());
-    if (!sizeBefore) return AppendResult::notOpened;
+    const auto sizeBefore = file ? regularFileSize(file.get()) : std::nullopt;
+    if (!sizeBefore) return false;
     const auto count = uninterrupted([&] { return ::write(file.get(), bytes.data(), bytes.size()); });
     const std::size_t written = count < 0 ? 0 : static_cast<std::size_t>(count);
-    if (written == bytes.size()) return file.close() ? AppendResult::done : AppendResult::failed;
     // A full disk takes part of a line; the half must not stay, and no other writer's line may go.
-    if (written > 0 && regularFileSize(file.get()) == *sizeBefore + written) {
+    if (written < bytes.size() && regularFileSize(file.get()) == *sizeBefore + written) {
         [[maybe_unused]] const int outcome = ftruncate(file.get(), static_cast<off_t>(*sizeBefore));
     }
-    return AppendResult::failed;
+    return true;
 }
 
 bool makeFolder(const std::filesystem::path& path) {

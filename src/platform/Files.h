@@ -25,17 +25,11 @@ bool read(int folder, const char* path, std::size_t sizeLimit, std::string& cont
 /// it is a minute old.
 bool writeAtomically(const std::filesystem::path& path, std::string_view bytes, mode_t mode = 0600);
 
-enum class AppendResult {
-    done,
-    /// There is no regular file that can be opened for writing; a symbolic link cannot.
-    notOpened,
-    /// The file could not take all the bytes; what had been written is taken back.
-    failed,
-};
-
 /// Appends to an existing regular file with one write, so that the lines of two writers do not mix. Should
 /// the process be killed inside it, a write that spans several pages of the file can end at any of them.
-AppendResult append(const std::filesystem::path& path, std::string_view bytes);
+/// Where a full disk takes only the first bytes, these are taken back. False only when there is no regular
+/// file that can be opened for writing; a symbolic link cannot.
+bool append(const std::filesystem::path& path, std::string_view bytes);
 
 /// Makes the folder and its missing parents, each with mode 0700. True when it is there afterwards.
 bool makeFolder(const std::filesystem::path& path);

@@ -25,7 +25,7 @@ protected:
     std::chrono::system_clock::time_point time = std::chrono::sys_days(std::chrono::year(2025) / 3 / 4) +
                                                  std::chrono::hours(5) + std::chrono::minutes(6) +
                                                  std::chrono::milliseconds(7999);
-    ErrorLogger logger{persistence, 500, [this] { return time; }};
+    ErrorLogger logger{persistence, [this] { return time; }};
 };
 
 TEST_F(ErrorLoggerTest, writesEntriesHeadersAndRawLinesAsTheyStand) {

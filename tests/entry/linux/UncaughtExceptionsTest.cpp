@@ -14,11 +14,12 @@ __attribute__((noinline)) int throwsFarInside(const std::vector<int>& numbers) {
 
 namespace {
 
-/// Has what is known of an exception written to standard error.
+/// Writes to standard error what is known of an exception, and fails in its turn.
 void print(const UncaughtException& exception) {
     std::fprintf(stderr, "%s: %s\n", exception.name.c_str(), exception.reason.value_or("no reason").c_str());
     for (const auto& line : exception.callStackSymbols)
         std::fprintf(stderr, "%s\n", line.c_str());
+    throw std::logic_error("again");
 }
 
 void fail() {
@@ -31,29 +32,20 @@ void fail() {
 
 TEST(UncaughtExceptions, reportNameReasonAndTheStackOfTheThrowAndEndTheProcess) {
     const char* const outOfRange = "^std::out_of_range: vector::_M_range_check(.|\n)*throwsFarInside";
-    const auto failToo = [](const auto& exception) {
-        print(exception);
-        throw std::logic_error("again");
+    const auto endsWith = [](void (*throwing)(), const char* printed) {
+        EXPECT_EXIT((onUncaughtException(print), throwing()), testing::ExitedWithCode(1), printed);
     };
-    const struct {
-        void (*throwing)();
-        std::function<void(const UncaughtException&)> handler;
-        const char* printed;
-    } rows[] = {
-        {[]() noexcept { fail(); }, print, outOfRange},
-        {[] { std::thread(fail).join(); }, print, outOfRange},
-        {[] {
-             try {
-                 fail();
-             } catch (...) {
-                 std::terminate();
-             }
-         },
-         print, outOfRange},
-        {[]() noexcept { throwSeven(); }, failToo, "^int: no reason\n"},
-    };
-    for (const auto& [throwing, handler, printed] : rows)
-        EXPECT_EXIT((onUncaughtException(handler), throwing()), testing::ExitedWithCode(1), printed);
+    endsWith([] { std::thread(fail).join(); }, outOfRange);
+    endsWith(
+        [] {
+            try {
+                fail();
+            } catch (...) {
+                std::terminate();
+            }
+        },
+        outOfRange);
+    endsWith([]() noexcept { throwSeven(); }, "^int: no reason\n");
 }
 
 }  // namespace

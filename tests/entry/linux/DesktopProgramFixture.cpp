@@ -10,11 +10,10 @@ DesktopProgramFixture::DesktopProgramFixture() {
         environment.emplace_back(variable, folder.path.string());
 }
 
-void DesktopProgramFixture::startCatalog(const Words& options) {
-    Words arguments{PROGRAM_FOLDER "/quorvel-catalog", "--data", SOURCE_ROOT "/demo/catalog.json", "--record",
-                    (folder.path / "record").string()};
-    arguments.insert(arguments.end(), options.begin(), options.end());
-    catalog = std::make_unique<Process>(std::move(arguments));
+void DesktopProgramFixture::startCatalog() {
+    catalog = std::make_unique<Process>(Words{PROGRAM_FOLDER "/quorvel-catalog", "--data",
+                                              SOURCE_ROOT "/demo/catalog.json", "--record",
+                                              (folder.path / "record").string()});
     url = catalog->readLine();
 }
 

@@ -24,9 +24,9 @@ protected:
 
     /// Makes `panel`, for which the session bus must be there.
     void watchSession() { panel = std::make_unique<FakePanel>(queue); }
-    void startCatalog(const Words& options = {});
+    void startCatalog();
 
-    virtual Words command() const;
+    Words command() const;
     /// Of a program that is started while the first one runs.
     int statusOfSecondStart(const Words& options = {}) const;
 

@@ -28,10 +28,6 @@ std::size_t answerSize(std::string_view received) {
 
 }  // namespace
 
-std::vector<std::string> iconDecoderCommand() {
-    return {helperProgram("quorvel-icons")};
-}
-
 BundleIcons::BundleIcons(EventQueue& mainQueue, std::vector<std::string> decoder, IconLimits givenLimits)
     : queue(mainQueue), command(std::move(decoder)), limits(givenLimits) {}
 

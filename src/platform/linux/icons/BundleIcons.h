@@ -27,15 +27,13 @@ struct IconLimits {
     int maxCrashes = 32;
 };
 
-/// The decoder that belongs to the running program.
-std::vector<std::string> iconDecoderCommand();
-
 /// The icons of the bundles that the menu lists, each decoded once, by a decoder that lives no longer than
 /// there is something to decode. A file that crashes its decoder, or keeps it too long, has no picture and is
 /// not given to another one. Owned by the entry, on the main queue.
 class BundleIcons final : public IconProvider {
 public:
-    explicit BundleIcons(EventQueue& queue, std::vector<std::string> command = iconDecoderCommand(),
+    explicit BundleIcons(EventQueue& queue,
+                         std::vector<std::string> command = {helperProgram("quorvel-icons")},
                          IconLimits limits = {});
     ~BundleIcons() override;
     BundleIcons(const BundleIcons&) = delete;

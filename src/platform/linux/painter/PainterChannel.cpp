@@ -91,10 +91,6 @@ private:
     std::optional<Placement> placement;
 };
 
-std::vector<std::string> painterCommand() {
-    return {helperProgram("quorvel-painter")};
-}
-
 PainterChannel::PainterChannel(EventQueue& mainQueue, std::vector<std::string> painter,
                                const PainterLimits& givenLimits)
     : queue(mainQueue), command(std::move(painter)), limits(givenLimits) {}

@@ -28,9 +28,6 @@ struct PainterLimits {
     std::size_t maxUnsent = 2 * painter::maxRequestSize;
 };
 
-/// The painter that belongs to the running program.
-std::vector<std::string> painterCommand();
-
 /// The windows, alerts, pasteboard and, where no panel does, the status item of the program, put on the
 /// screen by a painter that is started when it is first needed. All that is shown is kept here as values: a
 /// painter that ends while it still shows something is replaced, once within `PainterLimits::restartPause`,
@@ -39,7 +36,8 @@ std::vector<std::string> painterCommand();
 /// with the same texts. Owned by the entry, on the main queue.
 class PainterChannel final : public WindowServer, public Alerts, public Pasteboard {
 public:
-    explicit PainterChannel(EventQueue& queue, std::vector<std::string> command = painterCommand(),
+    explicit PainterChannel(EventQueue& queue,
+                            std::vector<std::string> command = {helperProgram("quorvel-painter")},
                             const PainterLimits& limits = {});
     ~PainterChannel() override;
     PainterChannel(const PainterChannel&) = delete;

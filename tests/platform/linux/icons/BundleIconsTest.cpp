@@ -22,7 +22,7 @@ protected:
     void SetUp() override { complaints = std::cerr.rdbuf(said.rdbuf()); }
     void TearDown() override {
         icons.reset();
-        EXPECT_TRUE(comesTrue([] { return childProcess() < 0; })) << "a decoder outlives the program";
+        EXPECT_TRUE(decoderEnds()) << "a decoder outlives the program";
         std::cerr.rdbuf(complaints);
     }
 
@@ -58,6 +58,9 @@ protected:
     bool arrives(const Lines& names) {
         return comesTrue([&] { return arrivals == names; });
     }
+    bool decoderEnds() {
+        return comesTrue([] { return childProcess() < 0; });
+    }
     int timesSaid(const std::string& text) const { return countIn(said.str(), text); }
     int timesReceived(const std::string& line) const { return countIn(folder.read("received"), line + '\n'); }
 
@@ -87,8 +90,7 @@ TEST_F(BundleIconsTest, decodesWhatIsListedAndKeepsNoDecoderAfterwards) {
     }
     for (const char* none : {"Cut.app", "Missing.app", "Unlisted.app"})
         EXPECT_FALSE(icons->pngFor({folder.path / none})) << none;
-    EXPECT_TRUE(comesTrue([] { return childProcess() < 0; }))
-        << "a decoder stays though nothing is to decode";
+    EXPECT_TRUE(decoderEnds()) << "a decoder stays though nothing is to decode";
     EXPECT_EQ(said.str(), "");
 }
 
@@ -123,25 +125,21 @@ TEST_F(BundleIconsTest, withoutADecoderThereAreNoPicturesAndTheNextListTriesAnew
     add("1.app", "picture");
     add("2.app", "picture");
     for (const auto& [command, reason] : rows) {
-        IconLimits limits;
-        if (command.back() == "hang") limits.startTimeout = milliseconds(1);
-        open(command, limits);
+        open(command, {.startTimeout = milliseconds(command.back() == "hang" ? 1 : 60'000)});
         for (const int tries : {1, 2}) {
             list({"1.app"});
             list({"1.app", "2.app"});
             ASSERT_TRUE(comesTrue([&] { return timesSaid(reason) == tries; })) << reason << said.str();
             list({});
         }
-        ASSERT_TRUE(comesTrue([] { return childProcess() < 0; }));
+        ASSERT_TRUE(decoderEnds());
         EXPECT_LE(timesReceived("start"), 2) << "one a list: " << reason;
         EXPECT_EQ(arrivals, Lines());
     }
 }
 
 TEST_F(BundleIconsTest, startsNoDecoderAfterTooManyCrashes) {
-    IconLimits limits;
-    limits.maxCrashes = 2;
-    openFake(limits);
+    openFake({.maxCrashes = 2});
     add("1.app", "die");
     add("2.app", "die");
     add("3.app", "picture");
@@ -150,15 +148,12 @@ TEST_F(BundleIconsTest, startsNoDecoderAfterTooManyCrashes) {
     list({});
     list({"3.app"});
     runWhatIsReady(queue);
-    ASSERT_TRUE(comesTrue([] { return childProcess() < 0; }));
+    ASSERT_TRUE(decoderEnds());
     EXPECT_EQ(timesReceived("start"), 2);
 }
 
 TEST_F(BundleIconsTest, aPictureThatTakesLongHoldsNothingBackAndIsGivenUpInTheEnd) {
-    IconLimits limits;
-    limits.debounce = milliseconds(1);
-    limits.pictureTimeout = std::chrono::seconds(1);
-    openFake(limits);
+    openFake({.pictureTimeout = milliseconds(1000), .debounce = milliseconds(1)});
     add("1.app", "picture");
     add("2.app", "hang");
     list({"1.app", "2.app"});

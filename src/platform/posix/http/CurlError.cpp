@@ -14,14 +14,8 @@ namespace {
 using Code = SessionError::Code;
 
 std::string seconds(std::chrono::milliseconds duration) {
-    const auto count = duration.count();
-    std::string text = std::to_string(count / 1000);
-    if (count % 1000 != 0) {
-        std::string fraction = std::to_string(1000 + count % 1000).substr(1);
-        fraction.erase(fraction.find_last_not_of('0') + 1);
-        text += "." + fraction;
-    }
-    return text + (count == 1000 ? " second" : " seconds");
+    const auto count = std::chrono::ceil<std::chrono::seconds>(duration).count();
+    return std::to_string(count) + (count == 1 ? " second" : " seconds");
 }
 
 /// The system's words for an errno, to stand inside a sentence.

@@ -1,7 +1,6 @@
 #include "platform/posix/http/CurlTransfer.h"
 
 #include <algorithm>
-#include <cctype>
 #include <new>
 
 #include "platform/posix/http/CurlError.h"
@@ -15,18 +14,6 @@ using Code = SessionError::Code;
 
 /// All header lines of an answer together, interim answers included.
 constexpr std::size_t maxHead = 256 * 1024;
-
-bool equalIgnoringCase(std::string_view left, std::string_view right) {
-    return std::ranges::equal(
-        left, right, [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); });
-}
-
-bool isToken(std::string_view name) {
-    constexpr std::string_view marks = "!#$%&'*+-.^_`|~";
-    return !name.empty() && std::ranges::all_of(name, [&](unsigned char c) {
-        return c < 0x80 && (std::isalnum(c) != 0 || marks.contains(static_cast<char>(c)));
-    });
-}
 
 /// A line break inside a value would smuggle in a header of its own.
 bool isHeaderValue(std::string_view value) {
@@ -65,11 +52,6 @@ std::optional<SessionError> CurlTransfer::readUrl() {
     if (!url || (url->scheme != "https" && url->scheme != "http")) {
         return SessionError{Code::badURL, "The address \"" + request.url + "\" is not an https URL."};
     }
-    // libcurl would turn them into an Authorization header that nobody asked for.
-    if (url->hasCredentials) {
-        return SessionError{Code::badURL,
-                            "The address of " + url->host + " carries a user name or password."};
-    }
     host = url->host;
     scheme = url->scheme;
     curl_easy_setopt(handle(), CURLOPT_URL, request.url.c_str());
@@ -79,17 +61,16 @@ std::optional<SessionError> CurlTransfer::readUrl() {
 
 std::optional<SessionError> CurlTransfer::composeHeaders() {
     for (const auto& [name, value] : request.headers) {
-        if (!isToken(name) || !isHeaderValue(value)) {
-            return SessionError{Code::unknown,
-                                "The request to " + host +
-                                    " has a header that cannot be sent: its name or value holds "
-                                    "a character that HTTP forbids."};
+        if (!isHeaderValue(value)) {
+            return SessionError{Code::unknown, "The request to " + host + " has a header, " + name +
+                                                   ", that holds a character which HTTP forbids."};
         }
         // libcurl takes "Name:" as a header to leave out, and "Name;" as one with an empty value.
         addHeader(value.empty() ? name + ";" : name + ": " + value);
     }
-    for (const char* own : {"Accept", "Expect", "Content-Type"}) {
-        if (!hasHeader(own)) addHeader(std::string(own) + ":");
+    for (const std::string own : {"Accept", "Expect", "Content-Type"}) {
+        if (std::ranges::find(request.headers, own, &HttpHeader::name) == request.headers.end())
+            addHeader(own + ":");
     }
     curl_easy_setopt(handle(), CURLOPT_HTTPHEADER, headers.get());
     return std::nullopt;
@@ -100,11 +81,6 @@ void CurlTransfer::addHeader(const std::string& line) {
     if (longer == nullptr) throw std::bad_alloc();
     (void)headers.release();  // the list now begins at `longer`
     headers.reset(longer);
-}
-
-bool CurlTransfer::hasHeader(std::string_view name) const {
-    return std::ranges::any_of(
-        request.headers, [&](const HttpHeader& header) { return equalIgnoringCase(header.name, name); });
 }
 
 void CurlTransfer::setLimits() {

@@ -47,7 +47,6 @@ private:
     std::optional<SessionError> readUrl();
     std::optional<SessionError> composeHeaders();
     void addHeader(const std::string& line);
-    bool hasHeader(std::string_view name) const;
     void setLimits();
     void setMethod();
     void setCallbacks();

@@ -27,10 +27,6 @@ protected:
             << title;
         return number;
     }
-    bool closes(const std::string& title) {
-        return comesTrue([&] { return VirtualDesktop::windowNamed(title).empty(); });
-    }
-
     /// By itself, in order, and soon; what it wrote to standard error.
     std::string expectProgramToEnd() {
         const auto before = std::chrono::steady_clock::now();
@@ -55,8 +51,8 @@ TEST_F(RealDesktopTest, aTrayShowsTheItemUntilAPanelDoesAndEachOpensItsMenu) {
         << "a template is white on a dark tray";
     VirtualDesktop::click(13, 13);
     window("Quorvel");
-    VirtualDesktop::pressInMenu({"Up", "Up", "Return"});
-    VirtualDesktop::press(window("About Quorvel"), {"Escape"});
+    VirtualDesktop::press({"Up", "Up", "Return"});
+    VirtualDesktop::press({"Escape"}, window("About Quorvel"));
 
     Process monitor({"/usr/bin/env", "dbus-monitor", "--session", "member=GetGroupProperties"});
     const auto monitorShows = [&](const char* word) {
@@ -85,7 +81,7 @@ TEST_F(RealDesktopTest, aTrayShowsTheItemUntilAPanelDoesAndEachOpensItsMenu) {
         return std::ranges::count(
                    run({"xdotool", "search", "--onlyvisible", "--class", "wrapper-2.0"}).output, '\n') > 1;
     }));
-    VirtualDesktop::pressInMenu({"Down", "Return"});
+    VirtualDesktop::press({"Down", "Return"});
     EXPECT_TRUE(comesTrue([&] { return manualChecks() == 1; }));
 }
 
@@ -97,13 +93,13 @@ TEST_F(RealDesktopTest, aSecondStartPopsUpTheMenuBesideAWindowOnWaylandOrDoesWha
     menuWith(found);
     EXPECT_EQ(statusOfSecondStart({"--action", "about"}), 0);
     // The toolkit's own colours of windows and menus.
-    const auto shows = [](const char* colour) { return VirtualDesktop::shows(colour); };
+    constexpr auto shows = VirtualDesktop::shows;
     constexpr const char *window = "#efefef", *menu = "#ffffff";
     ASSERT_TRUE(comesTrue([&] { return shows(window); }));
-    VirtualDesktop::pressInMenu({"shift"});
+    VirtualDesktop::press({"shift"});
     EXPECT_EQ(statusOfSecondStart(), 0);
     ASSERT_TRUE(comesTrue([&] { return shows(menu); }));
-    VirtualDesktop::pressInMenu({"Down", "Return"});
+    VirtualDesktop::press({"Down", "Return"});
     EXPECT_TRUE(comesTrue([&] { return manualChecks() == 1 && !shows(menu); }));
     EXPECT_EQ(statusOfSecondStart({"--action", "quit"}), 0);
     expectProgramToEnd();
@@ -119,7 +115,7 @@ TEST_F(RealDesktopTest, itEndsWithItsSessionAndTheNextLoginHasIt) {
     window("About Quorvel");
     session->end();
     expectProgramToEnd();
-    EXPECT_TRUE(closes("About Quorvel"));
+    EXPECT_TRUE(comesTrue([] { return VirtualDesktop::windowNamed("About Quorvel").empty(); }));
 
     session.reset();
     session = std::make_unique<PrivateBus>();
@@ -155,7 +151,7 @@ TEST_F(RealDesktopTest, anUncaughtExceptionIsLoggedReportedAndShownInAnAlert) {
     EXPECT_TRUE(log().ends_with("] std::runtime_error: The disk is gone.\n")) << log();
     EXPECT_TRUE(
         comesTrue([&] { return recordedMessages().back() == "std::runtime_error: The disk is gone."; }));
-    VirtualDesktop::press(alert, {"Return"});
+    VirtualDesktop::press({"Return"}, alert);
     EXPECT_EQ(program->finish().status, 1);
 }
 

@@ -17,11 +17,11 @@ namespace quorvel {
 class VirtualDesktop {
 public:
     VirtualDesktop() {
-        for (const char* tool : {"Xvfb", "xfce4-panel", "trayer", "xdotool", "import", "weston", "pgrep"}) {
-            if (run({"which", tool}).status != 0) {
-                reason = std::string(tool) + " is not installed";
-                return;
-            }
+        const auto tools =
+            run({"which", "Xvfb", "xfce4-panel", "trayer", "xdotool", "import", "weston", "pgrep"});
+        if (tools.status != 0) {
+            reason = "of the tools that it needs, only these are installed:\n" + tools.output;
+            return;
         }
         // Ends by itself should the test be killed.
         constexpr const char* script =
@@ -84,12 +84,10 @@ public:
     }
 
     /// Into a window that may have the focus, or into the menu that has the keyboard for itself.
-    static void press(const std::string& window, std::vector<std::string> keys) {
-        keys.insert(keys.begin(), {"xdotool", "windowfocus", "--sync", window, "key"});
-        run(std::move(keys));
-    }
-    static void pressInMenu(std::vector<std::string> keys) {
-        keys.insert(keys.begin(), {"xdotool", "key"});
+    static void press(std::vector<std::string> keys, const std::string& window = "") {
+        keys.insert(keys.begin(), "key");
+        if (!window.empty()) keys.insert(keys.begin(), {"windowfocus", "--sync", window});
+        keys.insert(keys.begin(), "xdotool");
         run(std::move(keys));
     }
 

@@ -57,8 +57,17 @@ TEST(BundleIconFile, isARegularFileOfAPossibleSizeInsideTheBundle) {
     folder.write(bundle / "Contents/Info.plist",
                  "<plist><dict><key>CFBundleIconFile</key><string>Icon</string></dict></plist>");
     const auto link = [&](const fs::path& target) { return [=] { fs::create_symlink(target, icon); }; };
+    const auto linkOfFolder = [&](const fs::path& target) {
+        return [=] {
+            fs::remove(resources);
+            fs::create_symlink(target, resources);
+        };
+    };
     const auto ofSize = [&](std::size_t size) {
-        return [=] { fs::resize_file((std::ofstream(icon), icon), size); };
+        return [=] {
+            const std::ofstream file(icon);
+            fs::resize_file(icon, size);
+        };
     };
     const struct {
         const char* name;
@@ -66,15 +75,13 @@ TEST(BundleIconFile, isARegularFileOfAPossibleSizeInsideTheBundle) {
         bool isOpened = false;
     } rows[] = {
         {"a link inside", link("../Art/Icon"), true},
-        {"its folder is a link inside", [&] { fs::remove(resources), fs::create_symlink("Art", resources); },
-         true},
+        {"its folder is a link inside", linkOfFolder("Art"), true},
         {"a whole path", link(folder.path / "outside/Icon")},
         {"a whole path inside", link(bundle / "Contents/Art/Icon")},
         {"a link outside", link("../../../outside/Icon")},
         {"a link outside and in again", link("../../../A.app/Contents/Art/Icon")},
         {"a link of the kernel", link("/proc/self/fd/0")},
-        {"its folder is outside",
-         [&] { fs::remove(resources), fs::create_symlink("../../outside", resources); }},
+        {"its folder is outside", linkOfFolder("../../outside")},
         {"a folder", [&] { fs::create_directory(icon); }},
         {"a FIFO", [&] { mkfifo(icon.c_str(), 0600); }},
         {"an empty file", ofSize(0)},

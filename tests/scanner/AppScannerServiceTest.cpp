@@ -164,9 +164,10 @@ TEST(AppScannerService, losesOnlyTheFoldersThatItMayNotRead) {
     const bool isRun = runInChild([&] {
         constexpr uid_t nobody = 65534;
         if (geteuid() == 0 && seteuid(nobody) != 0) GTEST_SKIP() << "root reads everything here";
-        EXPECT_EQ(lines({folder.path}, folder.path),
+        EXPECT_EQ(lines({folder.path, folder.path / "closed/root"}, folder.path),
                   (Lines{"a/A.app: A||1", "z/D.app: D||1", "Closed.app: Closed, could not read bundle",
-                         "noentry/C.app: C, could not read bundle", "closed: unreadable"}));
+                         "noentry/C.app: C, could not read bundle", "closed: unreadable",
+                         "closed/root: unreadable"}));
     });
     for (const char* const name : {"closed", "noentry"})
         fs::permissions(folder.path / name, fs::perms::owner_all);

@@ -4,6 +4,7 @@
 #include <future>
 #include <memory>
 #include <netdb.h>
+#include <semaphore>
 #include <string_view>
 #include <thread>
 
@@ -11,7 +12,7 @@
 
 namespace {
 
-std::promise<void> lookUpStarted, lookUpMayEnd;
+std::binary_semaphore lookUpStarted{0}, lookUpMayEnd{0};
 std::atomic<bool> lookUpEnded = false;
 
 }  // namespace
@@ -20,9 +21,10 @@ std::atomic<bool> lookUpEnded = false;
 extern "C" int getaddrinfo(const char* name, const char* service, const addrinfo* hints, addrinfo** found) {
     static const auto next = reinterpret_cast<decltype(&getaddrinfo)>(dlsym(RTLD_NEXT, "getaddrinfo"));
     if (name == nullptr || std::string_view(name) != "lost.example") return next(name, service, hints, found);
-    lookUpStarted.set_value();
-    lookUpMayEnd.get_future().wait_for(std::chrono::seconds(20));
+    lookUpStarted.release();
+    (void)lookUpMayEnd.try_acquire_for(std::chrono::seconds(20));
     lookUpEnded = true;
+    lookUpEnded.notify_one();
     return EAI_AGAIN;
 }
 
@@ -70,12 +72,14 @@ TEST(Session, destroyedWithRequestsUnderWayWaitsForNothingAndDropsTheirCompletio
         send(server.url("/"));
         send("http://lost.example");
         ASSERT_TRUE(server.waitForRequests(1));
-        lookUpStarted.get_future().wait();
+        lookUpStarted.acquire();
         EXPECT_FALSE(session.finish(std::chrono::milliseconds(50)));
         send(server.url("/"));
     }
     EXPECT_FALSE(lookUpEnded);
-    lookUpMayEnd.set_value();
+    lookUpMayEnd.release();
+    lookUpEnded.wait(false);
+    lookUpEnded = false;
     EXPECT_FALSE(*owned);
     EXPECT_EQ(owned.use_count(), 1);
 }

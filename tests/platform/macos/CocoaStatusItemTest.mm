@@ -52,6 +52,8 @@ TEST_F(CocoaStatusItem, drawsSmallIconsAndAGreyLineUnderATitleThatIsNotJustLong)
         EXPECT_TRUE([look(at, NSFontAttributeName, place) isEqual:[NSFont menuFontOfSize:0]]);
         EXPECT_FALSE(look(at, NSForegroundColorAttributeName, place)) << "highlighting changes it";
     }
+    item->setToolTip("tip");
+    EXPECT_EQ(textFrom([[shown button] toolTip]), "tip");
     item.reset();
     EXPECT_FALSE(toolkit::statusItem());
 }

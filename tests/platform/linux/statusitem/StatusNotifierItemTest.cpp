@@ -25,17 +25,17 @@ protected:
         name = own;
     }
 
-    void makeItem(SessionBus& on, bool mayHaveTray = false) {
+    void makeItem(bool mayHaveTray = false) {
         auto owned = std::make_unique<FakeTrayItem>();
         tray = owned.get();
-        item.emplace(on, &icons, std::move(owned), mayHaveTray,
+        item.emplace(bus, &icons, std::move(owned), mayHaveTray,
                      [this](const std::string& token) { happened.push_back(token); });
     }
 
     /// The item, registered with the panel.
     void start() {
         panel->come();
-        makeItem(bus);
+        makeItem();
         ASSERT_TRUE(registered(1));
     }
 
@@ -111,7 +111,7 @@ TEST_F(StatusNotifierItemTest, registersOnceWithEachWatcherThatIsThereOrComes) {
     start();
     item.reset();
     panel->leave();
-    makeItem(bus);
+    makeItem();
     settle();
     EXPECT_EQ(panel->registrations.size(), 1U);
     panel->come();
@@ -189,7 +189,7 @@ TEST_F(StatusNotifierItemTest, staysUsableWhenTheBusIsLost) {
     EXPECT_LT(turns, 100);
     EXPECT_EQ(lost, 1);
     for (const bool mayHaveTray : {false, true}) {
-        makeItem(bus, mayHaveTray);
+        makeItem(mayHaveTray);
         useAll();
         runWhatIsReady(queue);
         EXPECT_EQ(tray->image.themeName + tray->toolTip + displayTitle(tray->menu->items.at(0)), "qQuorvela");

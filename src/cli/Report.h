@@ -52,7 +52,7 @@ struct ListedApp {
     /// Never empty.
     std::string_view version;
     /// Empty when an inventory has none.
-    std::string_view path;
+    std::string_view path{};
 
     bool operator==(const ListedApp&) const = default;
 };
@@ -89,9 +89,9 @@ struct HostReport {
     /// Updates that are not ignored.
     std::size_t newer() const;
 
-    std::string name;
+    std::string name{};
     /// Where its applications were found: folders, or an inventory.
-    std::string source;
+    std::string source{};
     std::optional<std::chrono::sys_seconds> collectedAt{};
     RunningSystem system{};
     std::size_t apps = 0;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <gtest/gtest.h>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <sstream>
@@ -98,39 +99,32 @@ protected:
         return requests;
     }
 
-    /// A check's one document, which is held against the schema when the test ends.
-    nlohmann::json document(const std::string& output) { return document(output, documents); }
-    /// The same of a fleet, or one of its lines.
-    nlohmann::json fleetDocument(const std::string& output) { return document(output, fleetDocuments); }
-
-    void TearDown() override {
-        holdAgainst("quorvel-check-1", documents);
-        holdAgainst("quorvel-fleet-1", fleetDocuments);
-    }
-
-    nlohmann::json document(const std::string& output, std::vector<std::string>& list) const {
+    /// A check's one document, or a line, which is held against the schema when the test ends.
+    nlohmann::json document(const std::string& output, const std::string& schema = "quorvel-check-1") {
         EXPECT_TRUE(nlohmann::json::accept(output)) << output;
-        const auto name = "document" + std::to_string(documents.size() + fleetDocuments.size()) + ".json";
-        list.push_back(folder.write(name, output).string());
+        auto& list = documents[schema];
+        list.push_back(folder.write(schema + std::to_string(list.size()) + ".json", output).string());
         return nlohmann::json::parse(output, nullptr, false);
     }
+    nlohmann::json fleetDocument(const std::string& output) { return document(output, "quorvel-fleet-1"); }
 
-    static void holdAgainst(const std::string& schema, const std::vector<std::string>& list) {
-        if (list.empty()) return;
-        std::vector<std::string> command{JSONSCHEMA};
-        for (const auto& name : list)
-            command.insert(command.end(), {"-i", name});
-        command.push_back(SOURCE_ROOT "/packaging/schema/" + schema + ".schema.json");
-        const auto verdict = Process(std::move(command)).finish();
-        EXPECT_EQ(verdict.status, 0) << verdict.output << verdict.errors;
+    void TearDown() override {
+        for (const auto& [schema, list] : documents) {
+            std::vector<std::string> command{JSONSCHEMA};
+            for (const auto& name : list)
+                command.insert(command.end(), {"-i", name});
+            command.push_back(SOURCE_ROOT "/packaging/schema/" + schema + ".schema.json");
+            const auto verdict = Process(std::move(command)).finish();
+            EXPECT_EQ(verdict.status, 0) << verdict.output << verdict.errors;
+        }
     }
 
     TemporaryFolder folder;
     std::optional<Process> server;
     /// Nobody answers there.
     std::string url = "http://127.0.0.1:1/v1";
-    std::vector<std::string> documents;
-    std::vector<std::string> fleetDocuments;
+    /// Files by schema.
+    std::map<std::string, std::vector<std::string>> documents;
 };
 
 }  // namespace quorvel

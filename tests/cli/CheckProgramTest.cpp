@@ -4,8 +4,6 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <regex>
-#include <set>
-#include <unistd.h>
 #include <utility>
 
 #include "cli/CheckProgramFixture.h"
@@ -19,21 +17,17 @@ namespace fs = std::filesystem;
 using nlohmann::json;
 using namespace std::string_literals;
 
-/// "outcome, updates, applications without an answer, folders that could not be read", of one Mac or all
-/// hosts
+/// "outcome, updates, applications without an answer, folders that could not be read"
 std::string summaryOf(const json& report) {
-    std::size_t updates = 0, unanswered = 0, folders = 0;
-    const auto add = [](const json& list, const std::string& code, std::size_t& sum) {
-        for (const auto& entry : list)
-            sum += entry.at("code") == code ? 1 : 0;
+    const auto text = report.dump();
+    const auto count = [&](const std::string& word) {
+        std::size_t found = 0;
+        for (auto at = text.find(word); at != std::string::npos; at = text.find(word, at + 1))
+            ++found;
+        return ", " + std::to_string(found);
     };
-    for (const auto& host : report.value("hosts", json::array({report}))) {
-        updates += host.at("updates").size();
-        add(host.at("skipped"), "not_answered", unanswered);
-        add(host.at("issues"), "unreadable_folder", folders);
-    }
-    return report.at("outcome").get<std::string>() + ", " + std::to_string(updates) + ", " +
-           std::to_string(unanswered) + ", " + std::to_string(folders);
+    return report.at("outcome").get<std::string>() + count("\"catalog_url\"") + count("\"not_answered\"") +
+           count("\"unreadable_folder\"");
 }
 
 TEST_F(CheckProgramTest, reportsEveryWayACheckCanEndByStatusAndDocument) {
@@ -42,8 +36,8 @@ TEST_F(CheckProgramTest, reportsEveryWayACheckCanEndByStatusAndDocument) {
         int status;
         std::string summary, error;
     } rows[] = {
-        {"", 100, "complete, 201, 0, 0", ""},
-        {"failing-chunks", 3, "partial, 200, 1, 0",
+        {"", 100, "complete, 197, 0, 0", ""},
+        {"failing-chunks", 3, "partial, 196, 1, 0",
          "Some requests to the catalog failed: Server returned HTTP 500"},
         {"blocked", 5, "failed, 0, 0, 0",
          "Orbisto has blocked requests from your network (scanned 201 apps)."},
@@ -51,28 +45,47 @@ TEST_F(CheckProgramTest, reportsEveryWayACheckCanEndByStatusAndDocument) {
         {"no-apps", 0, "complete, 0, 0, 0", ""},
         {"html", 5, "failed, 0, 0, 0", "Response decode failed: The answer is not valid JSON"},
         {"cut", 4, "failed, 0, 0, 0", "was lost before the answer was complete."},
-        {"malformed-entries", 3, "partial, 101, 100, 0",
-         "100 entries of the catalog's answer were not understood."},
+        {"malformed-entries", 3, "partial, 99, 100, 0",
+         "99 entries of the catalog's answer were not understood."},
         {"very-large", 5, "failed, 0, 0, 0", "sent an answer longer than"},
-        {"unregistered", 100, "complete, 201, 0, 0", ""},
+        {"unregistered", 100, "complete, 197, 0, 0", ""},
     };
     installApps(201);
-    const auto inventory = folder.write("inventory.json", CheckProgramTest::rows(0, 201, "host")).string();
+    auto inventory = json::parse(CheckProgramTest::rows(0, 201, "host"));
+    const std::pair<std::size_t, const char*> notNewer[] = {{3, "-"}, {4, "2"}, {5, "2.1"}};
+    for (const auto& [number, version] : notNewer) {
+        const std::string name = inventory[number].at("bundle_name");
+        installApp(name, inventory[number].at("bundle_identifier"), version);
+        inventory[number]["bundle_short_version"] = version;
+    }
+    installApp("App 6", "com.example.6x", "1.0");
+    inventory[6]["bundle_identifier"] = "com.example.6x";
+    const auto file = folder.write("inventory.json", inventory.dump()).string();
     for (const auto& [scenario, status, summary, expected] : rows) {
         SCOPED_TRACE(scenario);
         startCatalog(201,
                      scenario.empty() ? std::vector<std::string>() : std::vector{"--scenario"s, scenario});
+        if (scenario.empty()) run({"--ignore", "com.example.0"});
+        std::vector<json> said;
         for (const bool isFleet : {false, true}) {
-            const auto result = isFleet ? run({"--inventory", inventory, "--json"}) : run({"--json"});
+            const auto result = isFleet ? run({"--inventory", file, "--json"}) : run({"--json"});
             const auto report = isFleet ? fleetDocument(result.output) : document(result.output);
             const std::string error = report.at("error").is_null() ? "" : report.at("error");
             EXPECT_EQ(result.status, status) << result.errors;
             EXPECT_EQ(summaryOf(report), summary);
             EXPECT_TRUE(expected.empty() ? error.empty() : error.contains(expected)) << error;
-            EXPECT_EQ((isFleet ? report.at("hosts").at(0) : report).at("apps"), 201);
+            const auto& host = isFleet ? report.at("hosts").at(0) : report;
+            EXPECT_EQ(host.at("apps"), 201);
+            auto verdicts = json::array({host.at("updates"), host.at("skipped")});
+            for (auto& list : verdicts) {
+                for (auto& verdict : list)
+                    verdict.erase("path");
+            }
+            said.push_back(std::move(verdicts));
             EXPECT_EQ(report.at("catalog"), url);
             EXPECT_EQ(result.errors, error.empty() ? "" : "quorvel-check: " + onOneLine(error) + "\n");
         }
+        EXPECT_EQ(said[0], said[1]) << "a Mac hears alone what it hears in a fleet";
         if (scenario.empty() || scenario == "failing-chunks") {
             EXPECT_EQ(run({"--exit-zero"}).status, status % 100);
         }
@@ -80,60 +93,37 @@ TEST_F(CheckProgramTest, reportsEveryWayACheckCanEndByStatusAndDocument) {
     }
 }
 
-/// Without the right to read what its own mode forbids, which root has otherwise.
-std::vector<std::string> withoutPrivilege(std::vector<std::string> command) {
-    if (geteuid() == 0) {
-        command.insert(command.begin(),
-                       {"/usr/bin/setpriv", "--bounding-set=-dac_override,-dac_read_search"});
-    }
-    return command;
-}
-
 TEST_F(CheckProgramTest, distinguishesNothingReadFromNothingThere) {
+    const std::string advice =
+        " is not there or cannot be read. Name one with --root DIR, or the volume of a Mac with "
+        "--system-root DIR.\n";
+    const auto empty = (folder.path / "empty").string(), missing = (folder.path / "missing").string();
+    const auto none = "quorvel-check: There is no folder to look into: " + missing + advice;
+    fs::create_directory(empty);
     const struct {
-        std::vector<std::string> roots;
+        std::vector<std::string> options;
         int status;
-        std::string summary, message;
+        std::string text;
     } rows[] = {
-        {{"missing"}, 6, "failed, 0, 0, 1", "There is no folder to look into: "},
-        {{"locked"}, 6, "failed, 0, 0, 1", "--root DIR, or the volume of a Mac with --system-root DIR."},
-        {{"file"}, 6, "failed, 0, 0, 1", "file is not there or cannot be read."},
-        {{"empty"}, 0, "complete, 0, 0, 0", "No applications found in "},
-        {{"empty", "missing"}, 3, "partial, 0, 0, 1", "Could not read the folder "},
-        {{"outer"}, 3, "partial, 0, 0, 1", "outer/inner."},
+        {{"--root", missing}, 6, none},
+        {{"--root", missing, "--explain", "x"}, 6, none},
+        {{"--root", missing, "--ignore", "x"}, 6, none},
+        {{"--root", missing, "--show-request"}, 6, none},
+        {{"--root", empty}, 0, "No applications found in " + empty},
+        {{"--root", empty, "--root", missing}, 3, "Could not read the folder " + missing + "."},
+        {{"--root", empty, "--explain", "x"}, 1, "No application x was found in " + empty + ".\n"},
+        {{"--root", empty, "--root", missing, "--explain", "x"}, 1, "/missing could not be read.\n"},
+        {{"--root", empty, "--ignore", "x"}, 1, "No application with the identifier x was found"},
+        {{"--root", empty, "--show-request"}, 0, "Nothing would be sent: no applications were"},
     };
-    folder.write("file", "");
-    for (const char* name : {"empty", "locked", "outer/inner"})
-        fs::create_directories(folder.path / name);
-    for (const char* name : {"locked", "outer/inner"})
-        fs::permissions(folder.path / name, fs::perms::none);
-    for (const auto& [roots, status, summary, message] : rows) {
-        SCOPED_TRACE(message);
-        const auto runWith = [&](std::vector<std::string> words) {
-            for (const auto& root : roots)
-                words.insert(words.end(), {"--root", (folder.path / root).string()});
-            return Process(withoutPrivilege(command(words))).finish();
-        };
-        const auto plain = runWith({});
-        EXPECT_EQ(plain.status, status) << plain.errors;
-        EXPECT_TRUE((plain.output + plain.errors).contains(message)) << plain.output << plain.errors;
-        EXPECT_EQ(summaryOf(document(runWith({"--json"}).output)), summary);
-        const std::pair<std::vector<std::string>, std::string> modes[] = {
-            {{"--explain", "x"}, "quorvel-check: No application x was found in "},
-            {{"--ignore", "x"}, "quorvel-check: No application with the identifier x was found in "},
-            {{"--show-request"}, "Nothing would be sent: no applications were found in "},
-        };
-        for (const auto& [mode, sentence] : modes) {
-            const auto other = runWith(mode);
-            EXPECT_EQ(other.status == 6, status == 6) << mode[0];
-            EXPECT_TRUE(status == 6
-                            ? other.errors == plain.errors
-                            : (other.output + other.errors).starts_with(sentence + folder.path.string()))
-                << other.errors;
-        }
+    for (const auto& [options, status, text] : rows) {
+        const auto result = run(options);
+        EXPECT_EQ(result.status, status) << text;
+        EXPECT_TRUE((result.errors + result.output).contains(text)) << result.errors << result.output;
     }
-    for (const char* name : {"locked", "outer/inner"})
-        fs::permissions(folder.path / name, fs::perms::owner_all);
+    EXPECT_EQ(summaryOf(document(run({"--root", missing, "--json"}).output)), "failed, 0, 0, 1");
+    EXPECT_EQ(summaryOf(document(run({"--root", empty, "--root", missing, "--json"}).output)),
+              "partial, 0, 0, 1");
 }
 
 TEST_F(CheckProgramTest, countsWhatSeveralFoldersHoldOnceAndPrintsTheSameInEveryLocale) {
@@ -141,19 +131,16 @@ TEST_F(CheckProgramTest, countsWhatSeveralFoldersHoldOnceAndPrintsTheSameInEvery
     for (const char* name : {"Zoo", "Ängel", "ant"})
         installApp(std::string("Sub/") + name, "com.example.0", "1.0");
     startCatalog(1);
-    std::set<std::string> outputs;
+    const auto root = (folder.path / "Applications").string();
     for (const char* locale : {"sv_SE.UTF-8", "C"}) {
         const ScopedVariable variable("LC_ALL", locale);
-        const auto root = (folder.path / "Applications").string();
         const auto report = document(run({"--json", "--root", root + "/Sub/../Sub", "--root", root}).output);
         EXPECT_EQ(report.at("apps"), 5) << report;
         std::string names;
         for (const auto& entry : report.at("updates"))
             names += entry.at("name").get<std::string>() + " ";
         EXPECT_EQ(names, "Ängel ant App 0 Zoo ") << locale;
-        outputs.insert(report.at("skipped").dump());
     }
-    EXPECT_EQ(outputs.size(), 1U);
 }
 
 TEST_F(CheckProgramTest, ignoresTheVersionOnOfferUntilToldOtherwise) {
@@ -224,10 +211,6 @@ TEST_F(CheckProgramTest, explainsHowOneApplicationCameToItsOutcome) {
             << name << "\n"
             << text;
     }
-    const auto missing = run({"--explain", "App", "--root", (folder.path / "gone").string(), "--root",
-                              (folder.path / "Applications").string()});
-    EXPECT_EQ(missing.status, 1);
-    EXPECT_TRUE(missing.errors.ends_with("gone could not be read.\n")) << missing.errors;
 }
 
 TEST_F(CheckProgramTest, showsExactlyTheRequestsThatGoOut) {
@@ -305,14 +288,6 @@ TEST_F(CheckProgramTest, saysOnceThatNothingCanBeKept) {
     EXPECT_EQ(folder.read("data"), "a file where the folder should be");
     EXPECT_EQ(run({"--ignore", "com.example.0"}).errors,
               "quorvel-check: Could not keep that in " + (folder.path / "data").string() + ".\n");
-    // An installation that is registered stays so where only reading is left.
-    const auto data = folder.path / "data";
-    fs::remove(data);
-    folder.write("data/instance_id.json", R"({"id":40001})");
-    fs::permissions(data, fs::perms::owner_read | fs::perms::owner_exec);
-    EXPECT_EQ(Process(withoutPrivilege(command({}))).finish().errors,
-              "quorvel-check: Nothing can be kept in " + data.string() + ": no version can be ignored.\n");
-    fs::permissions(data, fs::perms::owner_all);
 }
 
 }  // namespace

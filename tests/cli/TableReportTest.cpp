@@ -13,31 +13,25 @@ Terminal terminal(std::size_t width) {
     return {.isTerminal = true, .hasControls = true, .colour = width > 66, .width = width};
 }
 
+const std::string longName = "A " + families + std::string(60, 'n');
+const std::vector<ScanIssue> issues{{"ספר", "/x/" + std::string(40, 'p') + ".app", "could not read bundle"}};
+const std::vector<ScanIssue> folderIssues{{"y", "/x/y", "could not read folder"}};
+
 /// Texts of every kind, among them what a hostile bundle would choose.
 HostReport sampleReport() {
-    static const std::string longName = "A " + families + std::string(60, 'n');
-    static const std::vector<ScanIssue> issues{
-        {"ספר", "/x/" + std::string(40, 'p') + ".app", "could not read bundle"}};
-    static const std::vector<ScanIssue> folderIssues{{"y", "/x/y", "could not read folder"}};
-    return {
-        .name = "",
-        .source = "",
-        .system = {{14, 5, 0}, RunningSystem::Source::given},
-        .apps = 6,
-        .verdicts = {.updates = {{{"藍染帳", "", "1.0", ""}, "1.10"},
-                                 {{longName, "", "2024.10.31 (123456)", ""}, "$(MARKETING_VERSION) and more"},
-                                 {{"Plain \x1b[31m Name", "", "1.0", ""}, "1.10", 1, true}},
-                     .skipped = {skippedVerdict({"b", "", "2.0", ""}, SkipCode::upToDate, "already at latest",
-                                                false),
-                                 skippedVerdict({"Another application of words", "", "-", ""},
-                                                SkipCode::installedVersionInvalid,
-                                                "local version invalid: "
-                                                "\"$(MARKETING_VERSION)-and-more\"",
-                                                true),
-                                 skippedVerdict({"A", "", "1.0", ""}, SkipCode::notRecognised,
-                                                "not recognised", false)}},
-        .issues = issues,
-        .folderIssues = folderIssues};
+    return {.source = "/a, /b\x1b]0;title\a and /c",
+            .system = {{14, 5, 0}, RunningSystem::Source::given},
+            .apps = 6,
+            .verdicts = {{{{"藍染帳", "", "1.0"}, "1.10"},
+                          {{longName, "", "2024.10.31 (123456)"}, "$(MARKETING_VERSION) and more"},
+                          {{"Plain \x1b[31m Name", "", "1.0"}, "1.10", 1, true}},
+                         {skippedVerdict({"b", "", "2.0"}, SkipCode::upToDate, "already at latest", false),
+                          skippedVerdict({"Another application of words", "", "-"},
+                                         SkipCode::installedVersionInvalid,
+                                         "local version invalid: \"$(MARKETING_VERSION)-and-more\"", true),
+                          skippedVerdict({"A", "", "1.0"}, SkipCode::notRecognised, "unknown", false)}},
+            .issues = issues,
+            .folderIssues = folderIssues};
 }
 
 const std::string sum =
@@ -104,16 +98,18 @@ TEST(TableReport, losesNothingButTheEndsOfNamesInANarrowTerminal) {
 }
 
 TEST(TableReport, saysWhatItsLastLineRestsOn) {
-    HostReport report{.name = "",
-                      .source = "/a, /b\x1b]0;title\a and /c",
-                      .system = {{26, 1, 0}, RunningSystem::Source::assumed}};
-    EXPECT_EQ(tableReport(report, true, {}), "No applications found in /a, /b ]0;title  and /c.\n");
-    report.apps = 1;
-    const std::vector<ScanIssue> issues(2);
-    report.issues = issues;
+    auto report = sampleReport();
+    report.verdicts = {};
+    report.system = {{26, 1, 0}, RunningSystem::Source::assumed};
+    const std::vector<ScanIssue> twoIssues(2);
+    report.issues = twoIssues;
+    const std::string omissions =
+        "; 2 bundles could not be listed (--all names them); 1 folder could not be read.\n";
     EXPECT_EQ(tableReport(report, false, {}),
-              "Nothing newer for 1 application on macOS 26.1.0 (assumed; --os-version says which it is); "
-              "2 bundles could not be listed (--all names them).\n");
+              "Nothing newer for 6 applications on macOS 26.1.0 (assumed; --os-version says which it is)" +
+                  omissions);
+    report.apps = 0;
+    EXPECT_EQ(tableReport(report, false, {}), "No applications found in /a, /b ]0;title  and /c" + omissions);
 }
 
 }  // namespace

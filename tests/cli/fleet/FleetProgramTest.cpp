@@ -104,18 +104,13 @@ TEST_F(FleetProgramTest, saysOfEachInventoryWhyItIsNotRead) {
 TEST_F(FleetProgramTest, readsStandardInputAndManyHostsWithoutAnApplication) {
     std::string log;
     for (int host = 0; host < 20'000; ++host)
-        log += R"({"action":"snapshot","snapshot":[],"hostIdentifier":"h)" + std::to_string(host) +
-               "\",\"unixTime\":1}\n";
-    const auto result =
-        Process({"/bin/sh", "-c",
-                 check + " --catalog http://127.0.0.1:1/v1 --data-dir " + folder.path.string() +
-                     " --inventory - --json-lines < " + folder.write("log", log).string() + " | tail -n 2"})
-            .finish();
-    const auto printed = lines(result.output);
-    ASSERT_EQ(printed.size(), 2U) << result.errors;
-    EXPECT_EQ(printed[0].at("source"), "-");
-    EXPECT_EQ(printed[1].at("outcome"), "complete");
-    EXPECT_EQ(printed[1].at("hosts"), 20'000);
+        log += R"({"action":"snapshot","snapshot":[],"hostIdentifier":"h)" + std::to_string(host) + "\"}\n";
+    const auto result = Process({"/bin/sh", "-c",
+                                 check + " --catalog " + url + " --data-dir " + folder.path.string() +
+                                     " --inventory - < " + folder.write("log", log).string()})
+                            .finish();
+    EXPECT_TRUE(result.output.starts_with("Nothing newer on 20000 hosts; "))
+        << result.output << result.errors;
 }
 
 TEST_F(FleetProgramTest, keepsMetricsThroughAFailureAndNoApplicationAmongThem) {

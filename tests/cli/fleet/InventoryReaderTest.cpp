@@ -49,8 +49,6 @@ const std::vector<Sample> rows{
     {row(R"("path":"/Applications/N.app","hostname":"h","os_version":"14.5")"),
      "h on 14.5.0: N=1<i>/Applications/N.app\n"},
     {row(R"("path":"/Users/u/Applications/Sub/N.app")"), app("/Users/u/Applications/Sub/N.app")},
-    {row(R"("path":"/System/Applications/N.app","columns":{"os_version":26}})"),
-     "damaged file.json: It is no valid JSON"},
     {row(R"("path":"/System/Applications/N.app","extra":[{"a":null}],"os_version":26)"),
      "file on 26.0.0: N=1<i>/System/Applications/N.app\n"},
     {row(R"("path":"")"), app("")},
@@ -180,8 +178,6 @@ TEST(InventoryReader, boundsWhatAHostileInventoryCosts) {
     const std::string head = R"([{"bundle_identifier":"i","bundle_version":"1","name":")";
     const std::string longest(JsonPieces::maxPiece - head.size() - 2, 'n');
     EXPECT_TRUE(outlineOf(head + longest + "\"}]").starts_with("file: nnn"));
-    EXPECT_TRUE(outlineOf(head + longest + std::string(300'000, 'n') + "\"}]")
-                    .starts_with("too_large file.json: A value is longer than 1048576 bytes at byte "));
     std::size_t handedOut = 0;
     Fleet fleet;
     readInventory(fleet, "endless", "endless", [&](std::span<char> room) {
@@ -191,7 +187,9 @@ TEST(InventoryReader, boundsWhatAHostileInventoryCosts) {
         return static_cast<std::ptrdiff_t>(room.size());
     });
     EXPECT_LT(handedOut, 3 * JsonPieces::maxPiece);
-    EXPECT_TRUE(outlineOf(fleet).starts_with("too_large endless: ")) << outlineOf(fleet);
+    EXPECT_TRUE(
+        outlineOf(fleet).starts_with("too_large endless: A value is longer than 1048576 bytes at byte "))
+        << outlineOf(fleet);
 
     std::string manyRows = "[";
     for (int index = 0; index < 100'001; ++index)
@@ -203,18 +201,19 @@ TEST(InventoryReader, boundsWhatAHostileInventoryCosts) {
 }
 
 TEST(Fleet, takesTheNewestOfSeveralInventoriesOfAHostOrNone) {
+    const std::string newest = "h at 1970-01-01T00:00:02Z: New=2<i>\n";
+    const auto none = [](const std::string& host) {
+        return "duplicate_host a.json " + host +
+               ": Two inventories are of this host, a.json and b.json, and no " +
+               "times say which is newer.\n";
+    };
     const struct {
         std::string first, second, outline;
     } table[] = {
-        {snapshot("h", "1", oldRow), snapshot("h", "2", newRow), "h at 1970-01-01T00:00:02Z: New=2<i>\n"},
-        {snapshot("h", "2", newRow), snapshot("h", "1", oldRow), "h at 1970-01-01T00:00:02Z: New=2<i>\n"},
-        {snapshot("h", "1", newRow), snapshot("h", "1", oldRow),
-         "duplicate_host a.json h: Two inventories are of this host, a.json and b.json, and no times say "
-         "which "
-         "is newer.\n"},
-        {snapshot("file", "1", newRow), oldRow,
-         "duplicate_host a.json file: Two inventories are of this host, a.json and b.json, and no times say "
-         "which is newer.\n"},
+        {snapshot("h", "1", oldRow), snapshot("h", "2", newRow), newest},
+        {snapshot("h", "2", newRow), snapshot("h", "1", oldRow), newest},
+        {snapshot("h", "1", newRow), snapshot("h", "1", oldRow), none("h")},
+        {snapshot("file", "1", newRow), oldRow, none("file")},
     };
     for (const auto& [first, second, outline] : table) {
         Fleet fleet;

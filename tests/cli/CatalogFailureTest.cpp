@@ -33,7 +33,6 @@ TEST(CatalogFailure, saysWhatHappenedWhetherItWasReachedAndWhatToDo) {
         {tooManyRequests(seconds(121)), other, fewer + "in 3 minutes.", ExitStatus::refused, ""},
         {SessionError{Code::badURL, "x"}, other, "x", ExitStatus::unexpected, ""},
         {SessionError{Code::badServerResponse, "x"}, other, "x", ExitStatus::refused, ""},
-        {SessionError{Code::dataLengthExceedsMaximum, "x"}, other, "x", ExitStatus::refused, ""},
         {SessionError{Code::timedOut, "x"}, real, "x", ExitStatus::notReached, ""},
         {SessionError{Code::timedOut, "x"}, other, "x", ExitStatus::notReached, other + unanswered},
         {SessionError{Code::timedOut, "x"}, ownName, "x", ExitStatus::notReached,

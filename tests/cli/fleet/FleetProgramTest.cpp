@@ -17,22 +17,14 @@ using nlohmann::json;
 /// Runs quorvel-check over inventories.
 class FleetProgramTest : public CheckProgramTest {
 protected:
-    std::string inventories() const { return (folder.path / "inventories").string(); }
-
-    std::vector<json> lines(const std::string& output) {
-        std::vector<json> list;
-        std::istringstream stream(output);
-        for (std::string line; std::getline(stream, line);)
-            list.push_back(fleetDocument(line));
-        return list;
-    }
+    const std::string inventories = (folder.path / "inventories").string();
 };
 
 TEST_F(FleetProgramTest, asksForAFleetOnceAndSaysTheSameInEachForm) {
     folder.write("inventories/a.json", rows(0, 150, "a"));
     folder.write("inventories/b.json", rows(100, 101, "b"));
     startCatalog(200);
-    const auto document = fleetDocument(run({"--inventory", inventories(), "--json"}).output);
+    const auto document = fleetDocument(run({"--inventory", inventories, "--json"}).output);
     const auto requests = recorded();
     const auto asked = [&](const std::string& path) {
         return std::ranges::count_if(requests, [&](const auto& each) { return each.contains(path); });
@@ -42,21 +34,25 @@ TEST_F(FleetProgramTest, asksForAFleetOnceAndSaysTheSameInEachForm) {
     EXPECT_TRUE(requests.back().contains("apps=201 updates=200")) << requests.back();
     EXPECT_TRUE(folder.read("data/error.log")
                     .ends_with("Checked 2 hosts: newer versions of 200 of 201 applications\n"));
-    const auto printed = lines(run({"--inventory", inventories(), "--json-lines"}).output);
+    std::istringstream lines(run({"--inventory", inventories, "--json-lines"}).output);
+    std::vector<json> printed;
+    for (std::string line; std::getline(lines, line);)
+        printed.push_back(fleetDocument(line));
     ASSERT_EQ(printed.size(), 3U);
     EXPECT_EQ(json::array({printed[0], printed[1]}), document.at("hosts"));
-    EXPECT_EQ(printed[2].at("outcome"), "complete");
-    EXPECT_EQ(printed[2].at("hosts"), 2);
-    EXPECT_EQ(printed[2].at("failed"), 0);
+    EXPECT_EQ(json::array({printed[2].at("hosts"), printed[2].at("failed")}), json::array({2, 0}));
 
-    const auto host = run({"--inventory", inventories(), "--host", "b", "--os-version", "11"}).output;
+    const auto host = run({"--inventory", inventories, "--host", "b", "--os-version", "11"}).output;
     EXPECT_TRUE(host.starts_with("b\n\nNew versions available (100)\n")) << host;
     EXPECT_TRUE(host.ends_with("\n100 newer versions for 101 applications on macOS 11.0.0.\n")) << host;
-    EXPECT_EQ(run({"--inventory", inventories(), "--host", "nobody"}).errors,
+    EXPECT_EQ(run({"--inventory", inventories, "--host", "nobody"}).errors,
               "quorvel-check: There is no host nobody in the inventories.\n");
-    const auto shown = run({"--inventory", inventories(), "--show-request"});
+    const auto shown = run({"--inventory", inventories, "--show-request"});
     EXPECT_EQ(shown.status, 0) << shown.errors;
-    EXPECT_TRUE(shown.output.contains("== Every check;") && shown.output.contains("\"com.example.99\"]}"));
+    EXPECT_TRUE(
+        shown.output.starts_with("== Every check; \"updates=\" is followed by their number ==\n\nPOST ") &&
+        shown.output.contains("\"com.example.99\"]}"))
+        << shown.output;
 }
 
 TEST_F(FleetProgramTest, saysOfEachInventoryWhyItIsNotRead) {
@@ -65,20 +61,20 @@ TEST_F(FleetProgramTest, saysOfEachInventoryWhyItIsNotRead) {
     folder.write("inventories/cut.json", rows(0, 1, "cut").substr(0, 60));
     folder.write("inventories/.hidden", "no inventory");
     folder.write("inventories/sub/more.json", "[]");
-    ASSERT_EQ(mkfifo((inventories() + "/fifo").c_str(), 0600), 0);
-    fs::create_symlink("good.json", inventories() + "/link.json");
+    ASSERT_EQ(mkfifo((inventories + "/fifo").c_str(), 0600), 0);
+    fs::create_symlink("good.json", inventories + "/link.json");
     const std::string onlyFiles = "; in a folder of inventories only regular files are read.\n";
     const std::string failures =
-        inventories() + "/fifo: It is a FIFO" + onlyFiles + inventories() + "/link.json: It is a link" +
-        onlyFiles + inventories() + "/sub: It is a folder" + onlyFiles + inventories() +
-        "/missing: It could not be opened: No such file or directory.\n" + inventories() +
+        inventories + "/fifo: It is a FIFO" + onlyFiles + inventories + "/link.json: It is a link" +
+        onlyFiles + inventories + "/sub: It is a folder" + onlyFiles + inventories +
+        "/missing: It could not be opened: No such file or directory.\n" + inventories +
         "/cut.json: It is cut off: it ends in the middle of a value at byte 60.\n";
-    const std::vector<std::string> options{"--inventory", inventories(),
-                                           "--inventory", inventories() + "/good.json",
-                                           "--inventory", inventories() + "/missing"};
-    auto withJson = options;
-    withJson.emplace_back("--json");
-    const auto result = run(withJson);
+    std::vector<std::string> options{"--inventory", inventories,
+                                     "--inventory", inventories + "/good.json",
+                                     "--inventory", inventories + "/missing"};
+    const auto plain = run(options);
+    options.emplace_back("--json");
+    const auto result = run(options);
     const auto report = fleetDocument(result.output);
     EXPECT_EQ(result.status, 3);
     EXPECT_EQ(report.at("hosts").size(), 1U);
@@ -88,7 +84,6 @@ TEST_F(FleetProgramTest, saysOfEachInventoryWhyItIsNotRead) {
         found +=
             failure.at("source").get<std::string>() + ": " + failure.at("reason").get<std::string>() + "\n";
     EXPECT_EQ(found, failures);
-    const auto plain = run(options);
     EXPECT_TRUE(plain.output.contains("Not read, or not whole (5)\n")) << plain.output;
     EXPECT_TRUE(
         plain.output.ends_with("\n1 newer version of 1 application on 1 of 6 hosts; 5 hosts could "
@@ -96,7 +91,7 @@ TEST_F(FleetProgramTest, saysOfEachInventoryWhyItIsNotRead) {
                                "not known.\n"))
         << plain.output;
     EXPECT_TRUE(plain.errors.ends_with("There are 4 more problems with inventories.\n")) << plain.errors;
-    const auto none = run({"--inventory", inventories() + "/cut.json", "--json"});
+    const auto none = run({"--inventory", inventories + "/cut.json", "--json"});
     EXPECT_EQ(none.status, 6);
     EXPECT_EQ(fleetDocument(none.output).at("outcome"), "failed");
 }
@@ -119,7 +114,7 @@ TEST_F(FleetProgramTest, keepsMetricsThroughAFailureAndNoApplicationAmongThem) {
                  R"({"action":"snapshot","snapshot":)" + rows(0, 1, "b") + R"(,"unixTime":1700000000})");
     const auto file = (folder.path / "quorvel.prom").string();
     const std::vector<std::string> options{
-        "--inventory", inventories(), "--inventory", (folder.path / "log").string(), "--prometheus", file};
+        "--inventory", inventories, "--inventory", (folder.path / "log").string(), "--prometheus", file};
     startCatalog(1);
     EXPECT_EQ(run(options).status, 100);
     struct stat status{};
@@ -170,7 +165,7 @@ quorvel_last_success_timestamp_seconds )" +
     EXPECT_EQ(single.status, 100) << single.errors;
     const std::regex mac("\nquorvel_updates\\{host=\"[^\"]+\"\\} 2\n[^]*\nquorvel_hosts 1\n");
     EXPECT_TRUE(std::regex_search(folder.read("quorvel.prom"), mac)) << folder.read("quorvel.prom");
-    EXPECT_EQ(run({"--inventory", inventories(), "--prometheus", "/proc/none/x"}).errors,
+    EXPECT_EQ(run({"--inventory", inventories, "--prometheus", "/proc/none/x"}).errors,
               "quorvel-check: Could not write /proc/none/x.\n");
 }
 

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <optional>
 
+#include "cli/Table.h"
 #include "platform/ProgramInfo.h"
 #include "platform/posix/http/CatalogAddress.h"
 
@@ -11,12 +12,10 @@ namespace quorvel {
 namespace {
 
 std::string duration(std::chrono::seconds time) {
-    const auto count = [](std::int64_t number, const char* unit) {
-        return std::to_string(number) + " " + unit + (number == 1 ? "" : "s");
-    };
     constexpr std::chrono::seconds inSeconds{120};
-    if (time <= inSeconds) return count(time.count(), "second");
-    return count(std::chrono::ceil<std::chrono::minutes>(time).count(), "minute");
+    const auto minutes = std::chrono::ceil<std::chrono::minutes>(time);
+    return time <= inSeconds ? counted(static_cast<std::size_t>(time.count()), "second")
+                             : counted(static_cast<std::size_t>(minutes.count()), "minute");
 }
 
 /// The one refusal that says what to do: its body, often another program's document, would only hide that.

@@ -257,6 +257,7 @@ TEST_F(CheckProgramTest, givesATerminalItsColoursAndNothingThatANameBrought) {
     const std::string hostile = "App\x1b]0;title\a\r\u009b2J\u202e";
     const std::string root = (folder.path / hostile).string();
     installApps(1);
+    const auto inventory = folder.write("inventory.json", CheckProgramTest::rows(0, 1, hostile)).string();
     fs::create_directory(root);
     fs::rename(folder.path / "Applications/App 0.app", root + "/" + hostile + ".app");
     startCatalog(1);
@@ -268,6 +269,8 @@ TEST_F(CheckProgramTest, givesATerminalItsColoursAndNothingThatANameBrought) {
                                     {"--show-request", "--root", root},
                                     {"--explain", hostile, "--root", root},
                                     {"--root", root + "/missing"},
+                                    {"--inventory", inventory, "--host", hostile},
+                                    {"--inventory", inventory, "--json-lines"},
                                     {"--" + hostile}})
             output += Process(command(options), 40).finish().output;
         EXPECT_EQ(output.contains("\x1b[1;32m"), isColoured) << output;

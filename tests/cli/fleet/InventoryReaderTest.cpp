@@ -227,9 +227,9 @@ TEST(Fleet, takesTheNewestOfSeveralInventoriesOfAHostOrNone) {
 
 TEST(FleetEvaluation, asksForEachIdentifierOnceByTheNameThatMostRowsHave) {
     Fleet fleet;
-    const std::pair<const char*, const char*> rows[] = {{"Old", "z"}, {"Renamed", "z"}, {"Renamed", "z"},
-                                                        {"Tie", "y"}, {"Even", "y"},    {"Nameless", ""}};
-    for (const auto& [name, identifier] : rows)
+    const std::pair<const char*, const char*> listed[] = {{"Old", "z"}, {"Renamed", "z"}, {"Renamed", "z"},
+                                                          {"Tie", "y"}, {"Even", "y"},    {"Nameless", ""}};
+    for (const auto& [name, identifier] : listed)
         fleet.hosts.emplace_back().apps.push_back(fleet.table.add({name, identifier, "1", name}));
     fleet.table.add({"Superseded", "x", "1", ""});
     std::string asked;

@@ -120,6 +120,7 @@ TEST_F(CheckProgramTest, distinguishesNothingReadFromNothingThere) {
         const auto result = run(options);
         EXPECT_EQ(result.status, status) << text;
         EXPECT_TRUE((result.errors + result.output).contains(text)) << result.errors << result.output;
+        EXPECT_TRUE(text != none || folder.read("data/error.log").empty()) << "nothing was scanned";
     }
     EXPECT_EQ(summaryOf(document(run({"--root", missing, "--json"}).output)), "failed, 0, 0, 1");
     EXPECT_EQ(summaryOf(document(run({"--root", empty, "--root", missing, "--json"}).output)),

@@ -24,9 +24,11 @@ TEST(Progress, saysWhatIsWaitedForAfterASecondWhereItCanBeTakenAway) {
         EXPECT_EQ(written(), "");
         queue.advance(std::chrono::milliseconds(1));
         progress.waitFor("two");
+        progress.show();
         progress.clear();
         progress.clear();
-        EXPECT_EQ(written(), hasControls ? "\r\x1b[Kone\r\x1b[Ktwo\r\x1b[K" : "");
+        progress.show();
+        EXPECT_EQ(written(), hasControls ? "\r\x1b[Kone\r\x1b[Ktwo\r\x1b[Ktwo\r\x1b[K" : "");
         std::fclose(stream);
         free(text);
     }

@@ -130,6 +130,7 @@ const std::vector<Sample> formats{
     {plist("<dict/>"), "not_an_inventory file.json: It is none of the inventories"},
     {plist("<array>"), "damaged file.json: It is no property list that can be read whole."},
     {"bplist00", "damaged file.json: It is no property list that can be read whole."},
+    {oldRow + "x", "damaged file.json: It is no valid JSON"},
     {"", "not_an_inventory file.json: It is empty."},
     {"hostname,path\n", "not_an_inventory file.json: It is none of the inventories"},
     {R"([1,2])", "not_an_inventory file.json: It is none of the inventories"},

@@ -23,36 +23,25 @@ std::string withValue(const std::string& value) {
     return inRoot("<key>a</key>" + value + "<key>b</key><string>after</string>");
 }
 
-/// The units of ASCII, behind a mark of byte order if one is asked for.
-std::string inUtf16(std::string_view ascii, bool isBigEndian, bool hasMark) {
-    std::string units = !hasMark ? "" : isBigEndian ? "\xFE\xFF" : "\xFF\xFE";
+/// The units of ASCII.
+std::string inUtf16(std::string_view ascii, bool isBigEndian) {
+    std::string units;
     for (const char character : ascii)
         units += isBigEndian ? std::string{'\0', character} : std::string{character, '\0'};
     return units;
-}
-
-/// A big-endian list whose key "a" has a text of these units.
-std::string withUnits(const std::string& units) {
-    return inUtf16("<dict><key>a</key><string>", true, true) + units +
-           inUtf16("</string></dict>", true, false);
 }
 
 const std::string bareList = "<dict><key>a</key><string>x</string></dict>";
 
 TEST(XmlPropertyList, readsATextAsAMacDoes) {
     expectTexts({
-        {"empty", withValue("<string></string>"), Texts{"", "after"}},
         {"empty element", withValue("<string/>"), Texts{"", "after"}},
         {"white space kept", withValue("<string> 1\n\t</string>"), Texts{" 1\n\t", "after"}},
         {"entities and CDATA", withValue("<string>&lt;&#65;&#x1F600;<![CDATA[<b>&amp;]]>\u00E9</string>"),
          Texts{"<A\U0001F600<b>&amp;\u00E9", "after"}},
-        {"attributes ignored", withValue("<string xml:lang=\"en\">x</string>"), Texts{"x", "after"}},
-        {"key with entities", inRoot("<key>&#97;</key><string>x</string>"), Texts{"x", none}},
         {"last of two keys",
          inRoot("<key>a</key><string>x</string><key>b</key><true/><key>a</key><string>y</string>"),
          Texts{"y", none}},
-        {"last of two keys no text", inRoot("<key>a</key><string>x</string><key>a</key><true/>"),
-         Texts{none, none}},
         {"nested keys are not the root's",
          withValue("<dict><key>a</key><string>x</string><key>b</key><string>y</string></dict>"),
          Texts{none, "after"}},
@@ -62,37 +51,14 @@ TEST(XmlPropertyList, readsATextAsAMacDoes) {
 }
 
 TEST(XmlPropertyList, passesOverEveryOtherSoundValue) {
-    const std::string largest = "18446744073709551615", smallest = "-9223372036854775808";
-    const struct {
-        std::string element;
-        std::vector<std::string> sound, malformed;
-    } rows[] = {
-        {"integer",
-         {"-12", " + 12", "0x1fA", "-0X10", largest, smallest},
-         {"", "x", "1.5", "1 ", "--1", "0x", "18446744073709551616", "-9223372036854775809"}},
-        {"real",
-         {"1.5", "\n-.1E-7", "2.e+999", "+Infinity", "-inf", "nan"},
-         {"", ".", "1.5x", "1e", "1e+", "+-1", "+ 1", "nan(1)"}},
-        {"date",
-         {"2001-02-03T04:05:06Z", "-0001-02-03T04:05:06Z"},
-         {"", "2001-02-03T04:05:06", "2001-02-03 04:05:06Z", "2001-02-0xT04:05:06Z"}},
-        {"true", {""}, {" ", "<true/>"}},
-        {"false", {""}, {"x"}},
-        {"data", {"", "\n\tAQID\n\t"}, {"<data/>"}},
-        {"array",
-         {"", "<dict><key>k</key><array><true/></array></dict>", "<!-- c --><?i?>"},
-         {"<key>k</key>", "x"}},
-        {"string", {}, {"a<b/>c", "a<!-- b -->c", "a<?b?>c", "&unknown;", "\xED\xA0\x80"}},
-    };
-    for (const auto& [element, sound, malformed] : rows) {
-        const auto list = [&](const std::string& value) {
-            return withValue("<" + element + ">" + value + "</" + element + ">");
-        };
-        for (const auto& value : sound)
-            expectTexts({{element + " " + value, list(value), Texts{none, "after"}}});
-        for (const auto& value : malformed)
-            expectTexts({{element + " " + value, list(value), refused}});
-    }
+    for (const std::string value :
+         {"<integer>-12</integer>", "<integer> + 12</integer>", "<integer>-0X1fA</integer>",
+          "<integer>18446744073709551615</integer>", "<integer>-9223372036854775808</integer>",
+          "<real>1.5</real>", "<real>\n-.1E-7</real>", "<real>2.e+999</real>", "<real>+Infinity</real>",
+          "<real>nan</real>", "<date>2001-02-03T04:05:06Z</date>", "<date>-0001-02-03T04:05:06Z</date>",
+          "<true/>", "<false></false>", "<data>\n\tAQID\n\t</data>", "<array><!-- c --><?i?></array>",
+          "<array><dict><key>k</key><array><true/></array></dict></array>"})
+        expectTexts({{value, withValue(value), Texts{none, "after"}}});
 }
 
 TEST(XmlPropertyList, readsEveryEncodingAMacReads) {
@@ -104,44 +70,29 @@ TEST(XmlPropertyList, readsEveryEncodingAMacReads) {
         {"without <plist>", bareList, expected},
         {"UTF-8 with mark", "\xEF\xBB\xBF" + inList(bareList), expected},
         {"white space first", "\n " + inList(bareList), expected},
-        {"white space first, UTF-16", inUtf16("\n" + inList(bareList), false, true), expected},
-        {"UTF-16 big without mark", inUtf16(bareList, true, false), expected},
-        {"UTF-16 little without mark", inUtf16(bareList, false, false), expected},
-        {"UTF-16 declared", inUtf16(declared, false, true), expected},
-        // Converted in pieces, with pairs of surrogates at either place of a piece's end.
-        {"long UTF-16", withUnits(repeated(5'000, "\xD8\x3D\xDE\x00"s)),
-         Texts{repeated(5'000, "\U0001F600"), none}},
-        {"by a unit more", withUnits("\x00x"s + repeated(5'000, "\xD8\x3D\xDE\x00"s)),
+        {"UTF-16 big without mark", inUtf16(bareList, true), expected},
+        {"UTF-16 little without mark", inUtf16(bareList, false), expected},
+        {"UTF-16 declared", "\xFF\xFE" + inUtf16("\n" + declared, false), expected},
+        // Converted in pieces, a pair of surrogates at a piece's end.
+        {"long UTF-16",
+         inUtf16("<dict><key>a</key><string>x", true) + repeated(5'000, "\xD8\x3D\xDE\x00"s) +
+             inUtf16("</string></dict>", true),
          Texts{"x" + repeated(5'000, "\U0001F600"), none}},
-        {"leading surrogate alone", withUnits("\xD8\x3D\x00x"s), refused},
-        {"trailing surrogate alone", withUnits("\xDE\x00"s), refused},
-        {"half a unit", withUnits("\x00x"s) + "\0"s, refused},
         {"Latin 1 declared", latin, Texts{"\u00E9", none}},
-        {"the mark over the declaration", "\xEF\xBB\xBF" + latin, refused},
     });
 }
 
 TEST(XmlPropertyList, refusesWhatIsNotAPropertyList) {
     for (const std::string content :
-         {"", "<array/>", "<string>x</string>", "<dict/><dict/>", "<dict></dict>x", "x<dict/>",
-          "<dict><string>x</string></dict>", "<dict><key>a</key></dict>",
-          "<dict><key>a</key><key>b</key><true/></dict>", "<dict><key>a</key><true/><true/></dict>",
-          "<dict>x<key>a</key><true/></dict>", "<dict><key>a</key>x<true/></dict>",
-          "<dict><key>a</key><other/></dict>", "<dict><key>a</key><plist><true/></plist></dict>",
-          "<dict><key>a<b/></key><true/></dict>",
-          "<dict><key>a</key><array><true><true/></true></array></dict>", "<plist><dict/></plist>"}) {
+         {"", "<array/>", "<dict/><dict/>", "x<dict/>", "<dict><key>a</key></dict>",
+          "<dict><key>a</key><true/><true/></dict>", "<dict><key>a</key><other/></dict>"})
         expectTexts({{content, inList(content), refused}});
-    }
     const auto declaring = [](const std::string& declarations) {
         return "<!DOCTYPE plist [" + declarations + "]>" + bareList;
     };
     expectTexts({
-        {"nothing", "", refused},
-        {"two roots", bareList + bareList, refused},
-        {"crossed tags", inRoot("<key>a</key><array><dict></array></dict>"), refused},
         {"entity", declaring("<!ENTITY e 'x'>"), refused},
         {"parameter entity", declaring("<!ENTITY % e SYSTEM 'file:///etc/hostname'> %e;"), refused},
-        {"default attribute", declaring("<!ATTLIST string b CDATA 'x'>"), refused},
     });
     const std::string whole = inRoot(
         "<key>a</key><string>x&amp;y</string><key>c</key><array><integer>1</integer><![CDATA[ ]]><!-- c "

@@ -1,14 +1,12 @@
 #include <algorithm>
 #include <array>
 #include <gtest/gtest.h>
-#include <optional>
 #include <stdlib.h>
 #include <unicode/uloc.h>
 
 #include "platform/System.h"
 #include "platform/text/DisplayText.h"
 #include "platform/text/Text.h"
-#include "support/Texts.h"
 
 namespace quorvel::text {
 namespace {
@@ -47,62 +45,6 @@ TEST(Text, leavesNothingThatALineWouldObey) {
     EXPECT_EQ(isolated("Editor 藍 1.0 ½ ०"), "Editor 藍 1.0 ½ ०");
 }
 
-TEST(Text, knowsAsciiByEachOfItsBytes) {
-    std::string text(20, '\x7F');
-    EXPECT_TRUE(isAscii(text));
-    for (char& byte : text) {
-        byte = '\x80';
-        EXPECT_FALSE(isAscii(text));
-        byte = '\0';
-    }
-}
-
-TEST(Text, trimsSpaceSeparatorsAndTabsButNoLineBreaks) {
-    for (const auto& [input, expected] : Rows{
-             {" \t ", ""},
-             {" \t1 2 \t", "1 2"},
-             {" \n1\r\n ", "\n1\r\n"},
-             {"\u00A0\u20031\u3000", "1"},
-             {"\u00851\u2028", "\u00851\u2028"},
-             {"\xE2\x80\x83\x80", "\x80"},
-             {"1\xE2\x80\x83\x80", "1\xE2\x80\x83\x80"},
-         })
-        EXPECT_EQ(trimmed(input), expected) << testing::PrintToString(input);
-}
-
-TEST(Text, splitsIntoUserPerceivedCharacters) {
-    using Characters = std::vector<std::string_view>;
-    EXPECT_EQ(characters("a\r\n\n"), (Characters{"a", "\r\n", "\n"}));
-    EXPECT_EQ(characters("\x80.\u0301+\xE2\x82"), (Characters{"\x80", ".\u0301", "+", "\xE2\x82"}));
-    EXPECT_EQ(graphemeCount("🇩🇪🇫🇷\r\n"), 3U);
-    EXPECT_EQ(firstGraphemes("e\u0301ab", 2), "e\u0301a");
-    EXPECT_EQ(firstGraphemes("ab", 3), "ab");
-}
-
-TEST(Text, findsNumericCharactersAndDecimalDigits) {
-    const struct {
-        std::string_view input, numericPrefix;
-        bool hasNumeric;
-        std::optional<std::size_t> decimalDigit;
-    } rows[] = {
-        {"", "", false, std::nullopt},
-        {"007b", "007", true, 0},
-        {"v1", "", true, 1},
-        {"1½²Ⅷ一-", "1½²Ⅷ一", true, 0},
-        {"½", "½", true, std::nullopt},
-        {"é٣", "", true, 2},
-        {"é-", "", false, std::nullopt},
-        {"1\u0301\u03022x", "1\u0301\u03022", true, 0},  // marks go with their digit
-        {"1\x80", "1", true, 0},
-        {"\2007", "", true, 1},  // a malformed byte, and a seven
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(numericPrefix(row.input), row.numericPrefix) << row.input;
-        EXPECT_EQ(containsNumericCharacter(row.input), row.hasNumeric) << row.input;
-        EXPECT_EQ(findDecimalDigit(row.input), row.decimalDigit) << row.input;
-    }
-}
-
 TEST(Text, lowersCaseWithoutTheUsersLocaleAndComposesCanonically) {
     UErrorCode status = U_ZERO_ERROR;
     uloc_setDefault("tr_TR", &status);
@@ -134,7 +76,6 @@ TEST(NameCollator, ordersNamesByTheFirstLocaleThatTheEnvironmentNames) {
         {{"", "", "sv_SE.UTF-8@euro"}, swedish},
         {{"C.UTF-8", "sv_SE", "sv_SE"}, german},
         {{"", "no such locale", "sv_SE"}, german},
-        {{std::string(200, 'x'), "sv_SE", "sv_SE"}, german},
     };
     for (const auto& [values, expected] : rows) {
         for (std::size_t index = 0; index < variables.size(); ++index)
@@ -154,11 +95,6 @@ TEST(NameCollator, ignoresCaseButNotAccents) {
     EXPECT_EQ(collator.sortKey("ALPHA é"), collator.sortKey("alpha É"));
     EXPECT_EQ(collator.sortKey("a\u0302\u0323"), collator.sortKey("a\u0323\u0302"));
     EXPECT_LT(collator.sortKey("resume"), collator.sortKey("résumé"));
-    EXPECT_LT(collator.sortKey(""), collator.sortKey("a"));
-    EXPECT_EQ(collator.sortKey("\xFF"), collator.sortKey("\uFFFD"));
-    // One letter that sorts as 18: a key far longer than its name is whole.
-    const auto name = repeated(50, "\uFDFA");
-    EXPECT_LT(collator.sortKey(name + "a"), collator.sortKey(name + "b"));
 }
 
 }  // namespace

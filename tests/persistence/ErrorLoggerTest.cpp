@@ -75,13 +75,5 @@ TEST_F(ErrorLoggerTest, boundsAnEntryOfItsOwnButNotAHeader) {
     EXPECT_EQ(logText(), message);
 }
 
-TEST_F(ErrorLoggerTest, replacesAFileThatCannotBeOpenedForAppending) {
-    const auto victim = folder.write("elsewhere/victim", "precious");
-    std::filesystem::create_symlink(victim, logger.url);
-    logger.appendRaw("new");
-    EXPECT_EQ(folder.read("elsewhere/victim"), "precious");
-    EXPECT_EQ(logText(), "new\n");
-}
-
 }  // namespace
 }  // namespace quorvel

@@ -52,12 +52,5 @@ TEST_F(FaultsTest, aFullDiskCostsNothingButTheNewContent) {
                        "\nnew\n");
 }
 
-TEST_F(FaultsTest, aFolderThatIsRemovedUnderItsStoresIsMissedByNobody) {
-    fs::remove_all(manager.appSupportURL);
-    write(true, "new");
-    EXPECT_EQ(settings.load(), Settings{});
-    EXPECT_FALSE(fs::exists(manager.appSupportURL)) << "only the manager makes the folder";
-}
-
 }  // namespace
 }  // namespace quorvel

@@ -88,19 +88,22 @@ TEST(AppScannerService, findsBundlesByTheirNamesAndNoLinkToAFolder) {
     for (const char* const bundle :
          {"A.app", "Utilities/B.app", "x/y/z/C.app", "A.app/Contents/Inner.app", "Wrong.APP", "Wrong.app2",
           "Wrongapp", ".Hidden.app", ".hidden/D.app", ".app", "Two.x.app", "Dots..app", "With Space.app",
-          "Folder.app.d/E.app"}) {
+          "Folder.app.d/E.app", "bad\xFF/F\xFE.app"}) {
         folder.write(fs::path(bundle) / "Contents/Info.plist", ofVersion("1"));
     }
     folder.write("File.app", "no folder");
+    folder.write("bad\xFF/G\xFE.app", "");
     folder.write("Utilities/readme.txt", "");
     elsewhere.write("Far.app/Contents/Info.plist", ofVersion("1"));
     fs::create_directory_symlink(elsewhere.path, folder.path / "folder");
     fs::create_directory_symlink(folder.path, folder.path / "circle");
     fs::create_directory_symlink(elsewhere.path / "Far.app", folder.path / "Near.app");
-    EXPECT_EQ(lines({folder.path}, folder.path),
-              (Lines{"A.app: A||1", "Utilities/B.app: B||1", "x/y/z/C.app: C||1", "Two.x.app: Two.x||1",
-                     "Dots..app: Dots.||1", "With Space.app: With Space||1", "Folder.app.d/E.app: E||1",
-                     "Near.app: Near||1", "File.app: File, could not read bundle"}));
+    EXPECT_EQ(
+        lines({folder.path}, folder.path),
+        (Lines{"A.app: A||1", "Utilities/B.app: B||1", "x/y/z/C.app: C||1", "Two.x.app: Two.x||1",
+               "Dots..app: Dots.||1", "With Space.app: With Space||1", "Folder.app.d/E.app: E||1",
+               "Near.app: Near||1", "bad\xFF/F\xFE.app: F\uFFFD||1", "File.app: File, could not read bundle",
+               "bad\uFFFD/G\uFFFD.app: G\uFFFD, could not read bundle"}));
 }
 
 TEST(AppScannerService, neverWaitsForWhatStandsInPlaceOfAPropertyList) {
@@ -142,15 +145,6 @@ TEST(AppScannerService, listsRootsInTheirOrderAndRepeatsWhatTheyShare) {
     EXPECT_EQ(coverage.rootsRead, 4U);
     EXPECT_EQ(coverage.missingRoots, (std::vector<fs::path>{missing, file, ""}));
     EXPECT_TRUE(coverage.unreadableFolders.empty());
-}
-
-TEST(AppScannerService, makesValidTextsOfNamesThatAreNot) {
-    const TemporaryFolder folder;
-    folder.write("bad\xFF/A\xFE.app/Contents/Info.plist", ofVersion("1"));
-    folder.write("bad\xFF/B\xFE.app", "");
-    EXPECT_EQ(
-        lines({folder.path}, folder.path),
-        (Lines{"bad\xFF/A\xFE.app: A\uFFFD||1", "bad\uFFFD/B\uFFFD.app: B\uFFFD, could not read bundle"}));
 }
 
 TEST(AppScannerService, losesOnlyTheFoldersThatItMayNotRead) {

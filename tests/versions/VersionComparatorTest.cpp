@@ -5,8 +5,6 @@
 namespace quorvel {
 namespace {
 
-using namespace std::literals;
-
 enum class Order { older = -1, equal, newer };
 
 struct VersionCase {
@@ -34,12 +32,10 @@ TEST(VersionComparator, ordersComponentsByTheirNumbersThenByTheirSuffixes) {
         {"1.2", "1.2.0.0", Order::equal},
         {"007", "7", Order::equal},
         {".1..2.", "1.2", Order::equal},
-        // A suffix marks a pre-release and is text, in lower case: "_" stands between upper and lower case.
+        // A suffix marks a pre-release and is text, in lower case.
         {"1.0", "1.0b2", Order::newer},
         {"1.0b10", "1.0b2", Order::older},
         {"1.0BETA", "1.0beta", Order::equal},
-        {"1.0_", "1.0A", Order::older},
-        {"1.0b\0x"s, "1.0b"s, Order::newer},
         {"1.0-2", "1.0", Order::older},
         // A text without a number before it counts as 0.
         {"1.0.beta1", "1.0.alpha", Order::equal},
@@ -47,7 +43,6 @@ TEST(VersionComparator, ordersComponentsByTheirNumbersThenByTheirSuffixes) {
         {"r5", "0.0.1", Order::older},
         {"", "", Order::equal},
         {"", "1", Order::older},
-        {"\0"s, "0", Order::equal},
     });
 }
 
@@ -94,9 +89,7 @@ TEST(VersionComparator, readsAClosingNumberInParenthesesAsAComponent) {
         {"1.0 12)", "1.0", Order::older},
         {"1.0\u00A0(12)\u2028", "1.0.12", Order::equal},
         {"1.0 (١٢)", "1.0.١٢", Order::equal},
-        {"1.0 (½)", "1.0", Order::older},
         {"1.0 (1\u0301)", "1.0", Order::older},
-        {"1.0（12）", "1.0", Order::older},
     });
 }
 
@@ -107,23 +100,10 @@ TEST(VersionComparator, followsTheUnicodePropertiesBeyondAscii) {
         {"٣", "10", Order::older},
         {"1.٠", "1.0", Order::newer},
         {"1½", "1", Order::newer},
-        {"一.二", "一.一", Order::newer},
         // A digit with its marks is one character.
         {"1\u0301", "2", Order::older},
         {"1\u0301", "1", Order::newer},
         {"\u00A0\u30001.2\u2003", "1.2", Order::equal},
-        {"ｖ1.2", "0.2", Order::equal},
-        // A letter or separator that carries a mark is another character.
-        {"v\u0301"
-         "1.2",
-         "0.2", Order::equal},
-        {"1.\u0301"
-         "5",
-         "1", Order::older},
-        {"1+\u0301"
-         "5",
-         "1", Order::older},
-        {"é+5", "0", Order::equal},
         {"1.0é.2", "1.0é.1", Order::newer},
         // Suffixes: lower case and canonical equivalence, never the user's locale.
         {"1.0e\u0301", "1.0É", Order::equal},

@@ -10,7 +10,6 @@ const Image ownPicture{
     .themeName = "own", .bitmaps = {{1, 1, {10, 20, 30, 40}}}, .size = 16, .isTemplate = false};
 const Image systemPicture{
     .themeName = "system", .bitmaps = {{1, 1, {0, 255, 1, 0}}}, .size = 99, .isTemplate = true};
-const Image pictureOfNoPixels{.themeName = "pixelless", .bitmaps = {}, .size = 16, .isTemplate = false};
 
 /// What of an image tells it from others.
 std::string describe(const Image& image) {
@@ -38,9 +37,6 @@ TEST(StatusItemController, takesItsOwnPictureElseTheSystemsElseNone) {
          {{symbol, systemPicture}},
          {"system 24 template 0 255 1 0", "system-inverted 24 plain 255 0 254 0",
           "system-inverted 24 plain 255 0 254 0", "system 24 plain 0 255 1 0"}},
-        {{{name, pictureOfNoPixels}},
-         {},
-         {"pixelless 24 template", "pixelless 24 template", "pixelless 24 plain", "pixelless 24 plain"}},
         {{}, {}, {" 24 template", " 24 template", " 24 plain", " 24 plain"}},
     };
     for (const auto& row : rows) {

@@ -76,7 +76,7 @@ TEST_F(MenuBuilderTest, breaksAndShortensTitlesByUserPerceivedCharacters) {
          repeated(15, accented) + "…"},
         {"Fourteen chars  and more", "1", "2", false, "Fourteen chars…"},
         {"Thirteen    \nx\u00A0andmore", "1", "2", false, "Thirteen    \nx…"},
-        {repeated(16, " "), "1", "2", true, "…"},
+        {repeated(15, " ") + "n", "1", "2", true, "…"},
     };
     Versions versions;
     for (const auto& row : rows) {

@@ -83,6 +83,26 @@ const ShownItem& ShownItem::named(const std::string& label) const {
     return item ? *item : none;
 }
 
+std::string outline(const ShownItem& menu, const std::string& indent) {
+    std::string text;
+    for (const auto& item : menu.children) {
+        const auto has = [&](const std::string& name, const std::string& value) {
+            const auto property = item.properties.find(name);
+            return property != item.properties.end() && property->second == value;
+        };
+        EXPECT_EQ(has("children-display", "submenu"), !item.children.empty());
+        std::string line = has("type", "separator") ? "---" : item.properties.at("label");
+        if (const auto end = line.find('\n'); end != std::string::npos) line.replace(end, 1, " | ");
+        // A doubled underscore is shown as one.
+        if (const auto pair = line.find("__"); pair != std::string::npos) line.erase(pair, 1);
+        text += indent + (has("enabled", "false") ? "!" : "") +
+                (has("toggle-type", "checkmark") && has("toggle-state", "1") ? "(on) " : "") + line +
+                (item.properties.contains("icon-data") ? " *" : "") +
+                (has("shortcut", "[[Control q]]") ? " ^q" : "") + "\n" + outline(item, indent + "  ");
+    }
+    return text;
+}
+
 const sd_bus_vtable FakePanel::vtable[] = {
     SD_BUS_VTABLE_START(0),
     busMethod<&FakePanel::registerItem>("RegisterStatusNotifierItem", "s", ""),

@@ -25,6 +25,11 @@ private:
     const ShownItem* find(const std::string& label) const;
 };
 
+/// What a panel shows of the items below `menu`, one a line, submenus indented: "(on) " before a check mark,
+/// "!" before what is disabled, " *" after what has an icon, the second line of a title after " | ", a key
+/// after " ^".
+std::string outline(const ShownItem& menu, const std::string& indent = "");
+
 /// The watcher and the host of status items on a connection of their own, as a panel has them, in the loop of
 /// the program that it watches.
 class FakePanel {

@@ -42,6 +42,9 @@ static quorvel::Kept<NSButton> itemOfTheBar;
 + (NSTextField*)labelWithString:(NSString*)text {
     NSTextField* const label = [[[NSTextField alloc] init] autorelease];
     [label setStringValue:text];
+    [label setEditable:NO];
+    [label setBezeled:NO];
+    [label setDrawsBackground:NO];
     return label;
 }
 @end

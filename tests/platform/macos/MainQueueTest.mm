@@ -17,10 +17,17 @@ public:
         queue.postAfter(delay, std::move(task));
     }
     void run() {
-        toolkit::runUntil([this] { return isQuitting.load(); });
+        if (!isQuitting) [NSApp run];
         isQuitting = false;
     }
-    void quit() { isQuitting = true; }
+    void quit() {
+        isQuitting = true;
+        post([this] {
+            if (!isQuitting) return;
+            [NSApp stop:nil];
+            toolkit::wakeLoop();
+        });
+    }
 
     MainQueue queue;
 

@@ -15,6 +15,9 @@ void start();
 /// Serves the application's loop until `condition` holds.
 void runUntil(const std::function<bool()>& condition);
 
+/// A loop that was told to stop ends only with an event, and in a timer only once another timer has fired.
+void wakeLoop();
+
 /// What the status bar shows; nil for nothing.
 NSStatusItem* statusItem();
 /// What the workspace was asked to open.

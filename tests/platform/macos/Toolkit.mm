@@ -36,6 +36,14 @@ void runUntil(const std::function<bool()>& condition) {
     }
 }
 
+void wakeLoop() {
+    [NSApp postEvent:[[[NSEvent alloc] init] autorelease] atStart:YES];
+    [NSApp performSelector:@selector(description)
+                withObject:nil
+                afterDelay:0
+                   inModes:@[ NSDefaultRunLoopMode, NSModalPanelRunLoopMode ]];
+}
+
 std::vector<std::string>& openedURLs() {
     static std::vector<std::string> urls;
     return urls;
@@ -81,12 +89,7 @@ bool press(const std::string& title, NSWindow* window) {
         NSButton* const button = static_cast<NSButton*>(view);
         if (textFrom([button title]) != title) continue;
         [button performClick:nil];
-        // Loops end only with an event, and in a timer only once another timer has fired.
-        [NSApp postEvent:[[[NSEvent alloc] init] autorelease] atStart:YES];
-        [NSApp performSelector:@selector(description)
-                    withObject:nil
-                    afterDelay:0
-                       inModes:@[ NSDefaultRunLoopMode, NSModalPanelRunLoopMode ]];
+        wakeLoop();
         return true;
     }
     return false;

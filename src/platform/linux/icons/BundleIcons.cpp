@@ -17,6 +17,9 @@ namespace {
 
 using icons::Answer;
 
+/// After so many no more decoder is started.
+constexpr int maxCrashes = 32;
+
 /// A decoder has no use for who the user is, where the session is, and what else the environment holds.
 bool isForDecoder(std::string_view variable) {
     return variable.starts_with("LD_LIBRARY_PATH=");
@@ -76,7 +79,7 @@ void BundleIcons::decodeNext() {
         return announce();
     }
     // Here and below, what is listed later is tried again.
-    if (crashes >= limits.maxCrashes) return waiting.clear();
+    if (crashes >= maxCrashes) return waiting.clear();
     const auto bundle = waiting.front();
     const auto file = crashing.contains(bundle) ? FileDescriptor() : openIconFile({bundle});
     if (!file) {
@@ -97,8 +100,7 @@ bool BundleIcons::start() {
                                   .passesOn = isForDecoder,
                                   .messageSize = answerSize,
                                   .maxMessageSize = sizeof(Answer),
-                                  .maxUnsent = 0,
-                                  .startTimeout = limits.startTimeout},
+                                  .maxUnsent = 0},
                                  {[this](const std::string& message) { received(message); },
                                   [this](const std::string& reason) { ended(reason); }});
     isReady = false;

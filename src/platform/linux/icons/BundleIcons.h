@@ -17,14 +17,10 @@
 namespace quorvel {
 
 struct IconLimits {
-    /// How long a decoder may take until it stands in its sandbox.
-    std::chrono::milliseconds startTimeout = std::chrono::seconds(30);
-    /// How long it may take over a picture.
+    /// How long a decoder may take over a picture.
     std::chrono::milliseconds pictureTimeout = std::chrono::seconds(10);
     /// How long pictures wait for more, to be shown together.
     std::chrono::milliseconds debounce = std::chrono::milliseconds(250);
-    /// After so many no more decoder is started.
-    int maxCrashes = 32;
 };
 
 /// The icons of the bundles that the menu lists, each decoded once, by a decoder that lives no longer than

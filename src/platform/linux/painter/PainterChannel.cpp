@@ -91,9 +91,8 @@ private:
     std::optional<Placement> placement;
 };
 
-PainterChannel::PainterChannel(EventQueue& mainQueue, std::vector<std::string> painter,
-                               const PainterLimits& givenLimits)
-    : queue(mainQueue), command(std::move(painter)), limits(givenLimits) {}
+PainterChannel::PainterChannel(EventQueue& mainQueue, std::vector<std::string> painter)
+    : queue(mainQueue), command(std::move(painter)) {}
 
 PainterChannel::~PainterChannel() = default;
 
@@ -140,8 +139,7 @@ bool PainterChannel::startIfNeeded() {
                                   .passesOn = isForPainter,
                                   .messageSize = lineSize,
                                   .maxMessageSize = maxEventSize,
-                                  .maxUnsent = limits.maxUnsent,
-                                  .startTimeout = limits.helloTimeout},
+                                  .maxUnsent = 2 * maxRequestSize},
                                  {[this](const std::string& line) { received(line); },
                                   [this](const std::string& reason) { ended(reason); }});
     saidHello = false;
@@ -206,11 +204,11 @@ void PainterChannel::ended(const std::string& reason) {
     if (!isNeeded()) return;
     std::cerr << "quorvel: The painter is gone. " << reason << '\n';
     const auto now = steady_clock::now();
-    if (lastRestart && now - *lastRestart < limits.restartPause) {
+    if (lastRestart && now - *lastRestart < restartPause) {
         giveUp();
         // A display that is ending may have taken both; another painter finds out whether it is still there.
         const auto look = [](PainterChannel& channel) { channel.startIfNeeded(); };
-        if (displayLost) queue.postAfter(limits.restartPause, weakly(self, look));
+        if (displayLost) queue.postAfter(restartPause, weakly(self, look));
         return;
     }
     lastRestart = now;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <chrono>
-#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -19,26 +18,16 @@
 
 namespace quorvel {
 
-struct PainterLimits {
-    /// How long a painter may take to say hello.
-    std::chrono::milliseconds helloTimeout = std::chrono::seconds(30);
-    /// A painter that ends twice within this time is not started a third time.
-    std::chrono::milliseconds restartPause = std::chrono::seconds(5);
-    /// Bytes that wait for a painter which does not read.
-    std::size_t maxUnsent = 2 * painter::maxRequestSize;
-};
-
 /// The windows, alerts, pasteboard and, where no panel does, the status item of the program, put on the
 /// screen by a painter that is started when it is first needed. All that is shown is kept here as values: a
-/// painter that ends while it still shows something is replaced, once within `PainterLimits::restartPause`,
-/// and sent everything again; when that one ends too, the windows count as closed, the alerts as dismissed,
-/// and the next request tries anew. An alert that is shown already comes to the front instead of a second one
-/// with the same texts. Owned by the entry, on the main queue.
+/// painter that ends while it still shows something is replaced, once within `restartPause`, and sent
+/// everything again; when that one ends too, the windows count as closed, the alerts as dismissed, and the
+/// next request tries anew. An alert that is shown already comes to the front instead of a second one with
+/// the same texts. Owned by the entry, on the main queue.
 class PainterChannel final : public WindowServer, public Alerts, public Pasteboard {
 public:
     explicit PainterChannel(EventQueue& queue,
-                            std::vector<std::string> command = {helperProgram("quorvel-painter")},
-                            const PainterLimits& limits = {});
+                            std::vector<std::string> command = {helperProgram("quorvel-painter")});
     ~PainterChannel() override;
     PainterChannel(const PainterChannel&) = delete;
     PainterChannel& operator=(const PainterChannel&) = delete;
@@ -62,6 +51,8 @@ public:
     void setActivationToken(std::string token) { activationToken = std::move(token); }
 
 private:
+    static constexpr std::chrono::seconds restartPause{5};
+
     class RemoteWindow;
     class RemoteTrayItem;
     struct Alert {
@@ -92,7 +83,6 @@ private:
 
     EventQueue& queue;
     const std::vector<std::string> command;
-    const PainterLimits limits;
 
     std::uint64_t lastNumber = 0;
     std::map<std::uint64_t, RemoteWindow*> windows;

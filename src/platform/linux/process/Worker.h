@@ -34,7 +34,7 @@ public:
         std::size_t maxMessageSize = 0;
         std::size_t maxUnsent = 0;
         /// How long the first message may take.
-        std::chrono::milliseconds startTimeout{};
+        std::chrono::milliseconds startTimeout = std::chrono::seconds(30);
     };
     struct Handlers {
         std::function<void(const std::string& message)> received;

@@ -36,7 +36,7 @@ protected:
         waitForNoChild();
     }
 
-    void open(const Lines& scripts, const PainterLimits& limits = {}) {
+    void open(const Lines& scripts) {
         channel.reset();
         for (const char* const log : {"started", "received"})
             folder.write(log, "");
@@ -52,8 +52,8 @@ protected:
                 done
             }
             . "$0/$n")";
-        channel = std::make_unique<PainterChannel>(
-            queue, Lines{"/bin/sh", "-c", program, folder.path.string()}, limits);
+        channel =
+            std::make_unique<PainterChannel>(queue, Lines{"/bin/sh", "-c", program, folder.path.string()});
     }
     int starts() const { return countIn(folder.read("started"), "\n"); }
 

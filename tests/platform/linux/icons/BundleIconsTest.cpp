@@ -125,11 +125,12 @@ TEST_F(BundleIconsTest, withoutADecoderThereAreNoPicturesAndTheNextListTriesAnew
         for (const int tries : {1, 2}) {
             list({"1.app"});
             list({"1.app", "2.app"});
-            ASSERT_TRUE(comesTrue([&] { return timesSaid(reason) == tries; })) << reason << said.str();
+            ASSERT_TRUE(comesTrue([&] { return timesSaid(reason) >= tries; })) << reason << said.str();
+            ASSERT_TRUE(decoderEnds());
+            runWhatIsReady(queue);
+            EXPECT_EQ(timesSaid(reason), tries) << "one decoder a list";
             list({});
         }
-        ASSERT_TRUE(decoderEnds());
-        EXPECT_EQ(timesSaid(reason), 2) << "one decoder a list";
         EXPECT_EQ(arrivals, Lines());
     }
 }

@@ -91,20 +91,14 @@ TEST_F(SandboxTest, refusesADecoderWhatItHasNoUseFor) {
 #endif
 }
 
-TEST_F(SandboxTest, theDecoderSaysWhichHalfIsMissingAndEndsWithoutBoth) {
-    const std::string files = "quorvel-icons: Landlock does not hold: Function not implemented.\n",
-                      calls = "quorvel-icons: seccomp does not hold: Cannot allocate memory.\n",
-                      input = "quorvel-icons: Standard input is no socket to quorvel.\n";
-    for (const auto& [lack, complaints] :
-         {std::pair{nothing, input}, std::pair{landlock, files + input}, std::pair{seccomp, calls + input},
-          std::pair{both, files + calls + "quorvel-icons: Without a sandbox no picture is decoded.\n"}}) {
-        runInChild([&] {
-            take(lack);
-            const auto result = Process({PROGRAM_FOLDER "/quorvel-icons"}).finish();
-            EXPECT_EQ(result.errors, complaints);
-            EXPECT_EQ(result.status, 1);
-        });
-    }
+TEST_F(SandboxTest, theDecoderEndsWithoutEitherHalf) {
+    runInChild([] {
+        take(both);
+        EXPECT_EQ(Process({PROGRAM_FOLDER "/quorvel-icons"}).finish().errors,
+                  "quorvel-icons: Landlock does not hold: Function not implemented.\n"
+                  "quorvel-icons: seccomp does not hold: Cannot allocate memory.\n"
+                  "quorvel-icons: Without a sandbox no picture is decoded.\n");
+    });
 }
 
 }  // namespace

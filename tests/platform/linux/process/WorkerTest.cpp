@@ -20,8 +20,7 @@ protected:
             .passesOn = [](std::string_view variable) { return !variable.starts_with("SECRET="); },
             .messageSize = [](std::string_view received) { return received.find('\n') + 1; },
             .maxMessageSize = 100,
-            .maxUnsent = 1'000'000,
-            .startTimeout = startTimeout};
+            .maxUnsent = 1'000'000};
         return Worker::start(queue, settings,
                              {[this](const std::string& message) {
                                   messages.push_back(message);
@@ -43,7 +42,6 @@ protected:
     }
 
     EventQueue queue;
-    milliseconds startTimeout{60'000};
     std::shared_ptr<Worker> worker;
     Lines messages, reasons;
     std::function<void()> andThen;
@@ -82,11 +80,6 @@ TEST_F(WorkerTest, bringsEachMessageAndThenTheReasonOfItsEnd) {
 }
 
 TEST_F(WorkerTest, endsAWorkerThatIsLateOrDoesNotRead) {
-    startTimeout = milliseconds(1);
-    run("exec sleep 1000");
-    expectEnd({}, {"It did not answer in time."});
-
-    startTimeout = milliseconds(60'000);
     andThen = [this] { worker->expectMessage(milliseconds(1)); };
     run("echo one >&0; exec sleep 1000");
     expectEnd({"one\n"}, {"It did not answer in time."});

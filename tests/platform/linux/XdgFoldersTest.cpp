@@ -1,25 +1,18 @@
-#include <cstdlib>
 #include <gtest/gtest.h>
 
 #include "platform/linux/XdgFolders.h"
-#include "support/ForkedChild.h"
+#include "support/ScopedVariable.h"
 
 namespace quorvel {
 namespace {
 
 TEST(XdgFolders, areTheUsersChoiceElseThoseBelowTheHome) {
-    runInChild([] {
-        setenv("HOME", "/home/of/somebody", 1);
-        for (const auto& [chosen, data] :
-             {std::pair{"/chosen", "/chosen"}, {"relative", "/home/of/somebody/.local/share"}}) {
-            setenv("XDG_DATA_HOME", chosen, 1);
-            EXPECT_EQ(xdg::dataHome(), data);
-        }
-        unsetenv("XDG_CONFIG_HOME");
-        EXPECT_EQ(xdg::configHome(), "/home/of/somebody/.config");
-        setenv("HOME", "relative", 1);
-        EXPECT_TRUE(xdg::configHome().is_absolute()) << "from the system's list of users";
-    });
+    const ScopedVariable home("HOME", "/home/of/somebody"), relative("XDG_DATA_HOME", "relative"),
+        none("XDG_CONFIG_HOME", std::nullopt);
+    EXPECT_EQ(xdg::dataHome(), "/home/of/somebody/.local/share");
+    EXPECT_EQ(xdg::configHome(), "/home/of/somebody/.config");
+    const ScopedVariable chosen("XDG_DATA_HOME", "/chosen");
+    EXPECT_EQ(xdg::dataHome(), "/chosen");
 }
 
 }  // namespace

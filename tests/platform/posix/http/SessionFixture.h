@@ -13,7 +13,6 @@
 namespace quorvel {
 
 using Then = ScriptedServer::Then;
-using Greeting = ScriptedServer::Greeting;
 using Reply = ScriptedServer::Reply;
 
 /// The machine's own proxies and authorities have no say in a test.

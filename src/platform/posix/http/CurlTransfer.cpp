@@ -15,11 +15,6 @@ using Code = SessionError::Code;
 /// All header lines of an answer together, interim answers included.
 constexpr std::size_t maxHead = 256 * 1024;
 
-/// A line break inside a value would smuggle in a header of its own.
-bool isHeaderValue(std::string_view value) {
-    return std::ranges::none_of(value, [](unsigned char c) { return (c < 0x20 && c != '\t') || c == 0x7F; });
-}
-
 }  // namespace
 
 CurlTransfer::CurlTransfer(HttpRequest what, HttpSession::Completion then, const CurlSessionOptions& how,
@@ -37,7 +32,7 @@ CurlTransfer::CurlTransfer(HttpRequest what, HttpSession::Completion then, const
 
 std::optional<SessionError> CurlTransfer::prepare() {
     if (auto error = readUrl()) return error;
-    if (auto error = composeHeaders()) return error;
+    composeHeaders();
     curl_easy_setopt(handle(), CURLOPT_PRIVATE, this);
     curl_easy_setopt(handle(), CURLOPT_ERRORBUFFER, detail.data());
     setLimits();
@@ -59,12 +54,8 @@ std::optional<SessionError> CurlTransfer::readUrl() {
     return std::nullopt;
 }
 
-std::optional<SessionError> CurlTransfer::composeHeaders() {
+void CurlTransfer::composeHeaders() {
     for (const auto& [name, value] : request.headers) {
-        if (!isHeaderValue(value)) {
-            return SessionError{Code::unknown, "The request to " + host + " has a header, " + name +
-                                                   ", that holds a character which HTTP forbids."};
-        }
         // libcurl takes "Name:" as a header to leave out, and "Name;" as one with an empty value.
         addHeader(value.empty() ? name + ";" : name + ": " + value);
     }
@@ -73,7 +64,6 @@ std::optional<SessionError> CurlTransfer::composeHeaders() {
             addHeader(own + ":");
     }
     curl_easy_setopt(handle(), CURLOPT_HTTPHEADER, headers.get());
-    return std::nullopt;
 }
 
 void CurlTransfer::addHeader(const std::string& line) {

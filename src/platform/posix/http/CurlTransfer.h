@@ -45,7 +45,7 @@ private:
     enum class Fault { none, longHead, longAnswer };
 
     std::optional<SessionError> readUrl();
-    std::optional<SessionError> composeHeaders();
+    void composeHeaders();
     void addHeader(const std::string& line);
     void setLimits();
     void setMethod();

@@ -243,6 +243,7 @@ TEST_F(CheckProgramTest, showsExactlyTheRequestsThatGoOut) {
         written.push_back((*match)[1].str() + " " + (*match)[2].str());
     EXPECT_EQ(written.size(), 9U) << "each check must wait for its last request";
     EXPECT_EQ(alike(recorded()), alike(written));
+    EXPECT_TRUE(shown.output.contains("\n\n== Every later check; "));
     EXPECT_TRUE(shown.output.contains(R"("secret":"********************************")"));
     for (const char* credential : {"Rk7vQm2X", "linkcode", "q8t2kzm5"})
         EXPECT_FALSE(shown.output.contains(credential)) << credential;

@@ -113,7 +113,8 @@ const std::vector<Sample> formats{
      "duplicate_host file.json foo: Two hosts have this name, number 1 of file.json and number 2 of "
      "file.json."},
     {R"({"results":[{"host_name":"h","columns":{"bundle_identifier":"i"}}],"report_clipped":true})",
-     "h: !i no version\nclipped_report file.json: Fleet has cut the report off"},
+     "h: !i no version\nclipped_report file.json: Fleet has cut the report off "
+     "(\"report_clipped\"): hosts are missing from it.\n"},
     {report(""), "not_an_inventory file.json: There is no host in this report."},
     {plist("<array><dict><key>bundleid</key><string>i</string><key>name</key><string>File</string>"
            "<key>CFBundleName</key><string>N</string><key>version</key><string>1</string>"

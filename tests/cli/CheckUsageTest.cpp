@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "cli/CheckProgramFixture.h"
+#include "support/ScopedVariable.h"
 
 namespace quorvel {
 namespace {
@@ -67,6 +68,7 @@ TEST_F(CheckUsageTest, refusesWrongUsageWithAReasonAndHelps) {
         {{catalog, "--data", "x", "--key", "y"}, "--certificate and --key go together."},
     };
     for (const auto& program : {check, statusItem, catalog}) {
+        const ScopedVariable unusable("QUORVEL_CATALOG_URL", "ftp://x");
         std::istringstream lines(Process({program, "--help"}).finish().output);
         std::string line;
         EXPECT_TRUE(std::getline(lines, line) && line.starts_with("Usage: ")) << program;

@@ -104,6 +104,8 @@ TEST_F(FleetProgramTest, readsStandardInputAndManyHostsWithoutAnApplication) {
                                  check + " --catalog " + url + " --data-dir " + folder.path.string() +
                                      " --inventory - < " + folder.write("log", log).string()})
                             .finish();
+    EXPECT_TRUE(
+        folder.read("error.log").ends_with("The inventories have no application — skipping API call\n"));
     EXPECT_TRUE(result.output.starts_with("Nothing newer on 20000 hosts; "))
         << result.output << result.errors;
 }

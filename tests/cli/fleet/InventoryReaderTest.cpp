@@ -45,6 +45,22 @@ std::string binaryInventory() {
 const std::string oldRow = R"([{"bundle_identifier":"i","name":"Old.app","bundle_version":"1"}])";
 const std::string newRow = R"([{"bundle_identifier":"i","name":"New.app","bundle_version":"2"}])";
 
+const std::string none =
+    "not_an_inventory file.json: It is none of the inventories that are read: osquery's rows, an osqueryd "
+    "log "
+    "of snapshots, a Fleet query report, munki's property list.\n";
+const std::string noIdentifiers =
+    "no_bundle_identifiers file.json: No row has a bundle identifier, and nothing else ties an application "
+    "to "
+    "the catalog's entry: the query has to select the column bundle_identifier.\n";
+const std::string profilerReport =
+    "no_bundle_identifiers file.json: A report of system_profiler has no bundle identifiers, and nothing "
+    "else "
+    "ties an application to the catalog's entry.\n";
+const std::string differences =
+    "differential_log file.json: The log has differences between results (\"added\" and \"removed\"), which "
+    "cannot stand for an inventory: the scheduled query has to say \"snapshot\": true.\n";
+
 /// What a row stands for.
 const std::vector<Sample> rows{
     {row(R"("path":"/Applications/N.app","hostname":"h","os_version":"14.5")"),
@@ -89,11 +105,10 @@ const std::vector<Sample> formats{
     {snapshot("h", "1", oldRow) + "{\"action\":\"added\",\"columns\":{\"pid\":\"1\"}}\n",
      "h at 1970-01-01T00:00:01Z: Old=1<i>\n"},
     {snapshot("h", "1", oldRow) + "{\"action\":\"removed\",\"columns\":{\"bundle_identifier\":\"i\"}}\n",
-     "h at 1970-01-01T00:00:01Z: Old=1<i>\ndifferential_log file.json: The log has differences"},
+     "h at 1970-01-01T00:00:01Z: Old=1<i>\n" + differences},
     {R"({"diffResults":{"added":[{"bundle_identifier":"i"}],"removed":[]},"hostIdentifier":"h"})",
-     "differential_log file.json: The log has differences"},
-    {snapshot("h", "1", R"([{"name":"Old.app","path":"/Applications/Old.app"}])"),
-     "no_bundle_identifiers file.json: No row has a bundle identifier"},
+     differences},
+    {snapshot("h", "1", R"([{"name":"Old.app","path":"/Applications/Old.app"}])"), noIdentifiers},
     {snapshot("a", "1", oldRow) + "{\"action\":\"snapshot\",\"snapshot\":[{\"na\n" +
          snapshot("b", "1", newRow),
      "a at 1970-01-01T00:00:01Z: Old=1<i>\nb at 1970-01-01T00:00:01Z: New=2<i>\n"
@@ -105,9 +120,11 @@ const std::vector<Sample> formats{
             R"({"bundle_identifier":"i","bundle_version":3}},)"
             R"({"host_id":2,"host_name":"bar","last_fetched":"2024-01-19T02:23:45.5+01:00","columns":)"
             R"({"bundle_identifier":"i","bundle_version":"4","hostname":"bar.local"}},)"
+            R"({"host_id":1,"host_name":"foo","last_fetched":"2024-01-21T00:00:00+01:xx","columns":{}},)"
             R"({"host_id":1,"host_name":"foo","last_fetched":"2024-01-20T00:00:00Z","columns":)"
             R"({"bundle_identifier":"j","bundle_version":"5"}})"),
-     "bar.local at 2024-01-19T01:23:45Z: i=4<i>\nfoo at 2024-01-20T00:00:00Z: i=3<i> j=5<j>\n"},
+     "bar.local at 2024-01-19T01:23:45Z: i=4<i>\nfoo at 2024-01-20T00:00:00Z: i=3<i> j=5<j> !(no name) no "
+     "version\n"},
     {report(R"({"host_id":1,"host_name":"foo","columns":{"bundle_identifier":"i","bundle_version":"1"}},)"
             R"({"host_id":2,"host_name":"foo","columns":{"bundle_identifier":"i","bundle_version":"2"}})"),
      "duplicate_host file.json foo: Two hosts have this name, number 1 of file.json and number 2 of "
@@ -124,19 +141,18 @@ const std::vector<Sample> formats{
      "file: N=1<i>/Applications/File.app !j no version\n"},
     {binaryInventory(), "file: i=1\u00B2<i>\n"},
     {plist("<array><dict><key>_dataType</key><string>SPApplicationsDataType</string></dict></array>"),
-     "no_bundle_identifiers file.json: A report of system_profiler has no bundle identifiers"},
-    {R"({"SPApplicationsDataType":[{"_name":"N","version":"1"}]})",
-     "no_bundle_identifiers file.json: A report of system_profiler has no bundle identifiers"},
-    {R"([{"name":"N.app","bundle_version":"1"}])", "no_bundle_identifiers file.json: No row has"},
-    {plist("<dict/>"), "not_an_inventory file.json: It is none of the inventories"},
+     profilerReport},
+    {R"({"SPApplicationsDataType":[{"_name":"N","version":"1"}]})", profilerReport},
+    {R"([{"name":"N.app","bundle_version":"1"}])", noIdentifiers},
+    {plist("<dict/>"), none},
     {plist("<array>"), "damaged file.json: It is no property list that can be read whole."},
     {"bplist00", "damaged file.json: It is no property list that can be read whole."},
     {oldRow + "x", "damaged file.json: It is no valid JSON"},
     {"", "not_an_inventory file.json: It is empty."},
-    {"hostname,path\n", "not_an_inventory file.json: It is none of the inventories"},
-    {R"([1,2])", "not_an_inventory file.json: It is none of the inventories"},
-    {R"([{"pid":"1"}])", "not_an_inventory file.json: It is none of the inventories"},
-    {R"({"a":{"b":1},"c":[[]]})", "not_an_inventory file.json: It is none of the inventories"},
+    {"hostname,path\n", none},
+    {R"([1,2])", none},
+    {R"([{"pid":"1"}])", none},
+    {R"({"a":{"b":1},"c":[[]]})", none},
     {"[" + std::string(33, '[') + std::string(33, ']') + "]",
      "too_large file.json: A value is nested more than 32 levels deep"},
     {R"([{"bundle_identifier":"i"},])", "damaged file.json: It is no valid JSON"},
@@ -199,8 +215,8 @@ TEST(InventoryReader, boundsWhatAHostileInventoryCosts) {
         manyRows += R"({"bundle_identifier":"i","bundle_version":"1"},)";
     manyRows.back() = ']';
     EXPECT_EQ(outlineOf(manyRows), "too_large file.json file: The host has more than 100000 rows.\n");
-    EXPECT_TRUE(outlineOf(plist("<array>" + std::string(9'000'000, ' ') + "</array>"))
-                    .starts_with("too_large file.json: The property list is longer than "));
+    EXPECT_EQ(outlineOf(plist("<array>" + std::string(9'000'000, ' ') + "</array>")),
+              "too_large file.json: The property list is longer than 8388608 bytes.\n");
 }
 
 TEST(Fleet, takesTheNewestOfSeveralInventoriesOfAHostOrNone) {

@@ -51,7 +51,7 @@ TEST_F(FleetProgramTest, asksForAFleetOnceAndSaysTheSameInEachForm) {
     EXPECT_EQ(shown.status, 0) << shown.errors;
     EXPECT_TRUE(
         shown.output.starts_with("== Every check; \"updates=\" is followed by their number ==\n\nPOST ") &&
-        shown.output.contains("\"com.example.99\"]}"))
+        shown.output.contains("\"com.example.99\"]}") && shown.output.contains("apps=201 updates=0"))
         << shown.output;
 }
 
@@ -91,8 +91,9 @@ TEST_F(FleetProgramTest, saysOfEachInventoryWhyItIsNotRead) {
                                "not known.\n"))
         << plain.output;
     EXPECT_TRUE(plain.errors.ends_with("There are 4 more problems with inventories.\n")) << plain.errors;
-    const auto none = run({"--inventory", inventories + "/cut.json", "--json"});
+    const auto none = run({"--inventory", inventories + "/cut.json", "--inventory", "missing", "--json"});
     EXPECT_EQ(none.status, 6);
+    EXPECT_TRUE(none.errors.ends_with("There is 1 more problem with inventories.\n")) << none.errors;
     EXPECT_EQ(fleetDocument(none.output).at("outcome"), "failed");
 }
 

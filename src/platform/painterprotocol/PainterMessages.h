@@ -18,7 +18,7 @@
 namespace quorvel::painter {
 
 inline constexpr std::uint64_t protocolVersion = 5;
-/// In bytes, without the line feed. A longer line is neither sent nor read.
+/// In bytes, without the line feed. A longer line is not read.
 inline constexpr std::size_t maxRequestSize = 16 * 1024 * 1024;
 /// Events are small; the bound keeps a faulty painter from filling the program's memory.
 inline constexpr std::size_t maxEventSize = 1024 * 1024;

@@ -174,24 +174,7 @@ void PainterChannel::send(Request request) {
             some.activationToken = std::exchange(activationToken, {});
     };
     std::visit(giveToken, request);
-    const std::string line = encode(request);
-    if (line.size() > maxRequestSize) return leaveOut(request);
-    worker->send(line + '\n');
-}
-
-/// What is too long to be sent is over at once, as if the user had closed it.
-void PainterChannel::leaveOut(const Request& request) {
-    std::cerr << "quorvel: What should be shown is longer than " << maxRequestSize
-              << " bytes and is left out.\n";
-    const auto later = [this](const auto& event) {
-        queue.post(weakly(self, [event](PainterChannel& channel) { channel.handle(event); }));
-    };
-    if (const auto* show = std::get_if<ShowWindow>(&request))
-        later(WindowClosed{show->window, show->showing, {}});
-    if (const auto* run = std::get_if<RunAlert>(&request)) later(AlertDismissed{run->alert});
-    if (const auto* set = std::get_if<SetPasteboard>(&request)) later(PasteboardLost{set->content});
-    if (const auto* tray = std::get_if<ShowTrayIcon>(&request)) later(TrayIconMissing{tray->showing});
-    if (const auto* menu = std::get_if<PopUpMenu>(&request)) later(MenuClosed{menu->popUp});
+    worker->send(encode(request) + '\n');
 }
 
 /// The end of a painter that shows nothing is the rule. Where there is no display, there is no tray either.

@@ -65,7 +65,6 @@ private:
     bool startIfNeeded();
     void sendAll();
     void send(painter::Request request);
-    void leaveOut(const painter::Request& request);
 
     void ended(const std::string& reason);
     void giveUp();

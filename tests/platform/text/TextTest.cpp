@@ -15,20 +15,6 @@ using namespace std::literals;
 /// An input, and what is made of it.
 using Rows = std::vector<std::pair<std::string_view, std::string_view>>;
 
-TEST(Text, replacesEachMaximalMalformedSubpartOnce) {
-    for (const auto& [input, expected] : Rows{
-             {"", ""},
-             {"a\0é😀"sv, "a\0é😀"sv},
-             {"a\x80z", "a\uFFFDz"},
-             {"\xE2\x82", "\uFFFD"},                  // cut before its last byte
-             {"\xED\xA0\x80", "\uFFFD\uFFFD\uFFFD"},  // a surrogate
-         }) {
-        EXPECT_EQ(repairedUtf8(input), expected) << testing::PrintToString(input);
-        EXPECT_EQ(isValidUtf8(input), input == expected) << testing::PrintToString(input);
-        EXPECT_EQ(composed(input), expected) << testing::PrintToString(input);
-    }
-}
-
 TEST(Text, leavesNothingThatALineWouldObey) {
     for (const auto& [input, expected] : Rows{
              {"Salt & Pepper_Mill <b> \u200Dkept\u2026\u00a0",

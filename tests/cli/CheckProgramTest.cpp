@@ -256,7 +256,7 @@ TEST_F(CheckProgramTest, givesATerminalItsColoursAndNothingThatANameBrought) {
         bool isColoured;
     } rows[] = {{"xterm", {}, true}, {"xterm", "1", false}, {"xterm", "", true}, {"dumb", {}, false}};
     // Controls of both halves of Latin-1, and an override of the direction.
-    const std::string hostile = "App\x1b]0;title\a\r\u009b2J\u202e";
+    const std::string hostile = "App\x1b]0;title\a\r\u009b2J\u202e" + std::string(40, 'n');
     const std::string root = (folder.path / hostile).string();
     installApps(1);
     const auto inventory = folder.write("inventory.json", CheckProgramTest::rows(0, 1, hostile)).string();
@@ -276,6 +276,7 @@ TEST_F(CheckProgramTest, givesATerminalItsColoursAndNothingThatANameBrought) {
                                     {"--" + hostile}})
             output += Process(command(options), 40).finish().output;
         EXPECT_EQ(output.contains("\x1b[1;32m"), isColoured) << output;
+        EXPECT_EQ(output.contains("…"), terminal == "xterm"s) << "names are cut to the width";
         output = std::regex_replace(output, std::regex("\x1b\\[(1|0|1;32)m|\r\x1b\\[K|\r\n"), "");
         for (const char* control : {"\x1b", "\a", "\r", "\u009b", "\u202e"})
             EXPECT_FALSE(output.contains(control)) << json(output).dump(1, ' ', true);

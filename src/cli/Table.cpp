@@ -224,6 +224,7 @@ std::string section(const std::string& title, Table table, const Terminal& termi
     }
     const Layout layout = layOut(table, terminal);
     std::vector<std::string> headings;
+    headings.reserve(table.columns.size());
     for (const auto& column : table.columns)
         headings.push_back(column.heading);
     std::string text = inColour("\x1b[1;32m", title + " (" + std::to_string(table.rows.size()) + ")") +

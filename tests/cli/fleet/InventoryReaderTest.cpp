@@ -221,7 +221,7 @@ TEST(InventoryReader, boundsWhatAHostileInventoryCosts) {
 
 TEST(Fleet, takesTheNewestOfSeveralInventoriesOfAHostOrNone) {
     const std::string newest = "h at 1970-01-01T00:00:02Z: New=2<i>\n";
-    const auto none = [](const std::string& host) {
+    const auto duplicate = [](const std::string& host) {
         return "duplicate_host a.json " + host +
                ": Two inventories are of this host, a.json and b.json, and no " +
                "times say which is newer.\n";
@@ -231,8 +231,8 @@ TEST(Fleet, takesTheNewestOfSeveralInventoriesOfAHostOrNone) {
     } table[] = {
         {snapshot("h", "1", oldRow), snapshot("h", "2", newRow), newest},
         {snapshot("h", "2", newRow), snapshot("h", "1", oldRow), newest},
-        {snapshot("h", "1", newRow), snapshot("h", "1", oldRow), none("h")},
-        {snapshot("file", "1", newRow), oldRow, none("file")},
+        {snapshot("h", "1", newRow), snapshot("h", "1", oldRow), duplicate("h")},
+        {snapshot("file", "1", newRow), oldRow, duplicate("file")},
     };
     for (const auto& [first, second, outline] : table) {
         Fleet fleet;

@@ -158,15 +158,15 @@ quorvel_last_success_timestamp_seconds )" +
 
     server.reset();
     EXPECT_EQ(run(options).status, 4);
-    auto failed = std::regex_replace(rest, std::regex("complete\"} 1"), "complete\"} 0");
+    auto failed = std::regex_replace(rest, std::regex("complete\"\\} 1"), "complete\"} 0");
     EXPECT_EQ(folder.read("quorvel.prom"),
-              std::regex_replace(failed, std::regex("failed\"} 0"), "failed\"} 1"));
+              std::regex_replace(failed, std::regex("failed\"\\} 0"), "failed\"} 1"));
 
     installApps(3);
     startCatalog(2);
     const auto single = run({"--prometheus", file});
     EXPECT_EQ(single.status, 100) << single.errors;
-    const std::regex mac("\nquorvel_updates\\{host=\"[^\"]+\"\\} 2\n[^]*\nquorvel_hosts 1\n");
+    const std::regex mac("\nquorvel_updates\\{host=\"[^\"]+\"\\} 2\n[\\s\\S]*\nquorvel_hosts 1\n");
     EXPECT_TRUE(std::regex_search(folder.read("quorvel.prom"), mac)) << folder.read("quorvel.prom");
     EXPECT_EQ(run({"--inventory", inventories, "--prometheus", "/proc/none/x"}).errors,
               "quorvel-check: Could not write /proc/none/x.\n");

@@ -42,7 +42,8 @@ void noteFailures(const Fleet& fleet, ReportHead& head) {
     const auto& failures = fleet.failures;
     std::string text = failures.empty() ? "" : sentence(failures.front());
     if (failures.size() > 1)
-        text += " There are " + counted(failures.size() - 1, "more problem") + " with inventories.";
+        text += (failures.size() == 2 ? " There is " : " There are ") +
+                counted(failures.size() - 1, "more problem") + " with inventories.";
     if (fleet.hosts.empty()) {
         head.noteFailure("No inventory could be read. " + text, ExitStatus::nothingScanned);
     } else if (!failures.empty()) {

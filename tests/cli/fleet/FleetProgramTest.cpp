@@ -73,6 +73,12 @@ TEST_F(FleetProgramTest, saysOfEachInventoryWhyItIsNotRead) {
                                      "--inventory", inventories + "/good.json",
                                      "--inventory", inventories + "/missing"};
     const auto plain = run(options);
+    auto absent = options;
+    absent.insert(absent.end(), {"--host", "nobody"});
+    EXPECT_EQ(run(absent).errors,
+              "quorvel-check: There is no host nobody in the inventories; of them, 5 could not be read "
+              "whole: " +
+                  failures.substr(0, failures.find('\n') + 1));
     options.emplace_back("--json");
     const auto result = run(options);
     const auto report = fleetDocument(result.output);
@@ -93,7 +99,7 @@ TEST_F(FleetProgramTest, saysOfEachInventoryWhyItIsNotRead) {
     EXPECT_TRUE(plain.errors.ends_with("There are 4 more problems with inventories.\n")) << plain.errors;
     const auto none = run({"--inventory", inventories + "/cut.json", "--inventory", "missing", "--json"});
     EXPECT_EQ(none.status, 6);
-    EXPECT_TRUE(none.errors.ends_with(" 1 more problem with inventories.\n")) << none.errors;
+    EXPECT_TRUE(none.errors.ends_with(" There is 1 more problem with inventories.\n")) << none.errors;
     EXPECT_EQ(fleetDocument(none.output).at("outcome"), "failed");
 }
 

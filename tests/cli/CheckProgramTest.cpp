@@ -245,6 +245,8 @@ TEST_F(CheckProgramTest, showsExactlyTheRequestsThatGoOut) {
     EXPECT_EQ(alike(recorded()), alike(written));
     EXPECT_TRUE(shown.output.contains("\n\n== Every later check; "));
     EXPECT_TRUE(shown.output.contains(R"("secret":"********************************")"));
+    const auto later = run({"--show-request"}).output;
+    EXPECT_TRUE(later.starts_with("== Every check; ") && !later.contains("/qvl/instance\n")) << later;
     for (const char* credential : {"Rk7vQm2X", "linkcode", "q8t2kzm5"})
         EXPECT_FALSE(shown.output.contains(credential)) << credential;
 }

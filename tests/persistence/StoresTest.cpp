@@ -35,6 +35,7 @@ TEST_F(StoresTest, makesItsFolderForTheOwnerAloneAndADifferentOneForEachBase) {
     const std::regex name("quorvel-[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}");
     EXPECT_TRUE(std::regex_match(first.appSupportURL.filename().string(), name)) << first.appSupportURL;
     EXPECT_TRUE(std::filesystem::is_directory(first.appSupportURL));
+    EXPECT_EQ(PersistenceManager::shared(folder.path).appSupportURL, folder.path / "quorvel");
 }
 
 TEST_F(StoresTest, writesTheFilesThatReadersExpectForTheOwnerAlone) {
